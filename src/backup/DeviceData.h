@@ -1,0 +1,155 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+#include "backup/BackupExtraction.h"
+#include "backup/BackupFile.h"
+#include "backup/BackupNavigation.h"
+
+/// The opened backup, and the only way into it: every content reader is handed one and asks it for files.
+///
+/// One backup is open at a time. The current device identifier and the override folder belong to the process;
+/// opening another backup re-points them, clears the scratch folder and tells whoever asked to be told.
+/// Errors: none leave it. A missing list, record or stored file is an empty answer.
+/// Threads: `copyOfFileByRelativePathInDomain` may be called from several at once, everything else from one.
+class PDXDeviceData {
+ public:
+  /// Opens the backup of that identifier (the name of its folder) in `FullBackupPath()`.
+  explicit PDXDeviceData(const std::string& deviceId);
+  ~PDXDeviceData();
+  PDXDeviceData(const PDXDeviceData&) = delete;
+  PDXDeviceData& operator=(const PDXDeviceData&) = delete;
+
+  /// Reads the backup's information again for the class's `DeviceId()`.
+  void reload();
+
+  /// The scratch copy of a feature's main file; "" when there is none. Its "-wal" and "-shm" siblings lie
+  /// beside it when the backup stores them under the identifier of their bare path.
+  std::string GetFilesByFeatureType(int feature);
+
+  /// The same, with the write-ahead log that the manifest lists by its path, so that the newest rows are not
+  /// lost. This is what readers open.
+  std::string databaseOfFeature(int feature);
+
+  /// The scratch copy of a file; "" when the manifest does not list it, also when a value holds a single
+  /// quote, or it is not stored.
+  std::string GetFileByRelativePathInDomain(const std::string& path, const std::string& domain);
+
+  /// What became of a copy that was asked for.
+  enum class Copy {
+    done,
+    notInBackup,  ///< The manifest does not list the file, or the folder does not hold it.
+    unreadable,   ///< It is there but could not be read.
+    unwritable,   ///< The destination could not be written.
+  };
+
+  /// A readable copy of a file at `destination`, whose folder must exist. Unlike the operation above it finds
+  /// names with a quote, and nothing passes through the scratch folder.
+  /// @param why  receives the reason of a failure; may be null.
+  Copy copyOfFileByRelativePathInDomain(const std::string& path, const std::string& domain,
+                                        const std::string& destination, std::string* why = nullptr,
+                                        std::stop_token stop = {});
+
+  /// Whether the manifest lists the file and the folder holds it.
+  bool holdsFileByRelativePathInDomain(const std::string& path, const std::string& domain);
+
+  /// Whether the backup stores the feature's main file, readable or not.
+  bool holdsFeature(int feature);
+
+  /// The path of the stored file inside the backup folder, which need not exist; "" when the manifest does
+  /// not list it.
+  std::string LocateFileByRelativePathInDomain(const std::string& path, const std::string& domain);
+
+  /// The domain's files by their identifiers; nothing when there are none.
+  std::optional<std::map<std::string, PDXBackupFile>> QueryFilesInDomain(
+      const std::optional<std::string>& domain);
+
+  /// The relative paths of the domain's files, in the manifest's order.
+  std::vector<std::string> GetFilesByDomain(const std::string& domain);
+
+  /// The files whose path begins with `folder`; the whole domain without one. Nothing when the manifest
+  /// cannot be opened.
+  std::optional<std::vector<PDXBackupFile>> GetSubFolderContentInDomain(
+      const std::optional<std::string>& folder, const std::string& domain);
+
+  /// All entries of the manifest, folders and links included. Nothing when it cannot be opened.
+  std::optional<std::vector<PDXBackupFile>> GetAllFiles();
+
+  /// Nothing when the manifest cannot be opened.
+  std::optional<std::vector<std::string>> GetAllDomainNames();
+
+  /// The same as `GetAllDomainNames`.
+  std::optional<std::vector<std::string>> GetFiles();
+
+  /// Whether the password that was stored with `setPassword` opens the backup, told by its springboard
+  /// preferences: a backup without them answers false. The argument is not consulted.
+  bool IsPasswordCorrect(const std::string& password);
+
+  void setPassword(const std::string& password) { password_ = password; }
+  const std::optional<std::string>& Password() const { return password_; }
+
+  bool IsEncrypted() const { return isEncrypted_; }
+  void setIsEncrypted(bool isEncrypted) { isEncrypted_ = isEncrypted; }
+
+  /// Always 0. The device's system version is `systemVersion`.
+  std::int32_t iOSVersion() const { return iOSVersion_; }
+
+  /// The device's major system version when it was backed up; 0 when unknown. Source: the information record.
+  std::int32_t systemVersion() const { return iosVersion_; }
+
+  /// The manifest's major version; -1 when "Status.plist" does not tell.
+  std::int32_t backupTypeVersion() { return getBackupTypeVersion_(); }
+
+  /// The folder and identifier of this backup, also after another was opened.
+  const std::string& backupPath() const { return backupPath_; }
+  const std::string& deviceId() const { return deviceId_; }
+
+  /// The identifier of the backup that was opened last; "" before the first.
+  static std::string DeviceId();
+
+  /// The folder in which backups are looked for.
+  static std::string BaseBackupPath();
+
+  /// The folder of the backup that was opened last.
+  static std::string FullBackupPath();
+
+  /// A folder that replaces the active backup folder; nothing when there is none.
+  static std::optional<std::string> customBackupPath();
+  static void setCustomBackupPath(const std::optional<std::string>& folder);
+
+  /// The folder for readable copies, "Pocketdex" in the temporary folder. Made, for its owner only, when
+  /// missing.
+  static std::string TemporaryExtractPath();
+
+  /// The current backup's "Info.plist"; nothing when it is missing, empty or no property list.
+  static std::optional<PDXPropertyList> GetBackupInfoDictionary();
+
+  /// Calls `forget` whenever a backup at another place is opened, for as long as the process runs.
+  /// For what is kept of the current backup outside of this object.
+  static void whenAnotherOpens(std::function<void()> forget);
+
+ private:
+  void initateDeviceData_(const std::string& deviceId);
+  std::int32_t getBackupTypeVersion_();
+  std::unique_ptr<PDXBackupNavigation> getNavigatorClass_() const;
+  std::unique_ptr<PDXBackupExtraction> getExtractorClass_() const;
+  void makeNavigatorAndExtractor_();
+  std::string extract_(PDXBackupFile file);
+
+  std::unique_ptr<PDXBackupNavigation> navigator_;
+  std::unique_ptr<PDXBackupExtraction> extractor_;
+  std::optional<std::string> password_;
+  bool isEncrypted_ = false;
+  std::string deviceId_;
+  std::string backupPath_;
+  std::int32_t iosVersion_ = 0;
+  std::int32_t backupTypeVersion_ = -1;
+  std::int32_t iOSVersion_ = 0;
+};

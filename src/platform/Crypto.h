@@ -1,0 +1,10 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+/// The lower-case hexadecimal SHA-1 of the text's UTF-8 bytes: 40 characters. A backup names its files so.
+std::string sha_1(std::string_view text);
+
+/// `bytes` in Base64 (RFC 4648, padded), without line breaks.
+std::string base64(std::string_view bytes);

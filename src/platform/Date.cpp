@@ -1,0 +1,272 @@
+#include "platform/Date.h"
+
+#include <fmt/format.h>
+#include <unicode/datefmt.h>
+#include <unicode/gregocal.h>
+#include <unicode/smpdtfmt.h>
+#include <unicode/timezone.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using std::chrono::floor;
+using std::chrono::milliseconds;
+using std::chrono::minutes;
+
+constexpr std::int64_t kMinutesADay = 24 * 60;
+
+UDate icuDate(PDXDate date) {
+  return static_cast<double>(floor<milliseconds>(date.time_since_epoch()).count());
+}
+
+PDXDate fromIcu(UDate date) {
+  constexpr double kLimit = 9.2e15;  // Milliseconds that still fit a PDXDate.
+  return PDXDate(milliseconds(static_cast<std::int64_t>(std::clamp(date, -kLimit, kLimit))));
+}
+
+/// A proleptic Gregorian calendar: the device knows no Julian dates.
+icu::GregorianCalendar makeCalendar() {
+  UErrorCode status = U_ZERO_ERROR;
+  icu::GregorianCalendar calendar(status);
+  calendar.setGregorianChange(-9.2e15, status);
+  return calendar;
+}
+
+void toStartOfDay(icu::Calendar& calendar) {
+  for (const auto field : {UCAL_HOUR_OF_DAY, UCAL_MINUTE, UCAL_SECOND, UCAL_MILLISECOND})
+    calendar.set(field, 0);
+}
+
+/// A day's two ends, and whether its clock runs through without a shift.
+struct Day {
+  PDXDate begin = PDXDate::max();
+  PDXDate end = PDXDate::min();
+  bool isPlain = false;
+
+  bool holds(PDXDate date) const { return begin <= date && date < end; }
+};
+
+Day dayOf(icu::GregorianCalendar& calendar, PDXDate date) {
+  UErrorCode status = U_ZERO_ERROR;
+  calendar.setTime(icuDate(date), status);
+  toStartOfDay(calendar);
+  Day day;
+  day.begin = fromIcu(calendar.getTime(status));
+  calendar.add(UCAL_DATE, 1, status);
+  toStartOfDay(calendar);
+  day.end = fromIcu(calendar.getTime(status));
+  day.isPlain = day.end - day.begin == minutes(kMinutesADay);
+  return day;
+}
+
+bool isLetter(char16_t c) { return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z'); }
+bool isDayField(char16_t c) {
+  return std::u16string_view(u"GyYuUrQqMLwWdDFgEec").find(c) != std::u16string_view::npos;
+}
+bool isMinuteField(char16_t c) {
+  return std::u16string_view(u"abBhHKkm").find(c) != std::u16string_view::npos;
+}
+
+/// A pattern cut where fields of the day meet fields of the time of day.
+struct PatternPart {
+  bool isTime = false;
+  icu::UnicodeString pattern;
+};
+
+/// The parts of a pattern in order; empty when it has fields finer than a minute, or of the time zone.
+std::vector<PatternPart> partsOf(const icu::UnicodeString& pattern) {
+  std::vector<PatternPart> parts(1);
+  bool quoted = false;
+  bool any = false;
+  for (std::int32_t i = 0; i < pattern.length(); ++i) {
+    const char16_t c = pattern[i];
+    if (c == u'\'') quoted = !quoted;
+    if (!quoted && isLetter(c)) {
+      const bool time = isMinuteField(c);
+      if (!time && !isDayField(c)) return {};
+      if (any && time != parts.back().isTime) parts.emplace_back();
+      parts.back().isTime = time;
+      any = true;
+    }
+    parts.back().pattern += c;
+  }
+  return parts;
+}
+
+std::string utf8(const icu::UnicodeString& text) {
+  std::string result;
+  return text.toUTF8String(result);
+}
+
+/// One part of a pattern with the texts it gave: the current day's, or one for each minute of a day.
+struct FormattedPart {
+  bool isTime = false;
+  std::unique_ptr<icu::SimpleDateFormat> format;
+  std::string dayText;
+  std::array<std::string, kMinutesADay> minuteTexts;
+};
+
+}  // namespace
+
+namespace PDXDates {
+
+PDXDate fromReferenceSeconds(std::int64_t seconds) {
+  constexpr std::int64_t kLimit = 9'000'000'000'000;
+  return kReference + std::chrono::seconds(std::clamp(seconds, -kLimit, kLimit));
+}
+
+std::int64_t referenceSeconds(PDXDate date) {
+  return std::chrono::duration_cast<std::chrono::seconds>(date - kReference).count();
+}
+
+PDXDate startOfDay(PDXDate date) {
+  auto calendar = makeCalendar();
+  return dayOf(calendar, date).begin;
+}
+
+PDXDate startOfNextDay(PDXDate date) {
+  auto calendar = makeCalendar();
+  return dayOf(calendar, date).end;
+}
+
+std::optional<PDXDate> fromDayText(std::string_view text) {
+  const auto number = [text](std::size_t at, std::size_t count) {
+    int value = -1;
+    const char* end = text.data() + at + count;
+    const auto result = std::from_chars(text.data() + at, end, value);
+    return result.ec == std::errc() && result.ptr == end && text[at] != '-' ? value : -1;
+  };
+  if (text.size() != 10 || text[4] != '-' || text[7] != '-') return std::nullopt;
+  const int year = number(0, 4);
+  const int month = number(5, 2);
+  const int day = number(8, 2);
+  const std::chrono::year_month_day date{std::chrono::year(year),
+                                         std::chrono::month(static_cast<unsigned>(month)),
+                                         std::chrono::day(static_cast<unsigned>(day))};
+  if (year < 1 || month < 0 || day < 0 || !date.ok()) return std::nullopt;
+
+  auto calendar = makeCalendar();
+  UErrorCode status = U_ZERO_ERROR;
+  calendar.clear();
+  calendar.set(year, month - 1, day);
+  const PDXDate moment = fromIcu(calendar.getTime(status));
+  if (U_FAILURE(status)) return std::nullopt;
+  return moment;
+}
+
+std::string isoText(PDXDate date) {
+  const auto day = floor<std::chrono::days>(date);
+  const std::chrono::year_month_day ymd(day);
+  const std::chrono::hh_mm_ss time(date - day);
+  std::string text = fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}", static_cast<int>(ymd.year()),
+                                 static_cast<unsigned>(ymd.month()), static_cast<unsigned>(ymd.day()),
+                                 time.hours().count(), time.minutes().count(), time.seconds().count());
+  if (time.subseconds().count() != 0) {
+    text += fmt::format(".{:06}", time.subseconds().count());
+    text.erase(text.find_last_not_of('0') + 1);
+  }
+  return text + "Z";
+}
+
+}  // namespace PDXDates
+
+/// Long date and short time of a message differ in their day and in their minute only, so both texts are kept
+/// apart and joined: formatting a million messages one by one would cost more than reading them.
+struct PDXDateFormatter::State {
+  icu::GregorianCalendar calendar = makeCalendar();
+  std::unique_ptr<icu::SimpleDateFormat> whole;
+  std::vector<FormattedPart> parts;
+  Day day;
+
+  explicit State(std::unique_ptr<icu::SimpleDateFormat> format) : whole(std::move(format)) {
+    icu::UnicodeString pattern;
+    whole->toPattern(pattern);
+    for (const PatternPart& part : partsOf(pattern)) {
+      FormattedPart& made = parts.emplace_back();
+      made.isTime = part.isTime;
+      made.format.reset(static_cast<icu::SimpleDateFormat*>(whole->clone()));
+      made.format->applyPattern(part.pattern);
+    }
+  }
+
+  static std::string format(const icu::SimpleDateFormat& with, PDXDate date) {
+    icu::UnicodeString text;
+    return utf8(with.format(icuDate(date), text));
+  }
+
+  void enterDayOf(PDXDate date) {
+    day = dayOf(calendar, date);
+    for (FormattedPart& part : parts) {
+      if (!part.isTime) part.dayText = format(*part.format, date);
+    }
+  }
+
+  std::string text(PDXDate date) {
+    if (parts.empty()) return format(*whole, date);
+    if (!day.holds(date)) enterDayOf(date);
+    if (!day.isPlain) return format(*whole, date);  // On a day when the clock is put forward or back.
+    const auto minute = static_cast<std::size_t>(floor<minutes>(date - day.begin).count());
+    std::string result;
+    for (FormattedPart& part : parts) {
+      if (!part.isTime) {
+        result += part.dayText;
+        continue;
+      }
+      std::string& known = part.minuteTexts[minute];
+      if (known.empty()) known = format(*part.format, date);
+      result += known;
+    }
+    return result;
+  }
+};
+
+namespace {
+
+std::unique_ptr<icu::SimpleDateFormat> styleFormat(PDXDateFormatter::Style style) {
+  const bool withTime = style == PDXDateFormatter::Style::longDateShortTime;
+  std::unique_ptr<icu::DateFormat> made(
+      withTime ? icu::DateFormat::createDateTimeInstance(icu::DateFormat::kLong, icu::DateFormat::kShort)
+               : icu::DateFormat::createDateInstance(icu::DateFormat::kLong));
+  if (auto* simple = dynamic_cast<icu::SimpleDateFormat*>(made.get())) {
+    made.release();
+    return std::unique_ptr<icu::SimpleDateFormat>(simple);
+  }
+  UErrorCode status = U_ZERO_ERROR;
+  return std::make_unique<icu::SimpleDateFormat>(withTime ? u"yyyy-MM-dd HH:mm" : u"yyyy-MM-dd", status);
+}
+
+std::unique_ptr<icu::SimpleDateFormat> patternFormat(const std::string& pattern) {
+  UErrorCode status = U_ZERO_ERROR;
+  return std::make_unique<icu::SimpleDateFormat>(icu::UnicodeString::fromUTF8(pattern), status);
+}
+
+}  // namespace
+
+PDXDateFormatter::PDXDateFormatter(Style style) : state_(std::make_unique<State>(styleFormat(style))) {}
+PDXDateFormatter::PDXDateFormatter(const std::string& pattern)
+    : state_(std::make_unique<State>(patternFormat(pattern))) {}
+PDXDateFormatter::~PDXDateFormatter() = default;
+PDXDateFormatter::PDXDateFormatter(PDXDateFormatter&&) noexcept = default;
+PDXDateFormatter& PDXDateFormatter::operator=(PDXDateFormatter&&) noexcept = default;
+
+std::string PDXDateFormatter::text(PDXDate date) { return state_->text(date); }
+
+struct PDXDayCalendar::State {
+  icu::GregorianCalendar calendar = makeCalendar();
+  Day day;
+};
+
+PDXDayCalendar::PDXDayCalendar() : state_(std::make_unique<State>()) {}
+PDXDayCalendar::~PDXDayCalendar() = default;
+PDXDayCalendar::PDXDayCalendar(PDXDayCalendar&&) noexcept = default;
+PDXDayCalendar& PDXDayCalendar::operator=(PDXDayCalendar&&) noexcept = default;
+
+PDXDate PDXDayCalendar::startOfDay(PDXDate date) {
+  if (!state_->day.holds(date)) state_->day = dayOf(state_->calendar, date);
+  return state_->day.begin;
+}

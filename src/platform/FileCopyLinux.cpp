@@ -1,0 +1,52 @@
+#include <linux/fs.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <vector>
+
+#include "platform/FileCopy.h"
+
+namespace {
+
+constexpr std::size_t kStep = std::size_t{16} << 20;  // Small enough to answer a stop at once.
+
+/// For file systems between which the kernel cannot copy by itself.
+int copyThroughMemory(int source, int target, const std::stop_token& stop) {
+  std::vector<char> buffer(std::size_t{1} << 20);
+  while (true) {
+    if (stop.stop_requested()) return ECANCELED;
+    const ssize_t got = ::read(source, buffer.data(), buffer.size());
+    if (got == 0) return 0;
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) return errno;
+    for (ssize_t done = 0; done < got;) {
+      const ssize_t written = ::write(target, buffer.data() + done, static_cast<std::size_t>(got - done));
+      if (written < 0 && errno != EINTR) return errno;
+      if (written > 0) done += written;
+    }
+  }
+}
+
+}  // namespace
+
+int PDXFileCopy::contents(int source, int target, const std::stop_token& stop) {
+  if (::ioctl(target, FICLONE, source) == 0) return 0;
+  bool copiedAny = false;
+  while (true) {
+    if (stop.stop_requested()) return ECANCELED;
+    const ssize_t copied = ::copy_file_range(source, nullptr, target, nullptr, kStep, 0);
+    if (copied > 0) {
+      copiedAny = true;
+      continue;
+    }
+    // Some virtual file systems answer 0 at once although there are bytes to read.
+    if (copied == 0) return copiedAny ? 0 : copyThroughMemory(source, target, stop);
+    if (errno == EINTR) continue;
+    if (errno == EXDEV || errno == ENOSYS || errno == EINVAL || errno == EOPNOTSUPP || errno == EPERM) {
+      return copyThroughMemory(source, target, stop);
+    }
+    return errno;
+  }
+}

@@ -1,0 +1,10 @@
+#include <copyfile.h>
+
+#include <cerrno>
+
+#include "platform/FileCopy.h"
+
+int PDXFileCopy::contents(int source, int target, const std::stop_token&) {
+  // Clones where the volume can, else copies the data.
+  return ::fcopyfile(source, target, nullptr, COPYFILE_DATA) == 0 ? 0 : errno;
+}

@@ -1,0 +1,102 @@
+#include "platform/FileName.h"
+
+#include <unicode/uchar.h>
+
+#include <algorithm>
+
+#include "platform/Characters.h"
+#include "platform/Text.h"
+
+namespace {
+
+constexpr std::string_view kUntitled = "Untitled";
+
+/// The longest beginning of `name` that has at most `limit` bytes and cuts no character, and none off from
+/// its combining marks and joiners.
+std::string_view cutTo(std::string_view name, std::size_t limit) {
+  if (name.size() <= limit) return name;
+  std::size_t end = limit;
+  while (end > 0) {
+    const bool insideCharacter = (static_cast<unsigned char>(name[end]) & 0xC0) == 0x80;
+    std::size_t after = end;
+    if (!insideCharacter &&
+        u_hasBinaryProperty(PDXCharacters::nextOrError(name, after), UCHAR_GRAPHEME_EXTEND) == 0) {
+      break;
+    }
+    --end;
+  }
+  return name.substr(0, end);
+}
+
+std::string withoutControls(std::string_view name) {
+  std::string result;
+  std::size_t position = 0;
+  while (position < name.size()) {
+    const std::size_t start = position;
+    const auto category = u_charType(PDXCharacters::nextOrError(name, position));
+    if (category == U_CONTROL_CHAR || category == U_LINE_SEPARATOR || category == U_PARAGRAPH_SEPARATOR)
+      continue;
+    result.append(name, start, position - start);
+  }
+  return result;
+}
+
+std::string_view withoutTrailingDots(std::string_view name) {
+  std::string_view before;
+  do {
+    before = name;
+    while (name.ends_with('.')) name.remove_suffix(1);
+    name = PDXText::trimmed(name);
+  } while (name != before);
+  return name;
+}
+
+bool isReservedDevice(std::string_view stem) {
+  const std::string upper = PDXText::uppercased(stem);
+  if (upper == "CON" || upper == "PRN" || upper == "AUX" || upper == "NUL") return true;
+  if (!upper.starts_with("COM") && !upper.starts_with("LPT")) return false;
+  const std::string_view number = std::string_view(upper).substr(3);
+  return (number.size() == 1 && number[0] >= '0' && number[0] <= '9') || number == "¹" || number == "²" ||
+         number == "³";
+}
+
+}  // namespace
+
+namespace PDXFileName {
+
+std::string cleaned(std::string_view name) {
+  std::string result(name);
+  for (char& c : result) {
+    if (std::string_view("\\?%:*|\"<>/").find(c) != std::string_view::npos) c = '_';
+  }
+  return std::string(PDXText::trimmed(result));
+}
+
+std::string safe(std::string_view name, std::size_t limit) {
+  std::string result = PDXText::composed(withoutControls(cleaned(name)));
+  result = withoutTrailingDots(cutTo(withoutTrailingDots(result), limit));
+  if (result.empty()) return std::string(kUntitled);
+  const std::size_t stem = std::min(result.find('.'), result.size());
+  if (isReservedDevice(PDXText::trimmed(std::string_view(result).substr(0, stem)))) result.insert(stem, "_");
+  return result;
+}
+
+std::string safeWithExtension(std::string_view name) {
+  const std::string whole = safe(name, std::string_view::npos);
+  const std::string extension(PDXText::pathExtension(whole));
+  if (extension.empty() || extension.size() > 32) return safe(name);
+  const std::string stem = whole.substr(0, whole.size() - extension.size() - 1);
+  return safe(stem, 200 - extension.size() - 1) + "." + extension;
+}
+
+}  // namespace PDXFileName
+
+std::string PDXUniqueFileNames::nameFor(std::string_view title) {
+  // Room for a reserved name's "_" stays free beside that for counter and extension.
+  std::string name = PDXFileName::safe(title, 200 - reserve_ - 1);
+  for (unsigned counter = 1; !taken_.insert(PDXText::caseFolded(name)).second; ++counter) {
+    const std::string suffix = " (" + std::to_string(counter) + ")";
+    name = PDXFileName::safe(title, 200 - reserve_ - 1 - suffix.size()) + suffix;
+  }
+  return name;
+}

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <unordered_set>
+
+/// Names made from what a backup holds never become paths unchecked: they come through here.
+namespace PDXFileName {
+
+/// `name` with each of the characters \ ? % : * | " < > / replaced by "_", and without white space and line
+/// breaks at both ends. May be empty, and may still be unfit as a file name; see `safe`.
+std::string cleaned(std::string_view name);
+
+/// A name that every system can store: cleaned, in normal form C, without control characters, leading or
+/// trailing blanks and trailing dots; a reserved device name ("CON", "com1.txt") gets a "_"; one that would
+/// be empty, "." or ".." is "Untitled". At most `limit` bytes, cut between characters.
+std::string safe(std::string_view name, std::size_t limit = 200);
+
+/// `name` as above, where what follows its last dot is a file extension that a cut must not touch.
+std::string safeWithExtension(std::string_view name);
+
+}  // namespace PDXFileName
+
+/// The names given out in one folder so far: the second of a name gets " (1)", the third " (2)", without
+/// regard to case.
+class PDXUniqueFileNames {
+ public:
+  /// @param reserve  the longest text that will be appended to a name: its extension, or the name of a folder
+  ///                 that goes with it. A name, its counter and `reserve` more bytes fit into 200.
+  explicit PDXUniqueFileNames(std::size_t reserve) : reserve_(reserve) {}
+
+  /// A safe name made from `title`, without extension, that no earlier call has answered.
+  std::string nameFor(std::string_view title);
+
+ private:
+  std::size_t reserve_;
+  std::unordered_set<std::string> taken_;
+};

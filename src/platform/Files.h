@@ -1,0 +1,121 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/Bytes.h"
+
+/// Files and folders. Paths are UTF-8. Nothing here throws: a failure is false, nothing or an empty text.
+namespace PDXFiles {
+
+bool exists(const std::string& path);
+bool isFolder(const std::string& path);
+
+/// Bytes of a regular file; nothing when there is none.
+std::optional<std::uint64_t> sizeOf(const std::string& path);
+
+/// `base` and `component` with one "/" between them; an empty base gives the component.
+std::string joined(std::string_view base, std::string_view component);
+
+/// Absolute, with links resolved and without "." and "..", as far as the path exists.
+std::string absolute(const std::string& path);
+
+/// The folder that holds `path`.
+std::string folderOf(const std::string& path);
+
+/// The whole file; nothing when it cannot be read or is larger than `limit` bytes.
+std::optional<PDXBytes> read(const std::string& path, std::uint64_t limit = std::uint64_t{256} << 20);
+
+/// The first `count` bytes of a file, fewer when it is shorter; empty when it cannot be read.
+PDXBytes readBeginning(const std::string& path, std::size_t count);
+
+/// Names of what lies in a folder, sorted by their bytes; empty when it cannot be listed.
+std::vector<std::string> list(const std::string& folder);
+
+/// Makes a folder and those above it. True when it is there afterwards.
+bool makeFolders(const std::string& path);
+
+/// Makes a folder that only its owner may enter. True when it is there, is no link and belongs to this user.
+bool makePrivateFolder(const std::string& path);
+
+/// Removes a file, a link or an empty folder; what is not there is no failure.
+bool remove(const std::string& path);
+
+/// Removes a folder with all it holds, following no links.
+void removeTree(const std::string& path);
+
+/// Copies a file's bytes to a new file in the cheapest way the file system offers: sharing its blocks, else
+/// copying inside the kernel. The target appears whole or not at all, replaces an older one, and is readable
+/// and writable for its owner. Stops at a stop request, which counts as a failure.
+/// @param why  receives the reason of a failure; may be null.
+bool copy(const std::string& from, const std::string& to, std::string* why = nullptr,
+          std::stop_token stop = {});
+
+/// The user's home folder.
+std::string home();
+
+/// The user's data and settings folders (XDG base directories); absolute, and not made.
+std::string userData();
+std::string userSettings();
+
+/// The temporary folder of this run: the user's own, or what `setTemporary` named.
+std::string temporary();
+
+/// Points `temporary` elsewhere for this process; an empty path undoes it.
+void setTemporary(const std::string& folder);
+
+}  // namespace PDXFiles
+
+/// A private folder below the user's temporary one that becomes `PDXFiles::temporary()` while it lives, and
+/// is removed with all it holds afterwards.
+class PDXTemporaryRun {
+ public:
+  PDXTemporaryRun();
+  ~PDXTemporaryRun();
+  PDXTemporaryRun(const PDXTemporaryRun&) = delete;
+  PDXTemporaryRun& operator=(const PDXTemporaryRun&) = delete;
+
+  /// Empty when the folder could not be made.
+  const std::string& path() const { return path_; }
+
+ private:
+  std::string path_;
+};
+
+/// A file that appears under its name only when it is whole: text goes to a file beside it, which `commit`
+/// renames. What was not committed is removed.
+class PDXAtomicFile {
+ public:
+  /// Opens the file beside `path`, whose folder must exist.
+  explicit PDXAtomicFile(std::string path);
+  ~PDXAtomicFile();
+  PDXAtomicFile(const PDXAtomicFile&) = delete;
+  PDXAtomicFile& operator=(const PDXAtomicFile&) = delete;
+
+  /// Appends at the end. Text is gathered, so that many short ones cost little.
+  void append(std::string_view text);
+
+  /// Puts the file in its place. False when anything since opening has failed; see `error`.
+  [[nodiscard]] bool commit();
+
+  /// The first failure's reason; empty when all went well so far.
+  const std::string& error() const { return error_; }
+
+  const std::string& path() const { return path_; }
+
+ private:
+  void flush_();
+  void fail_(int code);
+
+  std::string path_;
+  std::string temporaryPath_;
+  std::string buffer_;
+  std::string error_;
+  int descriptor_ = -1;
+};

@@ -1,0 +1,266 @@
+#include <fcntl.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <mutex>
+#include <utility>
+
+#include "platform/FileCopy.h"
+#include "platform/Files.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::size_t kBufferSize = std::size_t{256} << 10;
+
+std::mutex temporaryLock;
+
+std::string& temporaryOverride() {
+  static std::string folder;
+  return folder;
+}
+
+std::string environment(const char* name) {
+  const char* value = std::getenv(name);
+  return value == nullptr ? "" : value;
+}
+
+/// A base directory of the user's: only an absolute path counts, as the convention says.
+std::string baseDirectory(const char* variable, const char* below) {
+  const std::string value = environment(variable);
+  return value.starts_with('/') ? value : PDXFiles::joined(PDXFiles::home(), below);
+}
+
+/// A file descriptor, closed when it goes out of scope.
+class Descriptor {
+ public:
+  explicit Descriptor(int value) : value_(value) {}
+  ~Descriptor() {
+    if (value_ >= 0) ::close(value_);
+  }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  int get() const { return value_; }
+
+  /// Closes now, so that a late failure to write is seen.
+  bool close() { return ::close(std::exchange(value_, -1)) == 0; }
+
+ private:
+  int value_;
+};
+
+/// A name beside `path` that no other thread or process uses. Short whatever the name of the file is.
+std::string besidePath(const std::string& path) {
+  static std::atomic<unsigned> counter = 0;
+  return PDXFiles::joined(PDXFiles::folderOf(path), ".pocketdex-" + std::to_string(::getpid()) + "-" +
+                                                        std::to_string(++counter) + ".part");
+}
+
+}  // namespace
+
+namespace PDXFiles {
+
+bool exists(const std::string& path) { return !path.empty() && ::access(path.c_str(), F_OK) == 0; }
+
+bool isFolder(const std::string& path) {
+  struct stat info {};
+  return ::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+std::optional<std::uint64_t> sizeOf(const std::string& path) {
+  struct stat info {};
+  if (::stat(path.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) return std::nullopt;
+  return static_cast<std::uint64_t>(info.st_size);
+}
+
+std::string joined(std::string_view base, std::string_view component) {
+  if (base.empty()) return std::string(component);
+  std::string result(base);
+  if (!result.ends_with('/')) result += '/';
+  return result.append(component);
+}
+
+std::string absolute(const std::string& path) {
+  std::error_code failed;
+  const fs::path result = fs::weakly_canonical(fs::absolute(path, failed), failed);
+  std::string text = failed ? path : result.string();
+  while (text.size() > 1 && text.ends_with('/')) text.pop_back();
+  return text;
+}
+
+std::string folderOf(const std::string& path) {
+  const std::string parent = fs::path(path).parent_path().string();
+  return parent.empty() ? "." : parent;
+}
+
+std::optional<PDXBytes> read(const std::string& path, std::uint64_t limit) {
+  const auto size = sizeOf(path);
+  if (!size || *size > limit) return std::nullopt;
+  PDXBytes bytes = readBeginning(path, static_cast<std::size_t>(*size));
+  if (bytes.size() != *size) return std::nullopt;
+  return bytes;
+}
+
+PDXBytes readBeginning(const std::string& path, std::size_t count) {
+  // Only regular files: a pipe or a device in a backup folder must not keep us waiting.
+  const auto size = sizeOf(path);
+  if (!size) return {};
+  const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  if (file.get() < 0) return {};
+  PDXBytes bytes(static_cast<std::size_t>(std::min<std::uint64_t>(count, *size)));
+  std::size_t filled = 0;
+  while (filled < bytes.size()) {
+    const ssize_t got = ::read(file.get(), bytes.data() + filled, bytes.size() - filled);
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0) break;
+    filled += static_cast<std::size_t>(got);
+  }
+  bytes.resize(filled);
+  return bytes;
+}
+
+std::vector<std::string> list(const std::string& folder) {
+  std::vector<std::string> names;
+  std::error_code failed;
+  for (fs::directory_iterator entry(folder, failed), end; !failed && entry != end; entry.increment(failed)) {
+    names.push_back(entry->path().filename().string());
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+bool makeFolders(const std::string& path) {
+  std::error_code failed;
+  fs::create_directories(path, failed);
+  return isFolder(path);
+}
+
+bool makePrivateFolder(const std::string& path) {
+  std::error_code failed;
+  fs::create_directories(folderOf(path), failed);
+  ::mkdir(path.c_str(), S_IRWXU);
+  struct stat info {};
+  if (::lstat(path.c_str(), &info) != 0 || !S_ISDIR(info.st_mode) || info.st_uid != ::geteuid()) return false;
+  return (info.st_mode & 0777) == S_IRWXU || ::chmod(path.c_str(), S_IRWXU) == 0;
+}
+
+bool remove(const std::string& path) {
+  std::error_code failed;
+  fs::remove(path, failed);
+  return !failed;
+}
+
+void removeTree(const std::string& path) {
+  std::error_code failed;
+  fs::remove_all(path, failed);
+}
+
+bool copy(const std::string& from, const std::string& to, std::string* why, std::stop_token stop) {
+  const auto failed = [why](int code) {
+    if (why != nullptr) *why = std::strerror(code);
+    return false;
+  };
+  if (!sizeOf(from)) return failed(isFolder(from) ? EISDIR : ENOENT);
+  const Descriptor source(::open(from.c_str(), O_RDONLY | O_CLOEXEC));
+  if (source.get() < 0) return failed(errno);
+
+  const std::string part = besidePath(to);
+  Descriptor target(::open(part.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
+  if (target.get() < 0) return failed(errno);
+  int code = PDXFileCopy::contents(source.get(), target.get(), stop);
+  if (!target.close() && code == 0) code = errno;
+  if (code == 0 && ::rename(part.c_str(), to.c_str()) != 0) code = errno;
+  if (code == 0) return true;
+  ::unlink(part.c_str());
+  return failed(code);
+}
+
+std::string home() {
+  if (const std::string folder = environment("HOME"); !folder.empty()) return folder;
+  const passwd* user = ::getpwuid(::getuid());
+  return user == nullptr ? "/" : user->pw_dir;
+}
+
+std::string userData() { return baseDirectory("XDG_DATA_HOME", ".local/share"); }
+
+std::string userSettings() { return baseDirectory("XDG_CONFIG_HOME", ".config"); }
+
+std::string temporary() {
+  {
+    const std::lock_guard guard(temporaryLock);
+    if (!temporaryOverride().empty()) return temporaryOverride();
+  }
+  std::error_code failed;
+  const fs::path folder = fs::temp_directory_path(failed);
+  return failed ? "/tmp" : folder.string();
+}
+
+void setTemporary(const std::string& folder) {
+  const std::lock_guard guard(temporaryLock);
+  temporaryOverride() = folder;
+}
+
+}  // namespace PDXFiles
+
+PDXTemporaryRun::PDXTemporaryRun() {
+  std::string pattern = PDXFiles::joined(PDXFiles::temporary(), "pocketdex-XXXXXX");
+  if (::mkdtemp(pattern.data()) == nullptr) return;
+  path_ = pattern;
+  PDXFiles::setTemporary(path_);
+}
+
+PDXTemporaryRun::~PDXTemporaryRun() {
+  if (path_.empty()) return;
+  PDXFiles::setTemporary("");
+  PDXFiles::removeTree(path_);
+}
+
+PDXAtomicFile::PDXAtomicFile(std::string path) : path_(std::move(path)), temporaryPath_(besidePath(path_)) {
+  descriptor_ = ::open(temporaryPath_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+  if (descriptor_ < 0) fail_(errno);
+}
+
+PDXAtomicFile::~PDXAtomicFile() {
+  if (descriptor_ >= 0) ::close(descriptor_);
+  if (!temporaryPath_.empty()) ::unlink(temporaryPath_.c_str());
+}
+
+void PDXAtomicFile::append(std::string_view text) {
+  buffer_.append(text);
+  if (buffer_.size() >= kBufferSize) flush_();
+}
+
+bool PDXAtomicFile::commit() {
+  flush_();
+  if (descriptor_ >= 0 && ::close(std::exchange(descriptor_, -1)) != 0) fail_(errno);
+  if (!error_.empty()) return false;
+  if (::rename(temporaryPath_.c_str(), path_.c_str()) != 0) {
+    fail_(errno);
+    return false;
+  }
+  temporaryPath_.clear();
+  return true;
+}
+
+void PDXAtomicFile::flush_() {
+  std::string_view rest = buffer_;
+  while (!rest.empty() && error_.empty()) {
+    const ssize_t written = ::write(descriptor_, rest.data(), rest.size());
+    if (written < 0 && errno == EINTR) continue;
+    if (written < 0) fail_(errno);
+    if (written > 0) rest.remove_prefix(static_cast<std::size_t>(written));
+  }
+  buffer_.clear();
+}
+
+void PDXAtomicFile::fail_(int code) {
+  if (error_.empty()) error_ = std::strerror(code);
+}

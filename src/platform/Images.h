@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "platform/Bytes.h"
+
+enum class PDXPictureFormat { jpeg, png, heic };
+
+/// A picture in memory: rows from the top, pixels from the left, three bytes each (red, green, blue).
+struct PDXRaster {
+  int width = 0;
+  int height = 0;
+  PDXBytes pixels;
+};
+
+/// Pictures. The image library starts when the first picture needs it.
+namespace PDXImages {
+
+/// The picture as a file of that format. Nothing when the raster is empty or the system's library cannot
+/// write the format.
+/// @param quality  1 to 100, for JPEG and HEIC.
+std::optional<PDXBytes> encoded(const PDXRaster& raster, PDXPictureFormat format, int quality = 85);
+
+/// The file extension ("jpg", "png", "heic", "gif") that the first bytes of a picture call for; "" when they
+/// are no picture's.
+std::string extensionFor(const PDXBytes& picture);
+
+}  // namespace PDXImages

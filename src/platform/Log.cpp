@@ -1,0 +1,47 @@
+#include "platform/Log.h"
+
+#include <spdlog/sinks/stdout_sinks.h>
+#include <spdlog/spdlog.h>
+
+#include <atomic>
+#include <mutex>
+#include <utility>
+
+namespace {
+
+struct State {
+  std::mutex lock;
+  PDXLog::Listener listener;
+  std::atomic<bool> verbose = false;
+};
+
+State& state() {
+  static State theState;
+  return theState;
+}
+
+spdlog::logger& errorLog() {
+  static const auto log = [] {
+    auto made = spdlog::stderr_logger_mt("pocketdex");
+    made->set_pattern("pocketdex: %v");
+    return made;
+  }();
+  return *log;
+}
+
+}  // namespace
+
+void PDXLog::report(const PDXProblem& problem) {
+  if (state().verbose) {
+    errorLog().warn("{}: {}{}{}", problem.what, problem.where, problem.why.empty() ? "" : ": ", problem.why);
+  }
+  const std::lock_guard guard(state().lock);
+  if (state().listener) state().listener(problem);
+}
+
+PDXLog::Listener PDXLog::listen(Listener listener) {
+  const std::lock_guard guard(state().lock);
+  return std::exchange(state().listener, std::move(listener));
+}
+
+void PDXLog::setVerbose(bool verbose) { state().verbose = verbose; }

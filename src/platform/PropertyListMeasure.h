@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+/// Looks at a property list's bytes before a recursive parser gets them.
+namespace PDXPropertyListMeasure {
+
+/// The beginning of `bytes` that is the list itself: without the cipher's padding (up to sixteen equal bytes)
+/// and sixteen zero bytes that a deciphered copy carries behind a binary list, and without whatever follows
+/// "</plist>" in an XML one.
+std::string_view withoutTail(std::string_view bytes);
+
+/// Whether the list can be parsed safely: its objects nest at most 256 levels, none contains itself, and
+/// written out they are at most four million values (a few hundred bytes can stand for billions, by
+/// containing one object many times). Needs no recursion and time in proportion to the bytes.
+bool isSafe(std::string_view bytes);
+
+}  // namespace PDXPropertyListMeasure

@@ -1,0 +1,161 @@
+#include "platform/Sqlite.h"
+
+#include <sqlite3.h>
+
+#include "platform/Text.h"
+
+namespace {
+
+int flagsFor(PDXSQLiteAccess access) {
+  switch (access) {
+    case PDXSQLiteAccess::readOnly:
+      return SQLITE_OPEN_READONLY;
+    case PDXSQLiteAccess::immutable:
+      return SQLITE_OPEN_READONLY | SQLITE_OPEN_URI;
+    case PDXSQLiteAccess::create:
+      return SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
+    case PDXSQLiteAccess::scratch:
+      break;
+  }
+  return SQLITE_OPEN_READWRITE;
+}
+
+/// A path as a "file:" address, in which "?", "#" and "%" would have a meaning of their own.
+std::string immutableAddress(const std::string& path) {
+  std::string encoded = PDXText::replacedAll(path, "%", "%25");
+  encoded = PDXText::replacedAll(std::move(encoded), "?", "%3f");
+  encoded = PDXText::replacedAll(std::move(encoded), "#", "%23");
+  return "file:" + encoded + "?immutable=1";
+}
+
+void harden(sqlite3* handle, PDXSQLiteAccess access) {
+  sqlite3_extended_result_codes(handle, 1);
+  sqlite3_busy_timeout(handle, 2000);
+  if (access == PDXSQLiteAccess::create) return;
+  sqlite3_db_config(handle, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
+  sqlite3_db_config(handle, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+  sqlite3_db_config(handle, SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
+  sqlite3_exec(handle, "PRAGMA cell_size_check=ON", nullptr, nullptr, nullptr);
+}
+
+}  // namespace
+
+void PDXSQLiteDatabase::Close::operator()(sqlite3* handle) const noexcept { sqlite3_close_v2(handle); }
+
+PDXSQLiteDatabase::PDXSQLiteDatabase() = default;
+PDXSQLiteDatabase::~PDXSQLiteDatabase() = default;
+PDXSQLiteDatabase::PDXSQLiteDatabase(PDXSQLiteDatabase&&) noexcept = default;
+PDXSQLiteDatabase& PDXSQLiteDatabase::operator=(PDXSQLiteDatabase&&) noexcept = default;
+
+PDXSQLiteDatabase::PDXSQLiteDatabase(const std::string& path, PDXSQLiteAccess access) {
+  if (path.empty()) return;
+  sqlite3* handle = nullptr;
+  const std::string name = access == PDXSQLiteAccess::immutable ? immutableAddress(path) : path;
+  // Each handle stays on one thread, so SQLite's own locks are not needed.
+  const int result = sqlite3_open_v2(name.c_str(), &handle, flagsFor(access) | SQLITE_OPEN_NOMUTEX, nullptr);
+  handle_.reset(handle);
+  if (result != SQLITE_OK) {
+    handle_.reset();
+    return;
+  }
+  harden(handle, access);
+}
+
+std::string PDXSQLiteDatabase::error() const {
+  return handle_ == nullptr ? "cannot be opened" : sqlite3_errmsg(handle_.get());
+}
+
+PDXSQLiteStatement PDXSQLiteDatabase::prepare(std::string_view sql) const { return {handle_.get(), sql}; }
+
+bool PDXSQLiteDatabase::run(const std::string& sql) const {
+  return handle_ != nullptr &&
+         sqlite3_exec(handle_.get(), sql.c_str(), nullptr, nullptr, nullptr) == SQLITE_OK;
+}
+
+void PDXSQLiteStatement::Finalize::operator()(sqlite3_stmt* statement) const noexcept {
+  sqlite3_finalize(statement);
+}
+
+PDXSQLiteStatement::PDXSQLiteStatement(sqlite3* database, std::string_view sql) {
+  if (database == nullptr) return;
+  sqlite3_stmt* statement = nullptr;
+  sqlite3_prepare_v2(database, sql.data(), static_cast<int>(sql.size()), &statement, nullptr);
+  statement_.reset(statement);
+}
+
+bool PDXSQLiteStatement::step() {
+  if (statement_ == nullptr || failed_) return false;
+  const int result = sqlite3_step(statement_.get());
+  failed_ = result != SQLITE_ROW && result != SQLITE_DONE;
+  return result == SQLITE_ROW;
+}
+
+void PDXSQLiteStatement::reset() {
+  if (statement_ != nullptr) sqlite3_reset(statement_.get());
+  failed_ = false;
+}
+
+void PDXSQLiteStatement::bind(int parameter, std::int64_t value) {
+  if (statement_ != nullptr) sqlite3_bind_int64(statement_.get(), parameter, value);
+}
+
+void PDXSQLiteStatement::bind(int parameter, double value) {
+  if (statement_ != nullptr) sqlite3_bind_double(statement_.get(), parameter, value);
+}
+
+void PDXSQLiteStatement::bind(int parameter, std::string_view value) {
+  if (statement_ == nullptr) return;
+  sqlite3_bind_text64(statement_.get(), parameter, value.data() == nullptr ? "" : value.data(), value.size(),
+                      SQLITE_TRANSIENT, SQLITE_UTF8);
+}
+
+void PDXSQLiteStatement::bind(int parameter, const PDXBytes& value) {
+  if (statement_ == nullptr) return;
+  sqlite3_bind_blob64(statement_.get(), parameter,
+                      value.empty() ? static_cast<const void*>("") : value.data(), value.size(),
+                      SQLITE_TRANSIENT);
+}
+
+void PDXSQLiteStatement::bindNull(int parameter) {
+  if (statement_ != nullptr) sqlite3_bind_null(statement_.get(), parameter);
+}
+
+int PDXSQLiteStatement::columnCount() const {
+  return statement_ == nullptr ? 0 : sqlite3_column_count(statement_.get());
+}
+
+std::string PDXSQLiteStatement::columnName(int column) const {
+  const char* name = column < columnCount() ? sqlite3_column_name(statement_.get(), column) : nullptr;
+  return name == nullptr ? "" : name;
+}
+
+bool PDXSQLiteStatement::isNull(int column) const {
+  return !has_(column) || sqlite3_column_type(statement_.get(), column) == SQLITE_NULL;
+}
+
+std::int64_t PDXSQLiteStatement::int64(int column) const {
+  return has_(column) ? sqlite3_column_int64(statement_.get(), column) : 0;
+}
+
+std::string PDXSQLiteStatement::text(int column) const {
+  if (!has_(column)) return "";
+  const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement_.get(), column));
+  if (text == nullptr) return "";
+  return PDXText::valid({text, static_cast<std::size_t>(sqlite3_column_bytes(statement_.get(), column))});
+}
+
+PDXBytes PDXSQLiteStatement::blob(int column) const {
+  if (!has_(column)) return {};
+  const auto* bytes = static_cast<const std::uint8_t*>(sqlite3_column_blob(statement_.get(), column));
+  if (bytes == nullptr) return {};
+  return {bytes, bytes + sqlite3_column_bytes(statement_.get(), column)};
+}
+
+bool PDXSQLiteStatement::isBlob(int column) const {
+  return has_(column) && sqlite3_column_type(statement_.get(), column) == SQLITE_BLOB;
+}
+
+bool PDXSQLiteStatement::has_(int column) const {
+  // Without a check against the data count a column read before the first row would be undefined.
+  return statement_ != nullptr && column >= 0 && column < sqlite3_data_count(statement_.get());
+}

@@ -1,0 +1,94 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "platform/Bytes.h"
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+/// How a database file is opened.
+enum class PDXSQLiteAccess {
+  scratch,    ///< Read and write, for copies of ours: SQLite may replay a write-ahead log.
+  readOnly,   ///< Nothing is written, not even beside the file (for files without a write-ahead log).
+  immutable,  ///< As readOnly, without locks and whatever the header says: for files that nobody writes.
+  create,     ///< Makes the file when it is missing. For databases that we write ourselves.
+};
+
+class PDXSQLiteStatement;
+
+/// A database handle, closed when it goes out of scope. Databases of a backup are hostile: the handle is in
+/// defensive mode and trusts no schema. One that did not open is safe to use: it has no tables.
+class PDXSQLiteDatabase {
+ public:
+  /// A handle that is not open.
+  PDXSQLiteDatabase();
+  explicit PDXSQLiteDatabase(const std::string& path, PDXSQLiteAccess access = PDXSQLiteAccess::scratch);
+  ~PDXSQLiteDatabase();
+  PDXSQLiteDatabase(PDXSQLiteDatabase&&) noexcept;
+  PDXSQLiteDatabase& operator=(PDXSQLiteDatabase&&) noexcept;
+
+  /// Whether the file opened. A file that is no database may open; its statements then do not compile.
+  bool isOpen() const { return handle_ != nullptr; }
+
+  /// What the last failed call said; "not an error" when none failed, "cannot be opened" without a handle.
+  std::string error() const;
+
+  PDXSQLiteStatement prepare(std::string_view sql) const;
+
+  /// Runs statements that give no rows. False on an error.
+  bool run(const std::string& sql) const;
+
+ private:
+  struct Close {
+    void operator()(sqlite3* handle) const noexcept;
+  };
+  std::unique_ptr<sqlite3, Close> handle_;
+};
+
+/// A prepared statement, finalized when it goes out of scope. One whose SQL did not compile is safe to use:
+/// it has no columns and no rows. It must not outlive its database.
+class PDXSQLiteStatement {
+ public:
+  PDXSQLiteStatement(sqlite3* database, std::string_view sql);
+
+  /// Whether the SQL compiled.
+  bool isValid() const { return statement_ != nullptr; }
+
+  /// On to the next row. False at the end and on any error; `failed` tells which.
+  bool step();
+
+  /// Whether the last `step` ended in an error, such as a damaged page, rather than at the end of the rows.
+  bool failed() const { return failed_; }
+
+  /// Back before the first row, with new values to come. Bound values stay until they are bound again.
+  void reset();
+
+  /// Parameters count from 1.
+  void bind(int parameter, std::int64_t value);
+  void bind(int parameter, double value);
+  void bind(int parameter, std::string_view value);
+  void bind(int parameter, const PDXBytes& value);
+  void bindNull(int parameter);
+
+  /// Columns count from 0. A column that does not exist reads as NULL.
+  int columnCount() const;
+  std::string columnName(int column) const;
+  bool isNull(int column) const;
+  std::int64_t int64(int column) const;  ///< NULL reads as 0.
+  std::string text(int column) const;    ///< Valid UTF-8, U+0000 included; NULL reads as "".
+  PDXBytes blob(int column) const;       ///< NULL reads as empty.
+  bool isBlob(int column) const;
+
+ private:
+  struct Finalize {
+    void operator()(sqlite3_stmt* statement) const noexcept;
+  };
+  bool has_(int column) const;
+
+  std::unique_ptr<sqlite3_stmt, Finalize> statement_;
+  bool failed_ = false;
+};

@@ -1,0 +1,244 @@
+#include "platform/Text.h"
+
+#include <unicode/bytestream.h>
+#include <unicode/casemap.h>
+#include <unicode/normalizer2.h>
+#include <unicode/uchar.h>
+#include <unicode/unistr.h>
+
+#include <algorithm>
+#include <charconv>
+#include <limits>
+
+#include "platform/Characters.h"
+
+namespace {
+
+constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
+
+icu::StringPiece piece(std::string_view text) {
+  return {text.data(), static_cast<std::int32_t>(std::min<std::size_t>(text.size(), INT32_MAX))};
+}
+
+bool isAscii(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
+template <typename Map>
+std::string mapped(std::string_view text, Map map) {
+  std::string result;
+  result.reserve(text.size());
+  icu::StringByteSink<std::string> sink(&result);
+  UErrorCode status = U_ZERO_ERROR;
+  map(sink, status);
+  return U_SUCCESS(status) ? result : std::string(text);
+}
+
+/// Compares two runs of ASCII digits by value, leading zeros aside.
+int compareDigitRuns(std::string_view a, std::string_view b) {
+  a.remove_prefix(std::min(a.find_first_not_of('0'), a.size()));
+  b.remove_prefix(std::min(b.find_first_not_of('0'), b.size()));
+  if (a.size() != b.size()) return a.size() < b.size() ? -1 : 1;
+  return a.compare(b);
+}
+
+std::string_view digitRun(std::string_view text, std::size_t position) {
+  const std::size_t end = text.find_first_not_of("0123456789", position);
+  return text.substr(position, end == std::string_view::npos ? end : end - position);
+}
+
+}  // namespace
+
+namespace PDXText {
+
+std::string valid(std::string bytes) {
+  std::size_t position = 0;
+  std::string repaired;
+  std::size_t copied = 0;
+  while (position < bytes.size()) {
+    if (static_cast<unsigned char>(bytes[position]) < 0x80) {
+      ++position;
+      continue;
+    }
+    const std::size_t start = position;
+    if (PDXCharacters::nextOrError(bytes, position) >= 0) continue;
+    repaired.append(bytes, copied, start - copied).append(kReplacement);
+    copied = position;
+  }
+  if (copied == 0) return bytes;
+  return repaired.append(bytes, copied);
+}
+
+std::string fromUtf16(std::u16string_view text) {
+  std::string result;
+  icu::UnicodeString(false, text.data(), static_cast<std::int32_t>(text.size())).toUTF8String(result);
+  return result;
+}
+
+std::string lowercased(std::string_view text) {
+  if (isAscii(text)) {
+    std::string result(text);
+    for (char& c : result) {
+      if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + ('a' - 'A'));
+    }
+    return result;
+  }
+  return mapped(text, [text](icu::ByteSink& sink, UErrorCode& status) {
+    icu::CaseMap::utf8ToLower("", 0, piece(text), sink, nullptr, status);
+  });
+}
+
+std::string uppercased(std::string_view text) {
+  return mapped(text, [text](icu::ByteSink& sink, UErrorCode& status) {
+    icu::CaseMap::utf8ToUpper("", 0, piece(text), sink, nullptr, status);
+  });
+}
+
+std::string caseFolded(std::string_view text) {
+  if (isAscii(text)) return lowercased(text);
+  return mapped(text, [text](icu::ByteSink& sink, UErrorCode& status) {
+    icu::CaseMap::utf8Fold(0, piece(text), sink, nullptr, status);
+  });
+}
+
+std::string composed(std::string_view text) {
+  if (isAscii(text)) return std::string(text);
+  return mapped(text, [text](icu::ByteSink& sink, UErrorCode& status) {
+    const icu::Normalizer2* normalizer = icu::Normalizer2::getNFCInstance(status);
+    if (normalizer != nullptr) normalizer->normalizeUTF8(0, piece(text), sink, nullptr, status);
+  });
+}
+
+bool containsIgnoringCase(std::string_view text, std::string_view part) {
+  return lowercased(text).find(lowercased(part)) != std::string::npos;
+}
+
+bool startsWithIgnoringCase(std::string_view text, std::string_view prefix) {
+  return caseFolded(text).starts_with(caseFolded(prefix));
+}
+
+int compareIgnoringCaseWithNumbers(std::string_view a, std::string_view b) {
+  const std::string foldedA = caseFolded(a);
+  const std::string foldedB = caseFolded(b);
+  std::size_t i = 0;
+  std::size_t j = 0;
+  while (i < foldedA.size() && j < foldedB.size()) {
+    const std::string_view digitsA = digitRun(foldedA, i);
+    const std::string_view digitsB = digitRun(foldedB, j);
+    if (!digitsA.empty() && !digitsB.empty()) {
+      if (const int order = compareDigitRuns(digitsA, digitsB); order != 0) return order;
+      i += digitsA.size();
+      j += digitsB.size();
+      continue;
+    }
+    const UChar32 characterA = PDXCharacters::nextOrError(foldedA, i);
+    const UChar32 characterB = PDXCharacters::nextOrError(foldedB, j);
+    if (characterA != characterB) return characterA < characterB ? -1 : 1;
+  }
+  return static_cast<int>(i < foldedA.size()) - static_cast<int>(j < foldedB.size());
+}
+
+std::string_view trimmed(std::string_view text) {
+  std::size_t begin = 0;
+  for (std::size_t next = 0;
+       begin < text.size() && u_isUWhiteSpace(PDXCharacters::nextOrError(text, next)) != 0;)
+    begin = next;
+  std::size_t end = text.size();
+  for (std::size_t previous = end;
+       end > begin && u_isUWhiteSpace(PDXCharacters::previousOrError(text, previous)) != 0;) {
+    end = previous;
+  }
+  return text.substr(begin, end - begin);
+}
+
+std::string_view trimmedOf(std::string_view text, std::string_view characters) {
+  const std::size_t begin = text.find_first_not_of(characters);
+  if (begin == std::string_view::npos) return {};
+  return text.substr(begin, text.find_last_not_of(characters) - begin + 1);
+}
+
+std::string replacedAll(std::string text, std::string_view from, std::string_view to) {
+  if (text.find(from) == std::string::npos) return text;
+  std::string result;
+  result.reserve(text.size());
+  std::size_t copied = 0;
+  for (std::size_t at = text.find(from); at != std::string::npos; at = text.find(from, copied)) {
+    result.append(text, copied, at - copied).append(to);
+    copied = at + from.size();
+  }
+  return result.append(text, copied);
+}
+
+std::size_t length(std::string_view text) {
+  return static_cast<std::size_t>(std::count_if(
+      text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
+}
+
+std::string_view lastCharacters(std::string_view text, std::size_t count) {
+  std::size_t begin = text.size();
+  for (; begin > 0 && count > 0; --count) PDXCharacters::previousOrError(text, begin);
+  return text.substr(begin);
+}
+
+std::int32_t integerValue(std::string_view text) {
+  text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n"), text.size()));
+  if (text.starts_with('+')) text.remove_prefix(1);
+  std::int32_t value = 0;
+  const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (result.ec != std::errc::result_out_of_range) return value;
+  using Limits = std::numeric_limits<std::int32_t>;
+  return text.starts_with('-') ? Limits::min() : Limits::max();
+}
+
+std::string_view lastPathComponent(std::string_view path) {
+  while (path.size() > 1 && path.ends_with('/')) path.remove_suffix(1);
+  const std::size_t slash = path.rfind('/');
+  return slash == std::string_view::npos || path.size() == 1 ? path : path.substr(slash + 1);
+}
+
+std::string_view pathExtension(std::string_view path) {
+  const std::string_view name = lastPathComponent(path);
+  const std::size_t dot = name.rfind('.');
+  return dot == std::string_view::npos || dot == 0 ? std::string_view() : name.substr(dot + 1);
+}
+
+std::string escapedForHtml(std::string_view text) {
+  constexpr std::string_view special("&\"<>\0", 5);
+  std::string result;
+  result.reserve(text.size() + text.size() / 16);
+  while (true) {
+    const std::size_t at = text.find_first_of(special);
+    result.append(text.substr(0, at));
+    if (at == std::string_view::npos) return result;
+    switch (text[at]) {
+      case '&':
+        result += "&amp;";
+        break;
+      case '"':
+        result += "&quot;";
+        break;
+      case '<':
+        result += "&lt;";
+        break;
+      case '>':
+        result += "&gt;";
+        break;
+      default:
+        result += kReplacement;
+    }
+    text.remove_prefix(at + 1);
+  }
+}
+
+std::string escapedForHtmlAttribute(std::string_view text) {
+  return replacedAll(escapedForHtml(text), "'", "&#39;");
+}
+
+std::string pathForHtmlLink(std::string_view relativePath) {
+  std::string encoded = replacedAll(std::string(relativePath), "%", "%25");
+  encoded = replacedAll(std::move(encoded), "#", "%23");
+  encoded = replacedAll(std::move(encoded), "?", "%3F");
+  return escapedForHtmlAttribute(encoded);
+}
+
+}  // namespace PDXText
