@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <stop_token>
 #include <string>
@@ -12,6 +13,7 @@
 #include "backup/BackupExtraction.h"
 #include "backup/BackupFile.h"
 #include "backup/BackupNavigation.h"
+#include "platform/Files.h"
 
 /// The opened backup, and the only way into it: every content reader is handed one and asks it for files.
 ///
@@ -42,20 +44,12 @@ class PDXDeviceData {
   /// quote, or it is not stored.
   std::string GetFileByRelativePathInDomain(const std::string& path, const std::string& domain);
 
-  /// What became of a copy that was asked for.
-  enum class Copy {
-    done,
-    notInBackup,  ///< The manifest does not list the file, or the folder does not hold it.
-    unreadable,   ///< It is there but could not be read.
-    unwritable,   ///< The destination could not be written.
-  };
-
   /// A readable copy of a file at `destination`, whose folder must exist. Unlike the operation above it finds
   /// names with a quote, and nothing passes through the scratch folder.
-  /// @param why  receives the reason of a failure; may be null.
-  Copy copyOfFileByRelativePathInDomain(const std::string& path, const std::string& domain,
-                                        const std::string& destination, std::string* why = nullptr,
-                                        std::stop_token stop = {});
+  /// Not listed by the manifest, or listed and not stored, is `noSource`.
+  PDXFiles::CopyResult copyOfFileByRelativePathInDomain(const std::string& path, const std::string& domain,
+                                                        const std::string& destination,
+                                                        const std::stop_token& stop = {});
 
   /// Whether the manifest lists the file and the folder holds it.
   bool holdsFileByRelativePathInDomain(const std::string& path, const std::string& domain);
@@ -140,9 +134,9 @@ class PDXDeviceData {
   std::int32_t getBackupTypeVersion_();
   std::unique_ptr<PDXBackupNavigation> getNavigatorClass_() const;
   std::unique_ptr<PDXBackupExtraction> getExtractorClass_() const;
-  void makeNavigatorAndExtractor_();
-  std::string extract_(PDXBackupFile file);
+  PDXBackupNavigation& readyNavigator_();
 
+  std::mutex readyLock_;
   std::unique_ptr<PDXBackupNavigation> navigator_;
   std::unique_ptr<PDXBackupExtraction> extractor_;
   std::optional<std::string> password_;

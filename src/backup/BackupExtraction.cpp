@@ -1,0 +1,58 @@
+#include "backup/BackupExtraction.h"
+
+#include <algorithm>
+
+#include "backup/ScratchFolder.h"
+#include "platform/Log.h"
+#include "platform/Text.h"
+
+namespace {
+
+/// Identifiers come from the manifest: one that is not a plain name could lead out of the backup folder.
+bool isIdentifier(const std::string& fileId) {
+  return fileId.size() >= 2 && std::all_of(fileId.begin(), fileId.end(), [](char c) {
+           return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+         });
+}
+
+bool isCompanion(const std::string& name) { return name.ends_with("-wal") || name.ends_with("-shm"); }
+
+}  // namespace
+
+std::string PDXBackupExtraction::extractFile(const PDXBackupFile& file) const {
+  const std::string name = file.fileName();
+  if (storedPath(file).empty() || name.empty() || name == "." || name == ".." || !PDXScratchFolder::isSafe())
+    return "";
+  const std::string destination = PDXFiles::joined(PDXScratchFolder::path(), name);
+  if (!isCompanion(name)) PDXScratchFolder::makeRoomFor(destination);
+  const auto result = readableCopy(file, destination, closing_.get_token());
+  if (result) return destination;
+  PDXFiles::remove(destination);
+  PDXLog::report({.what = "file", .where = file.relativePath, .why = result.why});
+  return "";
+}
+
+std::string PDXBackupExtraction::storedPath(const PDXBackupFile& file) const {
+  if (!isIdentifier(file.fileId)) return "";
+  const std::string flat = PDXFiles::joined(fullBackupPath_, file.fileId);
+  if (PDXFiles::sizeOf(flat)) return flat;
+  const std::string nested =
+      PDXFiles::joined(PDXFiles::joined(fullBackupPath_, file.fileId.substr(0, 2)), file.fileId);
+  return PDXFiles::sizeOf(nested) ? nested : "";
+}
+
+void PDXBackupExtraction::setAppIsClosing(bool isClosing) {
+  if (isClosing) {
+    closing_.request_stop();
+  } else {
+    closing_ = std::stop_source();
+  }
+}
+
+PDXFiles::CopyResult PDXBackupExtractionDirectCopy::readableCopy(const PDXBackupFile& file,
+                                                                 const std::string& destination,
+                                                                 const std::stop_token& stop) const {
+  const std::string stored = storedPath(file);
+  if (stored.empty()) return {PDXFiles::CopyResult::Outcome::noSource, "the backup folder does not hold it"};
+  return PDXFiles::copy(stored, destination, stop);
+}

@@ -1,0 +1,66 @@
+#include "backup/BackupInformation.h"
+
+#include <initializer_list>
+
+#include "backup/DeviceData.h"
+#include "platform/Files.h"
+#include "platform/PropertyList.h"
+#include "platform/Text.h"
+
+namespace {
+
+PDXPropertyList listIn(const std::string& folder, const char* name) {
+  return PDXPropertyList::parseFile(PDXFiles::joined(folder, name)).value_or(PDXPropertyList());
+}
+
+std::string firstNotEmpty(std::initializer_list<std::string> texts) {
+  for (const std::string& text : texts) {
+    if (!text.empty()) return text;
+  }
+  return "";
+}
+
+std::optional<PDXDate> dateOf(const PDXPropertyList& list, const char* key) {
+  const PDXPropertyList* value = list.find(key);
+  return value == nullptr || value->date() == nullptr ? std::nullopt : std::optional(*value->date());
+}
+
+}  // namespace
+
+PDXBackupInformation::PDXBackupInformation(const std::string& deviceId) {
+  identifier_ = deviceId;
+  readFolder_(PDXDeviceData::FullBackupPath());
+}
+
+PDXBackupInformation PDXBackupInformation::ofFolder(const std::string& folder) {
+  PDXBackupInformation information;
+  information.identifier_ = PDXText::lastPathComponent(folder);
+  information.readFolder_(folder);
+  return information;
+}
+
+bool PDXBackupInformation::isBackupFolder(const std::string& folder) {
+  for (const char* name : {"Manifest.db", "Manifest.mbdb", "Manifest.plist", "Info.plist", "Status.plist"}) {
+    if (PDXFiles::sizeOf(PDXFiles::joined(folder, name))) return true;
+  }
+  return false;
+}
+
+void PDXBackupInformation::readFolder_(const std::string& folder) {
+  const PDXPropertyList info = listIn(folder, "Info.plist");
+  const PDXPropertyList manifest = listIn(folder, "Manifest.plist");
+  const PDXPropertyList status = listIn(folder, "Status.plist");
+  const PDXPropertyList* lockdown = manifest.find("Lockdown");
+  const PDXPropertyList device = lockdown == nullptr ? PDXPropertyList() : *lockdown;
+
+  isEncrypted_ = manifest.flag("IsEncrypted");
+  version_ = firstNotEmpty({info.text("Product Version"), device.text("ProductVersion")});
+  deviceName_ =
+      firstNotEmpty({info.text("Device Name"), info.text("Display Name"), device.text("DeviceName")});
+  productType_ = firstNotEmpty({info.text("Product Type"), device.text("ProductType")});
+  identifier_ = firstNotEmpty({info.text("Unique Identifier"), identifier_});
+  lastBackupDate_ = dateOf(info, "Last Backup Date");
+  if (!lastBackupDate_) lastBackupDate_ = dateOf(status, "Date");
+  manifestVersion_ = status.text("Version");
+  snapshotState_ = status.text("SnapshotState");
+}

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "platform/Date.h"
+
+/// What a backup says of itself, readable without a password.
+/// Sources: "Info.plist", "Manifest.plist" and "Status.plist" in the backup folder; any of them, and any key,
+/// may be missing.
+class PDXBackupInformation {
+ public:
+  /// Of the backup with that identifier, in the current backup's folder.
+  explicit PDXBackupInformation(const std::string& deviceId);
+
+  /// Of the backup in that folder.
+  static PDXBackupInformation ofFolder(const std::string& folder);
+
+  /// Whether a folder looks like a backup: it holds a manifest or one of the lists above.
+  static bool isBackupFolder(const std::string& folder);
+
+  /// Manifest.plist: IsEncrypted.
+  bool IsEncrypted() const { return isEncrypted_; }
+
+  /// The device's system version, e.g. "17.4"; "" when unknown. Info.plist: Product Version, or else
+  /// Manifest.plist: Lockdown, ProductVersion.
+  const std::string& Version() const { return version_; }
+
+  /// "" when unknown. Info.plist: Device Name or Display Name, or else Manifest.plist: Lockdown, DeviceName.
+  const std::string& deviceName() const { return deviceName_; }
+
+  /// E.g. "iPhone15,2"; "" when unknown. Info.plist: Product Type, or else Manifest.plist: Lockdown.
+  const std::string& productType() const { return productType_; }
+
+  /// Upper-case as the device writes it, or the folder's name. Info.plist: Unique Identifier.
+  const std::string& identifier() const { return identifier_; }
+
+  /// Info.plist: Last Backup Date, or else Status.plist: Date.
+  const std::optional<PDXDate>& lastBackupDate() const { return lastBackupDate_; }
+
+  /// E.g. "3.3"; "" when unknown. Status.plist: Version.
+  const std::string& manifestVersion() const { return manifestVersion_; }
+
+  /// Status.plist: SnapshotState, "finished" when all is well; "" when unknown.
+  const std::string& snapshotState() const { return snapshotState_; }
+
+ private:
+  PDXBackupInformation() = default;
+  void readFolder_(const std::string& folder);
+
+  bool isEncrypted_ = false;
+  std::string version_;
+  std::string deviceName_;
+  std::string productType_;
+  std::string identifier_;
+  std::optional<PDXDate> lastBackupDate_;
+  std::string manifestVersion_;
+  std::string snapshotState_;
+};

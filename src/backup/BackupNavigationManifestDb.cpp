@@ -1,0 +1,195 @@
+#include "backup/BackupNavigationManifestDb.h"
+
+#include <utility>
+
+#include "backup/ScratchFolder.h"
+#include "platform/Crypto.h"
+#include "platform/Files.h"
+#include "platform/Log.h"
+
+namespace {
+
+/// Whether the header says that a database keeps its changes in a write-ahead log.
+bool usesWriteAheadLog(const std::string& path) {
+  const PDXBytes header = PDXFiles::readBeginning(path, 20);
+  return header.size() == 20 && header[18] == 2 && header[19] == 2;
+}
+
+/// Whether changes wait beside a database, in a log or in a journal left by an interrupted writer.
+bool hasPendingChanges(const std::string& path) {
+  return PDXFiles::sizeOf(path + "-wal").value_or(0) > 0 ||
+         PDXFiles::sizeOf(path + "-journal").value_or(0) > 0;
+}
+
+PDXBackupFile recordOf(const PDXSQLiteStatement& rows) { return {rows.text(1), rows.text(0), rows.text(2)}; }
+
+/// The archived metadata object: the archive's first object after its null.
+std::optional<PDXPropertyList> attributesOf(const PDXBytes& archive) {
+  const auto list = archive.empty() ? std::nullopt : PDXPropertyList::parse(archive);
+  const PDXPropertyList* objects = list ? list->find("$objects") : nullptr;
+  const PDXPropertyList* object = objects == nullptr ? nullptr : objects->at(1);
+  return object == nullptr ? std::nullopt : std::optional(*object);
+}
+
+}  // namespace
+
+/// An open manifest for the length of one operation.
+class PDXBackupNavigationManifestDb::Session {
+ public:
+  explicit Session(PDXBackupNavigationManifestDb& navigator)
+      : navigator_(navigator), isOpen_(navigator.openDatabase_()) {}
+  ~Session() {
+    if (isOpen_) navigator_.closeDatabase_();
+  }
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  explicit operator bool() const { return isOpen_; }
+
+  /// Hands every row of the statement to `use`. A row that cannot be read ends them; those before it count.
+  template <typename Use>
+  void forEachRow(const std::string& sql, Use use) {
+    auto rows = navigator_.manifestDatabase_->prepare(sql);
+    if (!rows.isValid()) navigator_.reportOnce_(navigator_.manifestDatabase_->error());
+    while (rows.step()) use(rows);
+    if (rows.failed()) navigator_.reportOnce_(navigator_.manifestDatabase_->error());
+  }
+
+ private:
+  PDXBackupNavigationManifestDb& navigator_;
+  bool isOpen_;
+};
+
+PDXBackupNavigationManifestDb::PDXBackupNavigationManifestDb(std::string fullBackupPath)
+    : fullBackupPath_(std::move(fullBackupPath)) {}
+
+PDXBackupNavigationManifestDb::~PDXBackupNavigationManifestDb() {
+  if (!scratchFolder_.empty()) PDXFiles::removeTree(scratchFolder_);
+}
+
+bool PDXBackupNavigationManifestDb::openDatabase_() {
+  dbLock_.lock();
+  auto database = std::make_unique<PDXSQLiteDatabase>(openManifest_());
+  if (!database->isOpen()) {
+    dbLock_.unlock();
+    return false;
+  }
+  manifestDatabase_ = std::move(database);
+  return true;
+}
+
+void PDXBackupNavigationManifestDb::closeDatabase_() {
+  manifestDatabase_.reset();
+  dbLock_.unlock();
+}
+
+PDXSQLiteDatabase PDXBackupNavigationManifestDb::openManifest_() {
+  const std::lock_guard guard(scratchLock_);
+  manifestPath_ = PDXFiles::joined(fullBackupPath_, manifestDbIsEncrypted_ ? "Manifest_d.db" : "Manifest.db");
+  if (!PDXFiles::sizeOf(manifestPath_)) {
+    reportOnce_("there is no such file");
+    return {};
+  }
+  if (hasPendingChanges(manifestPath_)) return PDXSQLiteDatabase(scratchCopyOf_(manifestPath_));
+  const bool immutable = usesWriteAheadLog(manifestPath_);
+  PDXSQLiteDatabase database(manifestPath_,
+                             immutable ? PDXSQLiteAccess::immutable : PDXSQLiteAccess::readOnly);
+  if (!database.isOpen()) reportOnce_(database.error());
+  return database;
+}
+
+std::string PDXBackupNavigationManifestDb::scratchCopyOf_(const std::string& manifest) {
+  if (scratchFolder_.empty()) {
+    scratchFolder_ = PDXFiles::joined(PDXScratchFolder::path(), "manifest-" + sha_1(manifest).substr(0, 16));
+  }
+  const std::string copy = PDXFiles::joined(scratchFolder_, "Manifest.db");
+  if (PDXFiles::exists(copy)) return copy;
+  PDXFiles::makePrivateFolder(scratchFolder_);
+  for (const char* companion : {"-wal", "-journal", ""}) {
+    const std::string source = manifest + companion;
+    if (PDXFiles::sizeOf(source).value_or(0) == 0) continue;
+    if (const auto result = PDXFiles::copy(source, copy + companion); !result) reportOnce_(result.why);
+  }
+  return copy;
+}
+
+void PDXBackupNavigationManifestDb::reportOnce_(const std::string& why) {
+  if (std::exchange(hasReported_, true)) return;
+  PDXLog::report({.what = "manifest", .where = manifestPath_, .why = why});
+}
+
+std::optional<PDXBackupFile> PDXBackupNavigationManifestDb::GetFileByRelativePathInDomain(
+    const std::string& path, const std::string& domain) {
+  Session session(*this);
+  if (!session) return std::nullopt;
+  auto rows = manifestDatabase_->prepare("select fileID from Files where relativePath = '" + path +
+                                         "' and domain = '" + domain + "'");
+  const std::string identifier = rows.step() ? rows.text(0) : "";
+  if (identifier.empty()) return std::nullopt;
+  return PDXBackupFile(path, identifier, domain);
+}
+
+std::optional<PDXBackupFile> PDXBackupNavigationManifestDb::findFile(const std::string& path,
+                                                                     const std::string& domain) {
+  const std::lock_guard guard(findLock_);
+  if (findDatabase_ == nullptr) {
+    findDatabase_ = std::make_unique<PDXSQLiteDatabase>(openManifest_());
+    findStatement_ = std::make_unique<PDXSQLiteStatement>(
+        findDatabase_->prepare("select fileID from Files where relativePath = ? and domain = ?"));
+    if (findDatabase_->isOpen() && !findStatement_->isValid()) reportOnce_(findDatabase_->error());
+  }
+  findStatement_->bind(1, std::string_view(path));
+  findStatement_->bind(2, std::string_view(domain));
+  const std::string identifier = findStatement_->step() ? findStatement_->text(0) : "";
+  if (findStatement_->failed()) reportOnce_(findDatabase_->error());
+  findStatement_->reset();
+  if (identifier.empty()) return std::nullopt;
+  return PDXBackupFile(path, identifier, domain);
+}
+
+std::optional<std::vector<PDXBackupFile>> PDXBackupNavigationManifestDb::GetAllFiles() {
+  Session session(*this);
+  if (!session) return std::nullopt;
+  std::vector<PDXBackupFile> files;
+  session.forEachRow("select fileID, relativePath, domain FROM Files",
+                     [&files](const PDXSQLiteStatement& row) { files.push_back(recordOf(row)); });
+  return files;
+}
+
+std::optional<std::vector<PDXBackupFile>> PDXBackupNavigationManifestDb::GetFilesByDomain(
+    const std::string& domain) {
+  Session session(*this);
+  if (!session) return std::nullopt;
+  std::vector<PDXBackupFile> files;
+  session.forEachRow(
+      "select fileID, relativePath, domain, flags, file, LENGTH(file) from Files where domain = '" + domain +
+          "' AND flags=1",
+      [&files](const PDXSQLiteStatement& row) {
+        files.push_back(recordOf(row));
+        files.back().fileAttributes = attributesOf(row.blob(4));
+      });
+  return files;
+}
+
+std::optional<std::vector<std::string>> PDXBackupNavigationManifestDb::GetAllDomainNames() {
+  Session session(*this);
+  if (!session) return std::nullopt;
+  std::vector<std::string> names;
+  session.forEachRow("select domain from Files  GROUP BY domain",
+                     [&names](const PDXSQLiteStatement& row) { names.push_back(row.text(0)); });
+  return names;
+}
+
+std::optional<std::vector<PDXBackupFile>> PDXBackupNavigationManifestDb::GetSubFolderContentInDomain(
+    const std::optional<std::string>& folder, const std::string& domain) {
+  Session session(*this);
+  if (!session) return std::nullopt;
+  std::string sql =
+      "select fileID, relativePath, domain, flags from Files where domain = '" + domain + "' AND flags=1 ";
+  if (folder) sql += "AND relativePath LIKE '" + *folder + "%' ";
+  std::vector<PDXBackupFile> files;
+  session.forEachRow(sql, [&](const PDXSQLiteStatement& row) {
+    if (!folder || row.text(1) != *folder) files.push_back(recordOf(row));
+  });
+  return files;
+}

@@ -1,0 +1,209 @@
+#include "backup/DeviceData.h"
+
+#include <mutex>
+#include <utility>
+
+#include "backup/BackupInformation.h"
+#include "backup/BackupLocations.h"
+#include "backup/BackupNavigationManifestDb.h"
+#include "backup/ScratchFolder.h"
+#include "platform/Text.h"
+
+namespace {
+
+constexpr const char* kHomeDomain = "HomeDomain";
+
+/// What the process keeps of the backup that was opened last.
+struct Current {
+  std::string deviceId;
+  std::string backupPath;
+  std::optional<std::string> customBackupPath;
+  std::vector<std::function<void()>> forgetters;
+};
+
+Current& current() {
+  static Current theCurrent;
+  return theCurrent;
+}
+
+/// Forgets what is kept of the backup that was open, when the one at `path` is another.
+void moveTo(const std::string& path) {
+  const std::string before = std::exchange(current().backupPath, path);
+  if (before.empty() || before == path) return;
+  PDXScratchFolder::clear();
+  for (const auto& forget : current().forgetters) forget();
+}
+
+/// The number before the first "." of a version text.
+std::int32_t majorVersion(const std::string& version) {
+  return PDXText::integerValue(version.substr(0, version.find('.')));
+}
+
+}  // namespace
+
+PDXDeviceData::PDXDeviceData(const std::string& deviceId) { initateDeviceData_(deviceId); }
+
+PDXDeviceData::~PDXDeviceData() = default;
+
+void PDXDeviceData::initateDeviceData_(const std::string& deviceId) {
+  current().deviceId = deviceId;
+  deviceId_ = deviceId;
+  PDXBackupLocations::setActiveDeviceBackupPath(
+      PDXFiles::joined(PDXBackupLocations::activeBackupDirectory(), deviceId));
+  backupPath_ = FullBackupPath();
+  moveTo(backupPath_);
+
+  const PDXBackupInformation information(deviceId);
+  isEncrypted_ = information.IsEncrypted();
+  if (!information.Version().empty()) iosVersion_ = majorVersion(information.Version());
+  getBackupTypeVersion_();
+}
+
+void PDXDeviceData::reload() { initateDeviceData_(DeviceId()); }
+
+std::int32_t PDXDeviceData::getBackupTypeVersion_() {
+  if (backupTypeVersion_ != -1) return backupTypeVersion_;
+  const auto status = PDXPropertyList::parseFile(PDXFiles::joined(backupPath_, "Status.plist"));
+  const PDXPropertyList* version = status ? status->find("Version") : nullptr;
+  if (version != nullptr && version->string() != nullptr)
+    backupTypeVersion_ = majorVersion(*version->string());
+  return backupTypeVersion_;
+}
+
+std::unique_ptr<PDXBackupNavigation> PDXDeviceData::getNavigatorClass_() const {
+  if (backupTypeVersion_ != 3) return std::make_unique<PDXBackupNavigationFileHash>();
+  auto navigator = std::make_unique<PDXBackupNavigationManifestDb>(backupPath_);
+  navigator->setManifestDbIsEncrypted(isEncrypted_);
+  return navigator;
+}
+
+std::unique_ptr<PDXBackupExtraction> PDXDeviceData::getExtractorClass_() const {
+  return std::make_unique<PDXBackupExtractionDirectCopy>(backupPath_);
+}
+
+PDXBackupNavigation& PDXDeviceData::readyNavigator_() {
+  const std::lock_guard guard(readyLock_);
+  getBackupTypeVersion_();
+  if (extractor_ == nullptr) extractor_ = getExtractorClass_();
+  if (navigator_ == nullptr) navigator_ = getNavigatorClass_();
+  return *navigator_;
+}
+
+std::string PDXDeviceData::GetFilesByFeatureType(int feature) {
+  std::string keyFilePath;
+  const auto files = readyNavigator_().GetFilesByFeatureType(feature);
+  for (const PDXBackupFile& file : files.value_or(std::vector<PDXBackupFile>())) {
+    const std::string copy = extractor_->extractFile(file);
+    if (file.isKeyFile) keyFilePath = copy;
+  }
+  return keyFilePath;
+}
+
+std::string PDXDeviceData::databaseOfFeature(int feature) {
+  const std::string database = GetFilesByFeatureType(feature);
+  const auto files = navigator_->GetFilesByFeatureType(feature);
+  if (database.empty() || !files) return database;
+  const PDXBackupFile& keyFile = files->front();
+  const auto log = navigator_->findFile(keyFile.relativePath + "-wal", keyFile.domain.value_or(kHomeDomain));
+  if (log && !extractor_->storedPath(*log).empty()) extractor_->extractFile(*log);
+  return database;
+}
+
+std::string PDXDeviceData::GetFileByRelativePathInDomain(const std::string& path, const std::string& domain) {
+  const auto file = readyNavigator_().GetFileByRelativePathInDomain(path, domain);
+  return file ? extractor_->extractFile(*file) : "";
+}
+
+PDXFiles::CopyResult PDXDeviceData::copyOfFileByRelativePathInDomain(const std::string& path,
+                                                                     const std::string& domain,
+                                                                     const std::string& destination,
+                                                                     const std::stop_token& stop) {
+  const auto file = readyNavigator_().findFile(path, domain);
+  if (!file) return {PDXFiles::CopyResult::Outcome::noSource, "the manifest does not list it"};
+  return extractor_->readableCopy(*file, destination, stop);
+}
+
+bool PDXDeviceData::holdsFileByRelativePathInDomain(const std::string& path, const std::string& domain) {
+  const auto file = readyNavigator_().findFile(path, domain);
+  return file && !extractor_->storedPath(*file).empty();
+}
+
+bool PDXDeviceData::holdsFeature(int feature) {
+  const auto files = readyNavigator_().GetFilesByFeatureType(feature);
+  return files && !extractor_->storedPath(files->front()).empty();
+}
+
+std::string PDXDeviceData::LocateFileByRelativePathInDomain(const std::string& path,
+                                                            const std::string& domain) {
+  const auto file = readyNavigator_().GetFileByRelativePathInDomain(path, domain);
+  if (!file || file->fileId.empty()) return "";
+  if (getBackupTypeVersion_() != 3) return PDXFiles::joined(backupPath_, file->fileId);
+  return PDXFiles::joined(PDXFiles::joined(backupPath_, file->fileId.substr(0, 2)), file->fileId);
+}
+
+std::optional<std::map<std::string, PDXBackupFile>> PDXDeviceData::QueryFilesInDomain(
+    const std::optional<std::string>& domain) {
+  if (!domain) return std::nullopt;
+  const auto files = readyNavigator_().GetFilesByDomain(*domain);
+  if (!files || files->empty()) return std::nullopt;
+  std::map<std::string, PDXBackupFile> byIdentifier;
+  for (const PDXBackupFile& file : *files) {
+    if (!file.fileId.empty() && !file.relativePath.empty()) byIdentifier[file.fileId] = file;
+  }
+  return byIdentifier;
+}
+
+std::vector<std::string> PDXDeviceData::GetFilesByDomain(const std::string& domain) {
+  std::vector<std::string> paths;
+  for (const auto& file : readyNavigator_().GetFilesByDomain(domain).value_or(std::vector<PDXBackupFile>())) {
+    paths.push_back(file.relativePath);
+  }
+  return paths;
+}
+
+std::optional<std::vector<PDXBackupFile>> PDXDeviceData::GetSubFolderContentInDomain(
+    const std::optional<std::string>& folder, const std::string& domain) {
+  return readyNavigator_().GetSubFolderContentInDomain(folder, domain);
+}
+
+std::optional<std::vector<PDXBackupFile>> PDXDeviceData::GetAllFiles() {
+  return readyNavigator_().GetAllFiles();
+}
+
+std::optional<std::vector<std::string>> PDXDeviceData::GetAllDomainNames() {
+  return readyNavigator_().GetAllDomainNames();
+}
+
+std::optional<std::vector<std::string>> PDXDeviceData::GetFiles() { return GetAllDomainNames(); }
+
+bool PDXDeviceData::IsPasswordCorrect(const std::string&) {
+  extractor_ = getExtractorClass_();
+  return !GetFileByRelativePathInDomain("Library/Preferences/com.apple.springboard.plist", kHomeDomain)
+              .empty();
+}
+
+std::string PDXDeviceData::DeviceId() { return current().deviceId; }
+
+std::string PDXDeviceData::BaseBackupPath() { return PDXBackupLocations::activeBackupDirectory(); }
+
+std::string PDXDeviceData::FullBackupPath() {
+  if (current().customBackupPath) return PDXFiles::joined(*current().customBackupPath, current().deviceId);
+  const std::string active = PDXBackupLocations::activeDeviceBackupPath();
+  return active.empty() ? PDXFiles::joined(BaseBackupPath(), current().deviceId) : active;
+}
+
+std::optional<std::string> PDXDeviceData::customBackupPath() { return current().customBackupPath; }
+
+void PDXDeviceData::setCustomBackupPath(const std::optional<std::string>& folder) {
+  current().customBackupPath = folder;
+}
+
+std::string PDXDeviceData::TemporaryExtractPath() { return PDXScratchFolder::path(); }
+
+std::optional<PDXPropertyList> PDXDeviceData::GetBackupInfoDictionary() {
+  return PDXPropertyList::parseFile(PDXFiles::joined(FullBackupPath(), "Info.plist"));
+}
+
+void PDXDeviceData::whenAnotherOpens(std::function<void()> forget) {
+  current().forgetters.push_back(std::move(forget));
+}

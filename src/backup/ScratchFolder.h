@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+
+/// The folder for readable copies of a backup's files: "Pocketdex" in the temporary folder. Nobody else may
+/// enter it: the copies are the content that the backup's password protects.
+namespace PDXScratchFolder {
+
+/// The folder's path; made when it is missing.
+std::string path();
+
+/// Whether the folder is there, is no link and belongs to this user alone. Nothing is written to it
+/// otherwise.
+bool isSafe();
+
+/// Removes everything in it.
+void clear();
+
+/// Makes room at `database` in the scratch folder for a fresh copy: removes an older one, and the companions
+/// of an older database of that name, which SQLite would take for its own.
+void makeRoomFor(const std::string& database);
+
+}  // namespace PDXScratchFolder
