@@ -89,6 +89,22 @@ PDXBackupNavigation& PDXDeviceData::readyNavigator_() {
   return *navigator_;
 }
 
+/// Without a usable "Status.plist" the given navigator knows no manifest, but there may well be one.
+PDXBackupNavigation& PDXDeviceData::readyFinder_() {
+  PDXBackupNavigation& navigator = readyNavigator_();
+  const std::lock_guard guard(readyLock_);
+  if (finder_ != nullptr) return *finder_;
+  if (backupTypeVersion_ != -1 || !PDXFiles::exists(PDXFiles::joined(backupPath_, "Manifest.db")))
+    return navigator;
+  finder_ = std::make_unique<PDXBackupNavigationManifestDb>(backupPath_);
+  return *finder_;
+}
+
+void PDXDeviceData::setAppIsClosing(bool isClosing) {
+  readyNavigator_();
+  extractor_->setAppIsClosing(isClosing);
+}
+
 std::string PDXDeviceData::GetFilesByFeatureType(int feature) {
   std::string keyFilePath;
   const auto files = readyNavigator_().GetFilesByFeatureType(feature);
@@ -104,7 +120,8 @@ std::string PDXDeviceData::databaseOfFeature(int feature) {
   const auto files = navigator_->GetFilesByFeatureType(feature);
   if (database.empty() || !files) return database;
   const PDXBackupFile& keyFile = files->front();
-  const auto log = navigator_->findFile(keyFile.relativePath + "-wal", keyFile.domain.value_or(kHomeDomain));
+  const auto log =
+      readyFinder_().findFile(keyFile.relativePath + "-wal", keyFile.domain.value_or(kHomeDomain));
   if (log && !extractor_->storedPath(*log).empty()) extractor_->extractFile(*log);
   return database;
 }
@@ -118,13 +135,13 @@ PDXFiles::CopyResult PDXDeviceData::copyOfFileByRelativePathInDomain(const std::
                                                                      const std::string& domain,
                                                                      const std::string& destination,
                                                                      const std::stop_token& stop) {
-  const auto file = readyNavigator_().findFile(path, domain);
+  const auto file = readyFinder_().findFile(path, domain);
   if (!file) return {PDXFiles::CopyResult::Outcome::noSource, "the manifest does not list it"};
   return extractor_->readableCopy(*file, destination, stop);
 }
 
 bool PDXDeviceData::holdsFileByRelativePathInDomain(const std::string& path, const std::string& domain) {
-  const auto file = readyNavigator_().findFile(path, domain);
+  const auto file = readyFinder_().findFile(path, domain);
   return file && !extractor_->storedPath(*file).empty();
 }
 

@@ -92,6 +92,9 @@ class PDXDeviceData {
   bool IsEncrypted() const { return isEncrypted_; }
   void setIsEncrypted(bool isEncrypted) { isEncrypted_ = isEncrypted; }
 
+  /// Tells a running extraction to stop because the application quits. From any thread.
+  void setAppIsClosing(bool isClosing);
+
   /// Always 0. The device's system version is `systemVersion`.
   std::int32_t iOSVersion() const { return iOSVersion_; }
 
@@ -135,9 +138,12 @@ class PDXDeviceData {
   std::unique_ptr<PDXBackupNavigation> getNavigatorClass_() const;
   std::unique_ptr<PDXBackupExtraction> getExtractorClass_() const;
   PDXBackupNavigation& readyNavigator_();
+  PDXBackupNavigation& readyFinder_();
 
   std::mutex readyLock_;
   std::unique_ptr<PDXBackupNavigation> navigator_;
+  std::unique_ptr<PDXBackupNavigation>
+      finder_;  ///< Only where `navigator_` does not read the manifest there is.
   std::unique_ptr<PDXBackupExtraction> extractor_;
   std::optional<std::string> password_;
   bool isEncrypted_ = false;

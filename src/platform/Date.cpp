@@ -34,6 +34,8 @@ icu::GregorianCalendar makeCalendar() {
   UErrorCode status = U_ZERO_ERROR;
   icu::GregorianCalendar calendar(status);
   calendar.setGregorianChange(-9.2e15, status);
+  // Where the clock goes back over midnight a day begins the first time that it shows 0:00.
+  calendar.setRepeatedWallTimeOption(UCAL_WALLTIME_FIRST);
   return calendar;
 }
 
@@ -42,13 +44,15 @@ void toStartOfDay(icu::Calendar& calendar) {
     calendar.set(field, 0);
 }
 
-/// A day's two ends, and whether its clock runs through without a shift.
+/// A day's two ends.
 struct Day {
   PDXDate begin = PDXDate::max();
   PDXDate end = PDXDate::min();
-  bool isPlain = false;
+  bool isPlain = false;  ///< Its clock runs through without a shift.
 
-  bool holds(PDXDate date) const { return begin <= date && date < end; }
+  /// Whether the date certainly lies in this day. A day when the clock is put back may have moments of the
+  /// day before between its ends, so it holds none.
+  bool holds(PDXDate date) const { return isPlain && begin <= date && date < end; }
 };
 
 Day dayOf(icu::GregorianCalendar& calendar, PDXDate date) {
@@ -209,7 +213,7 @@ struct PDXDateFormatter::State {
   std::string text(PDXDate date) {
     if (parts.empty()) return format(*whole, date);
     if (!day.holds(date)) enterDayOf(date);
-    if (!day.isPlain) return format(*whole, date);  // On a day when the clock is put forward or back.
+    if (!day.holds(date)) return format(*whole, date);  // When the clock is put forward or back.
     const auto minute = static_cast<std::size_t>(floor<minutes>(date - day.begin).count());
     std::string result;
     for (FormattedPart& part : parts) {
@@ -232,9 +236,8 @@ std::unique_ptr<icu::SimpleDateFormat> styleFormat(PDXDateFormatter::Style style
   std::unique_ptr<icu::DateFormat> made(
       withTime ? icu::DateFormat::createDateTimeInstance(icu::DateFormat::kLong, icu::DateFormat::kShort)
                : icu::DateFormat::createDateInstance(icu::DateFormat::kLong));
-  if (auto* simple = dynamic_cast<icu::SimpleDateFormat*>(made.get())) {
-    made.release();
-    return std::unique_ptr<icu::SimpleDateFormat>(simple);
+  if (dynamic_cast<icu::SimpleDateFormat*>(made.get()) != nullptr) {
+    return std::unique_ptr<icu::SimpleDateFormat>(static_cast<icu::SimpleDateFormat*>(made.release()));
   }
   UErrorCode status = U_ZERO_ERROR;
   return std::make_unique<icu::SimpleDateFormat>(withTime ? u"yyyy-MM-dd HH:mm" : u"yyyy-MM-dd", status);

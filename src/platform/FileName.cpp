@@ -11,18 +11,22 @@ namespace {
 
 constexpr std::string_view kUntitled = "Untitled";
 
+/// Whether the character at `position` belongs to the one before: a combining mark, a joiner, a skin tone.
+bool continuesAt(std::string_view name, std::size_t position) {
+  const auto kind =
+      u_getIntPropertyValue(PDXCharacters::nextOrError(name, position), UCHAR_GRAPHEME_CLUSTER_BREAK);
+  return kind == U_GCB_EXTEND || kind == U_GCB_ZWJ || kind == U_GCB_SPACING_MARK;
+}
+
 /// The longest beginning of `name` that has at most `limit` bytes and cuts no character, and none off from
-/// its combining marks and joiners.
+/// its combining marks and from what a joiner joins to it.
 std::string_view cutTo(std::string_view name, std::size_t limit) {
+  constexpr std::string_view kJoiner = "\xE2\x80\x8D";
   if (name.size() <= limit) return name;
   std::size_t end = limit;
   while (end > 0) {
     const bool insideCharacter = (static_cast<unsigned char>(name[end]) & 0xC0) == 0x80;
-    std::size_t after = end;
-    if (!insideCharacter &&
-        u_hasBinaryProperty(PDXCharacters::nextOrError(name, after), UCHAR_GRAPHEME_EXTEND) == 0) {
-      break;
-    }
+    if (!insideCharacter && !continuesAt(name, end) && !name.substr(0, end).ends_with(kJoiner)) break;
     --end;
   }
   return name.substr(0, end);
@@ -77,8 +81,9 @@ std::string safe(std::string_view name, std::size_t limit) {
   result = withoutTrailingDots(cutTo(withoutTrailingDots(result), limit));
   if (result.empty()) return std::string(kUntitled);
   const std::size_t stem = std::min(result.find('.'), result.size());
-  if (isReservedDevice(PDXText::trimmed(std::string_view(result).substr(0, stem)))) result.insert(stem, "_");
-  return result;
+  if (!isReservedDevice(PDXText::trimmed(std::string_view(result).substr(0, stem)))) return result;
+  result.insert(stem, "_");
+  return std::string(withoutTrailingDots(cutTo(result, limit)));
 }
 
 std::string safeWithExtension(std::string_view name) {
@@ -92,11 +97,13 @@ std::string safeWithExtension(std::string_view name) {
 }  // namespace PDXFileName
 
 std::string PDXUniqueFileNames::nameFor(std::string_view title) {
-  // Room for a reserved name's "_" stays free beside that for counter and extension.
-  std::string name = PDXFileName::safe(title, 200 - reserve_ - 1);
-  for (unsigned counter = 1; !taken_.insert(PDXText::caseFolded(name)).second; ++counter) {
-    const std::string suffix = " (" + std::to_string(counter) + ")";
-    name = PDXFileName::safe(title, 200 - reserve_ - 1 - suffix.size()) + suffix;
+  const std::size_t limit = 200 - reserve_;
+  std::string name = PDXFileName::safe(title, limit);
+  // Thousands of notes may have one title: the search goes on behind the last counter given out.
+  unsigned& counter = lastCounters_[PDXText::caseFolded(name)];
+  while (!taken_.insert(PDXText::caseFolded(name)).second) {
+    const std::string suffix = " (" + std::to_string(++counter) + ")";
+    name = PDXFileName::safe(title, limit - suffix.size()) + suffix;
   }
   return name;
 }

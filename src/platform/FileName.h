@@ -2,6 +2,7 @@
 
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <unordered_set>
 
 /// Names made from what a backup holds never become paths unchecked: they come through here.
@@ -35,4 +36,5 @@ class PDXUniqueFileNames {
  private:
   std::size_t reserve_;
   std::unordered_set<std::string> taken_;
+  std::unordered_map<std::string, unsigned> lastCounters_;
 };

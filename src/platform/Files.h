@@ -50,12 +50,18 @@ bool remove(const std::string& path);
 /// Removes a folder with all it holds, following no links.
 void removeTree(const std::string& path);
 
+/// How a copy ended.
+struct CopyResult {
+  enum class Outcome { done, noSource, readFailed, writeFailed, stopped } outcome = Outcome::done;
+  std::string why;  ///< The system's reason; empty when done.
+
+  explicit operator bool() const { return outcome == Outcome::done; }
+};
+
 /// Copies a file's bytes to a new file in the cheapest way the file system offers: sharing its blocks, else
 /// copying inside the kernel. The target appears whole or not at all, replaces an older one, and is readable
-/// and writable for its owner. Stops at a stop request, which counts as a failure.
-/// @param why  receives the reason of a failure; may be null.
-bool copy(const std::string& from, const std::string& to, std::string* why = nullptr,
-          std::stop_token stop = {});
+/// and writable for its owner.
+CopyResult copy(const std::string& from, const std::string& to, const std::stop_token& stop = {});
 
 /// The user's home folder.
 std::string home();
@@ -72,8 +78,8 @@ void setTemporary(const std::string& folder);
 
 }  // namespace PDXFiles
 
-/// A private folder below the user's temporary one that becomes `PDXFiles::temporary()` while it lives, and
-/// is removed with all it holds afterwards.
+/// A private folder below the temporary one that becomes `PDXFiles::temporary()` while it lives, and is
+/// removed with all it holds afterwards.
 class PDXTemporaryRun {
  public:
   PDXTemporaryRun();
@@ -86,6 +92,7 @@ class PDXTemporaryRun {
 
  private:
   std::string path_;
+  std::string outer_;  ///< The temporary folder before.
 };
 
 /// A file that appears under its name only when it is whole: text goes to a file beside it, which `commit`

@@ -57,6 +57,15 @@ class Descriptor {
   int value_;
 };
 
+/// What a failure in the middle of copying means: a full target is told from a source that cannot be read.
+PDXFiles::CopyResult resultOf(int code) {
+  using Outcome = PDXFiles::CopyResult::Outcome;
+  if (code == 0) return {};
+  if (code == ECANCELED) return {Outcome::stopped, "stopped"};
+  const bool isFull = code == ENOSPC || code == EDQUOT || code == EFBIG;
+  return {isFull ? Outcome::writeFailed : Outcome::readFailed, std::strerror(code)};
+}
+
 /// A name beside `path` that no other thread or process uses. Short whatever the name of the file is.
 std::string besidePath(const std::string& path) {
   static std::atomic<unsigned> counter = 0;
@@ -163,28 +172,25 @@ void removeTree(const std::string& path) {
   fs::remove_all(path, failed);
 }
 
-bool copy(const std::string& from, const std::string& to, std::string* why, std::stop_token stop) {
-  const auto failed = [why](int code) {
-    if (why != nullptr) *why = std::strerror(code);
-    return false;
-  };
-  if (!sizeOf(from)) return failed(isFolder(from) ? EISDIR : ENOENT);
+CopyResult copy(const std::string& from, const std::string& to, const std::stop_token& stop) {
+  using Outcome = CopyResult::Outcome;
+  if (!sizeOf(from)) return {Outcome::noSource, std::strerror(isFolder(from) ? EISDIR : ENOENT)};
   const Descriptor source(::open(from.c_str(), O_RDONLY | O_CLOEXEC));
-  if (source.get() < 0) return failed(errno);
+  if (source.get() < 0) return {Outcome::readFailed, std::strerror(errno)};
 
   const std::string part = besidePath(to);
   Descriptor target(::open(part.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
-  if (target.get() < 0) return failed(errno);
-  int code = PDXFileCopy::contents(source.get(), target.get(), stop);
-  if (!target.close() && code == 0) code = errno;
-  if (code == 0 && ::rename(part.c_str(), to.c_str()) != 0) code = errno;
-  if (code == 0) return true;
-  ::unlink(part.c_str());
-  return failed(code);
+  if (target.get() < 0) return {Outcome::writeFailed, std::strerror(errno)};
+  CopyResult result = resultOf(PDXFileCopy::contents(source.get(), target.get(), stop));
+  if (result && (!target.close() || ::rename(part.c_str(), to.c_str()) != 0)) {
+    result = {Outcome::writeFailed, std::strerror(errno)};
+  }
+  if (!result) ::unlink(part.c_str());
+  return result;
 }
 
 std::string home() {
-  if (const std::string folder = environment("HOME"); !folder.empty()) return folder;
+  if (std::string folder = environment("HOME"); !folder.empty()) return folder;
   const passwd* user = ::getpwuid(::getuid());
   return user == nullptr ? "/" : user->pw_dir;
 }
@@ -210,8 +216,8 @@ void setTemporary(const std::string& folder) {
 
 }  // namespace PDXFiles
 
-PDXTemporaryRun::PDXTemporaryRun() {
-  std::string pattern = PDXFiles::joined(PDXFiles::temporary(), "pocketdex-XXXXXX");
+PDXTemporaryRun::PDXTemporaryRun() : outer_(PDXFiles::temporary()) {
+  std::string pattern = PDXFiles::joined(outer_, "pocketdex-XXXXXX");
   if (::mkdtemp(pattern.data()) == nullptr) return;
   path_ = pattern;
   PDXFiles::setTemporary(path_);
@@ -219,7 +225,7 @@ PDXTemporaryRun::PDXTemporaryRun() {
 
 PDXTemporaryRun::~PDXTemporaryRun() {
   if (path_.empty()) return;
-  PDXFiles::setTemporary("");
+  PDXFiles::setTemporary(outer_);
   PDXFiles::removeTree(path_);
 }
 

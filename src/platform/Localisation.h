@@ -1,5 +1,8 @@
 #pragma once
 
+#include <string>
+#include <vector>
+
 /// Texts for the user, looked up by their English text.
 namespace PDXLocalisation {
 
@@ -10,4 +13,7 @@ void start(const char* catalogueFolder);
 }  // namespace PDXLocalisation
 
 /// `english` in the user's language; the text itself where there is no translation.
-const char* PDXLocalised(const char* english) __attribute__((format_arg(1)));
+std::string PDXLocalised(const char* english);
+
+/// The same with its places "%@" and "%lu" filled by the values in order.
+std::string PDXLocalised(const char* english, const std::vector<std::string>& values);

@@ -39,7 +39,7 @@ class PDXPropertyList {
 
   /// Parses a binary or XML property list; what a cipher left behind its end is ignored.
   /// Nothing when the bytes are no property list, nest more than 256 levels, refer to themselves, or stand
-  /// for more than four million values.
+  /// for far more than they hold (see PDXPropertyListMeasure::isSafe).
   static std::optional<PDXPropertyList> parse(const PDXBytes& bytes);
 
   /// The same for a file of at most 256 MB; nothing when it cannot be read.

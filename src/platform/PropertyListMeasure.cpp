@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -11,12 +12,20 @@ constexpr std::string_view kBinaryMagic = "bplist00";
 constexpr std::size_t kTrailerSize = 32;
 constexpr std::uint32_t kMostLevels = 256;
 constexpr std::uint64_t kMostValues = std::uint64_t{4} << 20;
+constexpr std::uint64_t kMostRepeatedValues = std::uint64_t{64} << 10;
+constexpr std::uint64_t kMostRepeatedBytes = std::uint64_t{64} << 20;
 
 std::uint64_t bigEndian(std::string_view bytes) {
   std::uint64_t value = 0;
   for (const char c : bytes) value = (value << 8) | static_cast<unsigned char>(c);
   return value;
 }
+
+/// One object of a binary list: the objects that it contains, keys included, or the size of its text or data.
+struct Object {
+  std::vector<std::uint64_t> children;
+  std::uint64_t bytes = 0;
+};
 
 /// The object table of a binary list. Every read is checked: nothing about the bytes is trusted.
 class BinaryObjects {
@@ -39,18 +48,20 @@ class BinaryObjects {
   std::uint64_t count() const { return count_; }
   std::uint64_t root() const { return root_; }
 
-  /// The objects that an object contains, keys included; empty for a scalar, nothing when damaged.
-  std::optional<std::vector<std::uint64_t>> children(std::uint64_t object) const {
-    std::size_t position = bigEndian(bytes_.substr(table_ + object * offsetSize_, offsetSize_));
+  std::uint64_t size() const { return bytes_.size(); }
+
+  /// Nothing when the object is damaged.
+  std::optional<Object> object(std::uint64_t index) const {
+    std::size_t position = bigEndian(bytes_.substr(table_ + index * offsetSize_, offsetSize_));
     if (position >= bytes_.size()) return std::nullopt;
     const auto marker = static_cast<unsigned char>(bytes_[position++]);
     const unsigned kind = marker >> 4;
-    if (kind != 0xA && kind != 0xC && kind != 0xD) return std::vector<std::uint64_t>();
+    if (kind < 0x4) return Object();
     std::uint64_t length = marker & 0xF;
     if (length == 0xF && !readLength(position, length)) return std::nullopt;
     if (length > bytes_.size()) return std::nullopt;
-    if (kind == 0xD) length *= 2;
-    return references(position, length);
+    if (kind != 0xA && kind != 0xC && kind != 0xD) return Object{.children = {}, .bytes = length};
+    return references(position, kind == 0xD ? 2 * length : length);
   }
 
  private:
@@ -58,7 +69,8 @@ class BinaryObjects {
     const auto isWidth = [](std::size_t size) { return size >= 1 && size <= 8; };
     if (!isWidth(offsetSize_) || !isWidth(referenceSize_)) return false;
     const std::size_t end = bytes_.size() - kTrailerSize;
-    return count_ > 0 && root_ < count_ && table_ <= end && count_ <= (end - table_) / offsetSize_;
+    return count_ > 0 && count_ <= kMostValues && root_ < count_ && table_ <= end &&
+           count_ <= (end - table_) / offsetSize_;
   }
 
   bool readLength(std::size_t& position, std::uint64_t& length) const {
@@ -71,10 +83,11 @@ class BinaryObjects {
     return true;
   }
 
-  std::optional<std::vector<std::uint64_t>> references(std::size_t position, std::uint64_t length) const {
-    if (length > (bytes_.size() - position) / referenceSize_) return std::nullopt;
-    std::vector<std::uint64_t> result(static_cast<std::size_t>(length));
-    for (auto& reference : result) {
+  std::optional<Object> references(std::size_t position, std::uint64_t length) const {
+    if (length > kMostValues || length > (bytes_.size() - position) / referenceSize_) return std::nullopt;
+    Object result;
+    result.children.resize(static_cast<std::size_t>(length));
+    for (auto& reference : result.children) {
       reference = bigEndian(bytes_.substr(position, referenceSize_));
       position += referenceSize_;
       if (reference >= count_) return std::nullopt;
@@ -90,11 +103,13 @@ class BinaryObjects {
   std::uint64_t table_ = 0;
 };
 
-/// What is known of one object: how deep it nests and how many values it stands for.
+/// What is known of one object: how deep it nests, how many values it stands for and how many bytes of text
+/// and data they hold.
 struct Measured {
   enum class State : std::uint8_t { unseen, open, done } state = State::unseen;
   std::uint32_t levels = 1;
   std::uint64_t values = 1;
+  std::uint64_t bytes = 0;
 };
 
 /// One object on the way down from the root.
@@ -104,39 +119,66 @@ struct Step {
   std::size_t next = 0;
 };
 
-bool isBinarySafe(const BinaryObjects& objects) {
-  std::vector<Measured> measured(static_cast<std::size_t>(objects.count()));
-  std::vector<Step> path;
-  const auto enter = [&](std::uint64_t object) {
-    auto children = objects.children(object);
-    if (!children || path.size() >= kMostLevels) return false;
-    measured[object].state = Measured::State::open;
-    path.push_back({object, std::move(*children)});
+/// Measures what the root contains, each object once, along the path that leads to it.
+class BinaryMeasure {
+ public:
+  explicit BinaryMeasure(const BinaryObjects& objects)
+      : objects_(objects),
+        mostValues_(std::min(kMostValues, 4 * objects.size() + kMostRepeatedValues)),
+        measured_(static_cast<std::size_t>(objects.count())) {}
+
+  bool isSafe() {
+    if (!enter(objects_.root())) return false;
+    while (!path_.empty()) {
+      Step& step = path_.back();
+      if (step.next == step.children.size()) {
+        leave();
+      } else if (!visit(step)) {
+        return false;
+      }
+    }
     return true;
-  };
-  if (!enter(objects.root())) return false;
-  while (!path.empty()) {
-    Step& step = path.back();
-    Measured& current = measured[step.object];
-    if (step.next == step.children.size()) {
-      current.state = Measured::State::done;
-      path.pop_back();
-      continue;
-    }
-    const std::uint64_t childObject = step.children[step.next];
-    const Measured& child = measured[childObject];
-    if (child.state == Measured::State::open) return false;  // It contains itself.
-    if (child.state == Measured::State::unseen) {
-      if (!enter(childObject)) return false;
-      continue;
-    }
-    ++step.next;
-    current.levels = std::max(current.levels, child.levels + 1);
-    current.values += child.values;
-    if (current.levels > kMostLevels || current.values > kMostValues) return false;
   }
-  return true;
-}
+
+ private:
+  bool enter(std::uint64_t index) {
+    auto object = objects_.object(index);
+    if (!object || path_.size() >= kMostLevels) return false;
+    // Objects may overlap in the file, so that a short one could name the same millions on every level.
+    waiting_ += object->children.size();
+    measured_[index].state = Measured::State::open;
+    measured_[index].bytes = object->bytes;
+    path_.push_back({index, std::move(object->children)});
+    return waiting_ <= mostValues_;
+  }
+
+  void leave() {
+    measured_[path_.back().object].state = Measured::State::done;
+    waiting_ -= path_.back().children.size();
+    path_.pop_back();
+  }
+
+  bool visit(Step& step) {
+    const std::uint64_t childObject = step.children[step.next];
+    const Measured& child = measured_[childObject];
+    if (child.state == Measured::State::open) return false;  // It contains itself.
+    if (child.state == Measured::State::unseen) return enter(childObject);
+    ++step.next;
+    Measured& whole = measured_[step.object];
+    whole.levels = std::max(whole.levels, child.levels + 1);
+    whole.values += child.values;
+    whole.bytes += child.bytes;
+    return whole.levels <= kMostLevels && whole.values <= mostValues_ &&
+           whole.bytes <= objects_.size() + kMostRepeatedBytes;
+  }
+
+  const BinaryObjects& objects_;
+  // A device shares texts and numbers, so it writes a byte or more for every value.
+  std::uint64_t mostValues_;
+  std::vector<Measured> measured_;
+  std::vector<Step> path_;
+  std::uint64_t waiting_ = 0;
+};
 
 /// Behind the text that begins at `at`, or the end.
 std::size_t behind(std::string_view bytes, std::size_t at, std::string_view text) {
@@ -144,25 +186,42 @@ std::size_t behind(std::string_view bytes, std::size_t at, std::string_view text
   return found == std::string_view::npos ? bytes.size() : found + text.size();
 }
 
+/// Whether a tag, given without its brackets, is written so that it can be read in one way only. Parsers
+/// differ about ">" in quotes and about an inner document type; no device writes either.
+bool isUnambiguous(std::string_view tag) {
+  return tag.find_first_of("<[") == std::string_view::npos &&
+         std::count(tag.begin(), tag.end(), '"') % 2 == 0 &&
+         std::count(tag.begin(), tag.end(), '\'') % 2 == 0;
+}
+
+/// Follows a tag, given without its brackets. False when it goes too deep or closes what is not open.
+bool follow(std::string_view tag, std::vector<std::string_view>& openElements) {
+  if (!isUnambiguous(tag)) return false;
+  if (tag.starts_with('?')) return tag.size() > 1 && tag.ends_with('?');
+  if (tag.starts_with('!') || tag.ends_with('/')) return !tag.starts_with('/');
+  if (tag.starts_with('/')) {
+    if (openElements.empty() || openElements.back() != tag.substr(1)) return false;
+    openElements.pop_back();
+    return true;
+  }
+  openElements.push_back(tag.substr(0, tag.find_first_of(" \t\r\n")));
+  return openElements.size() <= kMostLevels;
+}
+
 bool isXmlSafe(std::string_view bytes) {
-  std::uint32_t levels = 0;
-  std::size_t at = bytes.find('<');
-  while (at < bytes.size()) {
+  std::vector<std::string_view> openElements;
+  for (std::size_t at = bytes.find('<'); at < bytes.size(); at = bytes.find('<', at)) {
     const std::string_view rest = bytes.substr(at);
+    if (rest.starts_with("<!-->") || rest.starts_with("<!--->")) return false;
     if (rest.starts_with("<!--")) {
       at = behind(bytes, at, "-->");
     } else if (rest.starts_with("<![CDATA[")) {
       at = behind(bytes, at, "]]>");
     } else {
-      const std::size_t end = behind(bytes, at, ">");
-      const bool closes = rest.starts_with("</");
-      const bool isElement = !closes && !rest.starts_with("<?") && !rest.starts_with("<!");
-      const bool isWhole = end >= at + 2 && bytes[end - 2] == '/';
-      if (closes && levels > 0) --levels;
-      if (isElement && !isWhole && ++levels > kMostLevels) return false;
-      at = end;
+      const std::size_t end = rest.find('>');
+      if (end == std::string_view::npos || !follow(rest.substr(1, end - 1), openElements)) return false;
+      at += end + 1;
     }
-    at = bytes.find('<', at);
   }
   return true;
 }
@@ -191,7 +250,7 @@ std::string_view withoutTail(std::string_view bytes) {
 bool isSafe(std::string_view bytes) {
   if (!bytes.starts_with("bplist")) return isXmlSafe(bytes);
   const auto objects = BinaryObjects::of(bytes);
-  return objects && isBinarySafe(*objects);
+  return objects && BinaryMeasure(*objects).isSafe();
 }
 
 }  // namespace PDXPropertyListMeasure

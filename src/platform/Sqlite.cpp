@@ -2,9 +2,28 @@
 
 #include <sqlite3.h>
 
+#include <mutex>
+#include <utility>
+
 #include "platform/Text.h"
 
 namespace {
+
+std::mutex stopLock;
+
+std::stop_token& processStop() {
+  static std::stop_token token;
+  return token;
+}
+
+std::stop_token currentStop() {
+  const std::lock_guard guard(stopLock);
+  return processStop();
+}
+
+int isStopRequested(void* token) {
+  return static_cast<const std::stop_token*>(token)->stop_requested() ? 1 : 0;
+}
 
 int flagsFor(PDXSQLiteAccess access) {
   switch (access) {
@@ -25,7 +44,8 @@ std::string immutableAddress(const std::string& path) {
   std::string encoded = PDXText::replacedAll(path, "%", "%25");
   encoded = PDXText::replacedAll(std::move(encoded), "?", "%3f");
   encoded = PDXText::replacedAll(std::move(encoded), "#", "%23");
-  return "file:" + encoded + "?immutable=1";
+  // Without an empty host a path that begins with two slashes would name one.
+  return (encoded.starts_with('/') ? "file://" : "file:") + encoded + "?immutable=1";
 }
 
 void harden(sqlite3* handle, PDXSQLiteAccess access) {
@@ -59,6 +79,15 @@ PDXSQLiteDatabase::PDXSQLiteDatabase(const std::string& path, PDXSQLiteAccess ac
     return;
   }
   harden(handle, access);
+  constexpr int kStepsBetweenLooks = 10'000;  // Some hundred microseconds.
+  stop_ = std::make_unique<std::stop_token>(currentStop());
+  if (stop_->stop_possible())
+    sqlite3_progress_handler(handle, kStepsBetweenLooks, isStopRequested, stop_.get());
+}
+
+void PDXSQLiteDatabase::interruptWith(std::stop_token stop) {
+  const std::lock_guard guard(stopLock);
+  processStop() = std::move(stop);
 }
 
 std::string PDXSQLiteDatabase::error() const {

@@ -9,7 +9,8 @@
 /// backup gives the same answers everywhere.
 namespace PDXText {
 
-/// `bytes` as valid UTF-8: every byte that belongs to no character becomes U+FFFD.
+/// `bytes` as valid UTF-8: every byte that belongs to no character becomes U+FFFD, the beginning of a cut-off
+/// character one for all its bytes.
 std::string valid(std::string bytes);
 
 /// UTF-16 code units as UTF-8; lone surrogates become U+FFFD.

@@ -1,0 +1,37 @@
+#include "samples/ManifestDatabase.h"
+
+#include "platform/Crypto.h"
+#include "platform/Sqlite.h"
+#include "samples/FileArchive.h"
+#include "samples_embedded.h"
+
+namespace {
+
+bool insert(const PDXSQLiteDatabase& database, const std::vector<PDXSampleEntry>& entries) {
+  auto row =
+      database.prepare("INSERT INTO Files (fileID, domain, relativePath, flags, file) VALUES (?,?,?,?,?)");
+  for (const PDXSampleEntry& entry : entries) {
+    row.bind(1, std::string_view(sha_1(entry.domain + "-" + entry.relativePath)));
+    row.bind(2, std::string_view(entry.domain));
+    row.bind(3, std::string_view(entry.relativePath));
+    row.bind(4, static_cast<std::int64_t>(entry.kind));
+    row.bind(5, PDXSampleFileArchive::archive(entry));
+    row.step();
+    if (row.failed() || !row.isValid()) return false;
+    row.reset();
+  }
+  return true;
+}
+
+}  // namespace
+
+namespace PDXSampleManifestDatabase {
+
+std::string write(const std::string& path, const std::vector<PDXSampleEntry>& entries) {
+  const PDXSQLiteDatabase database(path, PDXSQLiteAccess::create);
+  const bool written = database.run(std::string(PDXSampleStores::manifest_sql)) && database.run("BEGIN") &&
+                       insert(database, entries) && database.run("COMMIT");
+  return written ? "" : database.error();
+}
+
+}  // namespace PDXSampleManifestDatabase

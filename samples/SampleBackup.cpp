@@ -1,0 +1,62 @@
+#include "samples/SampleBackup.h"
+
+#include "platform/Files.h"
+#include "samples/AddressBook.h"
+#include "samples/BackupFolder.h"
+#include "samples/Messages.h"
+#include "samples/OtherFiles.h"
+#include "samples/People.h"
+#include "samples/Random.h"
+
+namespace {
+
+/// Sixteen upper-case hexadecimal characters follow what all devices of the newer kinds share.
+PDXSampleDevice deviceOf(std::uint64_t seed) {
+  PDXSampleRandom random(seed, 6);
+  PDXSampleDevice device;
+  const std::string guid = random.guid();
+  device.identifier = "00008120-" + guid.substr(0, 8) + guid.substr(24, 8);
+  device.applications = PDXSampleOtherFiles::applications();
+  return device;
+}
+
+std::string addAddressBook(PDXSampleBackupFolder& folder, const std::vector<PDXSamplePerson>& people,
+                           std::uint64_t seed) {
+  const std::string book = PDXFiles::joined(folder.workFolder(), "AddressBook.sqlitedb");
+  const std::string pictures = PDXFiles::joined(folder.workFolder(), "AddressBookImages.sqlitedb");
+  std::string why = PDXSampleAddressBook::write(book, people, seed);
+  if (why.empty()) why = PDXSampleAddressBook::writePictures(pictures, people, seed);
+  if (!why.empty()) return why;
+  folder.takeFile("HomeDomain", "Library/AddressBook/AddressBook.sqlitedb", book);
+  folder.takeFile("HomeDomain", "Library/AddressBook/AddressBookImages.sqlitedb", pictures);
+  return "";
+}
+
+std::string addContent(PDXSampleBackupFolder& folder, const PDXSampleOptions& options,
+                       const std::stop_token& stop) {
+  const auto people = PDXSamplePeople::all(options.seed);
+  std::string why = addAddressBook(folder, people, options.seed);
+  if (why.empty()) why = PDXSampleMessages::write(folder, people, options.messages, options.seed, stop);
+  if (!why.empty()) return why;
+  PDXSampleOtherFiles::addPreferences(folder);
+  PDXSampleOtherFiles::addPhotographs(folder, options.seed);
+  PDXSampleOtherFiles::addApplications(folder);
+  folder.addFoldersAbove();
+  return stop.stop_requested() ? "stopped" : "";
+}
+
+}  // namespace
+
+namespace PDXSampleBackup {
+
+std::optional<std::string> write(const PDXSampleOptions& options, const std::stop_token& stop) {
+  if (options.messages < 0) return "the number of messages is negative";
+  PDXSampleBackupFolder folder(options.folder, deviceOf(options.seed));
+  if (!folder.error().empty()) return folder.error();
+  std::string why = addContent(folder, options, stop);
+  if (!why.empty()) return why;
+  if (!folder.finish()) return folder.error();
+  return std::nullopt;
+}
+
+}  // namespace PDXSampleBackup

@@ -1,0 +1,47 @@
+#include "app/cli/Console.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <cstdio>
+
+namespace {
+
+std::string withoutControls(std::string text) {
+  for (char& c : text) {
+    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = '?';
+  }
+  return text;
+}
+
+}  // namespace
+
+void PDXConsole::line(const std::string& text) const { fmt::print("{}\n", withoutControls(text)); }
+
+void PDXConsole::note(const std::string& text) const {
+  if (!quiet) line(text);
+}
+
+void PDXConsole::error(const std::string& text) {
+  fmt::print(stderr, "pocketdex: {}\n", withoutControls(text));
+}
+
+void PDXConsole::progress(const std::string& what, std::size_t done, std::size_t total) {
+  if (quiet || noProgress || total == 0 || ::isatty(STDERR_FILENO) == 0) return;
+  constexpr int kWidth = 30;
+  const int percent = static_cast<int>(done * 100 / total);
+  if (isShowing_ && percent == lastShown_) return;
+  lastShown_ = percent;
+  isShowing_ = true;
+  const auto filled = static_cast<std::size_t>(percent * kWidth / 100);
+  const std::string bar = std::string(filled, '#') + std::string(kWidth - filled, '.');
+  fmt::print(stderr, "\r{} [{}] {}/{}", what, bar, done, total);
+  std::fflush(stderr);
+}
+
+void PDXConsole::endProgress() {
+  if (!isShowing_) return;
+  fmt::print(stderr, "\r\x1B[K");
+  std::fflush(stderr);
+  isShowing_ = false;
+}

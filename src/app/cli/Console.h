@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+/// What the command says: results on standard output, errors and progress on standard error.
+class PDXConsole {
+ public:
+  bool quiet = false;
+  bool noProgress = false;
+
+  /// A line of the result.
+  void line(const std::string& text) const;
+
+  /// A line beside the result, not said when quiet.
+  void note(const std::string& text) const;
+
+  /// One line, "pocketdex: …". Control characters in it are shown as "?", so that a name from a backup cannot
+  /// write on the terminal.
+  static void error(const std::string& text);
+
+  /// Shows how far the work has come, when standard error is a terminal.
+  void progress(const std::string& what, std::size_t done, std::size_t total);
+
+  /// Removes the progress line.
+  void endProgress();
+
+ private:
+  bool isShowing_ = false;
+  int lastShown_ = -1;
+};

@@ -1,0 +1,151 @@
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <thread>
+
+#include "app/cli/Command.h"
+#include "app/cli/OpenedBackup.h"
+#include "app/cli/Options.h"
+#include "app/export/ContentKinds.h"
+#include "app/export/ExportJob.h"
+#include "platform/Files.h"
+
+namespace {
+
+/// "1 page", "2 pages".
+std::string counted(std::size_t count, const char* one, const char* many) {
+  return fmt::format("{} {}", count, count == 1 ? one : many);
+}
+
+class ExportCommand final : public PDXCommand {
+ public:
+  void addOptions(CLI::App& app) override {
+    backupOptions_.addTo(app);
+    app.add_option("KIND", options_.kinds,
+                   "What to export: messages. Everything that is built when left out");
+    app.add_option("--to", options_.outputFolder, "The folder to write into; made when missing")->required();
+    range_.addTo(app);
+    app.add_option("--conversation", options_.conversations,
+                   "Only the conversation of this title (repeatable)")
+        ->take_all()
+        ->expected(1);
+    app.add_option("--format", format_, "html; text is not built yet");
+    addPageOptions(app);
+    app.add_option("--jobs", options_.jobs, "Worker threads")->check(CLI::Range(1U, 256U));
+  }
+
+  PDXExitStatus run(PDXCommandContext& context) override {
+    if (const auto mistake = mistakeInOptions()) {
+      PDXConsole::error(*mistake);
+      return PDXExitStatus::usage;
+    }
+    PDXExitStatus status = PDXExitStatus::done;
+    const auto found = PDXOpenedBackup::find(backupOptions_.backup, status);
+    const auto deviceData = found ? found->open(status) : nullptr;
+    return deviceData == nullptr ? status : exportTo(context, found->information(), *deviceData);
+  }
+
+ private:
+  void addPageOptions(CLI::App& app) {
+    app.add_option("--layout", options_.page.exportLayout, "bubble or compact")
+        ->transform(CLI::CheckedTransformer(std::map<std::string, int>{{"bubble", 0}, {"compact", 1}}));
+    app.add_option("--order", options_.page.messageOrder, "oldest or newest first")
+        ->transform(CLI::CheckedTransformer(std::map<std::string, int>{{"oldest", 0}, {"newest", 1}}));
+    app.add_option("--font", options_.page.fontSizeStyle, "small, medium, large or extra-large")
+        ->transform(CLI::CheckedTransformer(
+            std::map<std::string, int>{{"small", 0}, {"medium", 1}, {"large", 2}, {"extra-large", 3}}));
+    app.add_flag("--contact-numbers", options_.page.includeMessageContactNumber,
+                 "Senders' numbers beside their names");
+    app.add_flag("--contact-pictures", options_.page.includeContactImages, "Senders' pictures");
+  }
+
+  std::optional<std::string> mistakeInOptions() const {
+    for (const std::string& kind : options_.kinds) {
+      if (auto mistake = kindMistake(kind)) return mistake;
+    }
+    if (format_ != "html")
+      return "the format \"" + format_ + "\" is not built yet: leave out --format, or say html";
+    return range_.mistake();
+  }
+
+  PDXExitStatus exportTo(PDXCommandContext& context, const PDXBackupInformation& information,
+                         PDXDeviceData& deviceData) {
+    options_.startDate = range_.startDate();
+    options_.endDate = range_.endDate();
+    options_.searchTerm = range_.search;
+    options_.outputFolder = PDXFiles::absolute(options_.outputFolder);
+    const std::stop_callback close(context.stop, [&deviceData] { deviceData.setAppIsClosing(true); });
+    PDXExportJob job(deviceData, information, options_);
+    if (const auto mistake = job.prepare(); mistake && !context.stop.stop_requested()) {
+      PDXConsole::error(*mistake);
+      return PDXExitStatus::usage;
+    }
+    if (!PDXFiles::makeFolders(options_.outputFolder))
+      return saysUnwritable(options_.outputFolder, "it is no folder and cannot be made one");
+    const auto progress = [&context](const std::string& what, std::size_t done, std::size_t total) {
+      context.console.progress(what, done, total);
+    };
+    const PDXExportReport report = job.run(progress, context.stop);
+    context.console.endProgress();
+    return summarised(context.console, report);
+  }
+
+  PDXExitStatus summarised(const PDXConsole& console, const PDXExportReport& report) const {
+    if (report.outcome == PDXExportReport::Outcome::stopped) return PDXExitStatus::interrupted;
+    if (report.outcome == PDXExportReport::Outcome::unwritable) {
+      return saysUnwritable(report.unwritablePath, report.why);
+    }
+    for (const PDXKindReport& kind : report.kinds) summarise(console, kind);
+    for (const std::string& kind : report.notHeld) PDXConsole::error("the backup holds no " + kind);
+    for (const PDXProblem& problem : report.problems) {
+      PDXConsole::error(problem.what + " could not be read: " + problem.where +
+                        (problem.why.empty() ? "" : ": " + problem.why));
+    }
+    if (!report.notBuilt.empty()) {
+      console.note(fmt::format("Not built yet, and left out: {}", fmt::join(report.notBuilt, ", ")));
+    }
+    console.note("Open " + PDXFiles::joined(options_.outputFolder, "index.html"));
+    return report.isComplete() ? PDXExitStatus::done : PDXExitStatus::incomplete;
+  }
+
+  void summarise(const PDXConsole& console, const PDXKindReport& kind) const {
+    console.note(fmt::format("{}: {}, {}, {}", kind.title,
+                             counted(kind.written.size(), "conversation", "conversations"),
+                             counted(kind.messageCount(), "message", "messages"),
+                             counted(kind.attachmentCount(), "attachment", "attachments")));
+    if (kind.filtered > 0) {
+      console.note(fmt::format("  {} left out: nothing in them matches",
+                               counted(kind.filtered, "conversation", "conversations")));
+    }
+    if (!kind.missing.empty()) {
+      console.note(fmt::format("  {} not in the backup: export.json names them",
+                               counted(kind.missing.size(), "attachment is", "attachments are")));
+    }
+    if (kind.neverDownloaded > 0) {
+      console.note(fmt::format("  {} never downloaded to the device",
+                               counted(kind.neverDownloaded, "attachment was", "attachments were")));
+    }
+    for (const PDXProblem& problem : kind.unreadable) {
+      PDXConsole::error(problem.what + " could not be read: " + problem.where + ": " + problem.why);
+    }
+  }
+
+  static PDXExitStatus saysUnwritable(const std::string& path, const std::string& why) {
+    PDXConsole::error("cannot write " + path + ": " + why + "; choose another folder, or make room");
+    return PDXExitStatus::unwritable;
+  }
+
+  PDXBackupOptions backupOptions_;
+  std::string format_ = "html";
+  PDXRangeOptions range_;
+  PDXExportOptions options_ = [] {
+    PDXExportOptions options;
+    options.jobs = std::max(1U, std::thread::hardware_concurrency());
+    return options;
+  }();
+};
+
+}  // namespace
+
+std::unique_ptr<PDXCommand> makeExportCommand() { return std::make_unique<ExportCommand>(); }

@@ -1,0 +1,32 @@
+#include "app/cli/Interrupt.h"
+
+#include <pthread.h>
+#include <unistd.h>
+
+#include <ctime>
+#include <utility>
+
+#include "app/cli/ExitStatus.h"
+#include "platform/Files.h"
+
+PDXInterrupt::PDXInterrupt(std::string scratchFolder) : scratchFolder_(std::move(scratchFolder)) {
+  sigemptyset(&signals_);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&signals_, signal);
+  pthread_sigmask(SIG_BLOCK, &signals_, nullptr);
+  std::signal(SIGPIPE, SIG_IGN);  // A closed pipe is a failed write, not the end of the run.
+  watcher_ = std::jthread([this](const std::stop_token& end) { watch_(end); });
+}
+
+PDXInterrupt::~PDXInterrupt() = default;
+
+void PDXInterrupt::watch_(const std::stop_token& end) {
+  constexpr timespec kLook{.tv_sec = 0, .tv_nsec = 50'000'000};
+  while (!end.stop_requested()) {
+    if (sigtimedwait(&signals_, nullptr, &kLook) < 0) continue;
+    if (stop_.stop_requested()) {
+      PDXFiles::removeTree(scratchFolder_);
+      ::_exit(static_cast<int>(PDXExitStatus::interrupted));
+    }
+    stop_.request_stop();
+  }
+}

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <csignal>
+#include <stop_token>
+#include <string>
+#include <thread>
+
+/// Turns Ctrl-C and the other signals that end a program into a stop request, so that the run can put things
+/// in order. A second signal ends the program at once, with its scratch folder removed.
+class PDXInterrupt {
+ public:
+  /// Made before any other thread, whose signals it takes over.
+  /// @param scratchFolder  removed with all it holds on a second signal.
+  explicit PDXInterrupt(std::string scratchFolder);
+  ~PDXInterrupt();
+  PDXInterrupt(const PDXInterrupt&) = delete;
+  PDXInterrupt& operator=(const PDXInterrupt&) = delete;
+
+  std::stop_token token() const { return stop_.get_token(); }
+
+ private:
+  void watch_(const std::stop_token& end);
+
+  std::string scratchFolder_;
+  sigset_t signals_{};
+  std::stop_source stop_;
+  std::jthread watcher_;
+};

@@ -1,0 +1,97 @@
+#include "app/cli/OpenedBackup.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+#include "app/cli/Console.h"
+#include "app/export/NearestNames.h"
+#include "backup/BackupLocations.h"
+#include "platform/Files.h"
+#include "platform/Text.h"
+
+namespace {
+
+std::vector<std::string> backupsIn(const std::string& folder) {
+  std::vector<std::string> names = PDXFiles::list(folder);
+  std::erase_if(names, [&](const std::string& name) {
+    return !PDXBackupInformation::isBackupFolder(PDXFiles::joined(folder, name));
+  });
+  return names;
+}
+
+std::string joinedNames(const std::vector<std::string>& names) {
+  std::string text;
+  for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
+  return text;
+}
+
+/// The folder of the only backup whose identifier begins so; "" and a line on standard error otherwise.
+std::string pathForIdentifier(const std::string& identifier) {
+  const std::string folder = PDXBackupLocations::activeBackupDirectory();
+  const std::vector<std::string> all = backupsIn(folder);
+  std::vector<std::string> matching = all;
+  std::erase_if(matching,
+                [&](const std::string& name) { return !PDXText::startsWithIgnoringCase(name, identifier); });
+  if (std::find(matching.begin(), matching.end(), identifier) != matching.end()) matching = {identifier};
+  if (matching.size() == 1) return PDXFiles::joined(folder, matching.front());
+  if (matching.empty()) {
+    PDXConsole::error("there is no backup \"" + identifier + "\": it is no folder, and no identifier in " +
+                      folder + nearestNamesHint(identifier, all));
+  } else {
+    PDXConsole::error("several backups begin with \"" + identifier + "\": " + joinedNames(matching) +
+                      "; give more of the identifier");
+  }
+  return "";
+}
+
+/// The folder that the command line names; "" and a line on standard error when there is none.
+std::string pathFor(const std::string& nameOrPath) {
+  if (PDXFiles::isFolder(nameOrPath)) {
+    const std::string path = PDXFiles::absolute(nameOrPath);
+    if (PDXBackupInformation::isBackupFolder(path)) return path;
+    PDXConsole::error(nameOrPath +
+                      " is not a backup: it holds no Manifest.db, Info.plist or other list of one; "
+                      "give the folder that does");
+    return "";
+  }
+  if (!PDXFiles::exists(nameOrPath) && nameOrPath.find('/') == std::string::npos && !nameOrPath.empty()) {
+    return pathForIdentifier(nameOrPath);
+  }
+  PDXConsole::error("there is no backup at \"" + nameOrPath + "\": " +
+                    (PDXFiles::exists(nameOrPath) ? "it is not a folder" : "there is no such folder"));
+  return "";
+}
+
+}  // namespace
+
+PDXOpenedBackup::PDXOpenedBackup(std::string path)
+    : path_(std::move(path)), information_(PDXBackupInformation::ofFolder(path_)) {}
+
+std::optional<PDXOpenedBackup> PDXOpenedBackup::find(const std::string& nameOrPath, PDXExitStatus& status) {
+  status = PDXExitStatus::noBackup;
+  std::string path = pathFor(nameOrPath);
+  if (path.empty()) return std::nullopt;
+  status = PDXExitStatus::done;
+  return PDXOpenedBackup(std::move(path));
+}
+
+std::unique_ptr<PDXDeviceData> PDXOpenedBackup::openForOverview() const {
+  PDXDeviceData::setCustomBackupPath(PDXFiles::folderOf(path_));
+  return std::make_unique<PDXDeviceData>(std::string(PDXText::lastPathComponent(path_)));
+}
+
+std::unique_ptr<PDXDeviceData> PDXOpenedBackup::open(PDXExitStatus& status) const {
+  auto deviceData = openForOverview();
+  if (deviceData->IsEncrypted()) {
+    PDXConsole::error(path_ + " is encrypted: this version cannot open encrypted backups yet");
+    status = PDXExitStatus::password;
+    return nullptr;
+  }
+  if (deviceData->backupTypeVersion() == 2) {
+    PDXConsole::error(path_ + " has a manifest of the older kind: this version cannot read it yet");
+    status = PDXExitStatus::noBackup;
+    return nullptr;
+  }
+  return deviceData;
+}

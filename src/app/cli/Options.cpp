@@ -1,0 +1,41 @@
+#include "app/cli/Options.h"
+
+#include <CLI/CLI.hpp>
+
+#include "app/export/ContentKinds.h"
+#include "app/export/NearestNames.h"
+
+namespace {
+
+std::string dayMistake(const std::string& text) {
+  return PDXDates::fromDayText(text) ? "" : "\"" + text + "\" is no date: write it as YYYY-MM-DD";
+}
+
+}  // namespace
+
+void PDXBackupOptions::addTo(CLI::App& app) {
+  app.add_option("BACKUP", backup, "The backup's folder, or its identifier")->required();
+  app.add_flag("--read-only", readOnly, "Never write into the backup's folder");
+}
+
+void PDXRangeOptions::addTo(CLI::App& app) {
+  app.add_option("--from", from, "Only from this day on (YYYY-MM-DD)")->check(dayMistake);
+  app.add_option("--until", until, "Only up to this day, which is taken in (YYYY-MM-DD)")->check(dayMistake);
+  app.add_option("--search", search, "Only what holds this text");
+}
+
+std::optional<std::string> PDXRangeOptions::mistake() const {
+  if (startDate() && endDate() && *endDate() < *startDate()) {
+    return "--until " + until + " lies before --from " + from + ": nothing can match";
+  }
+  return std::nullopt;
+}
+
+std::optional<std::string> kindMistake(const std::string& kind) {
+  const PDXContentKind* known = PDXContentKinds::named(kind);
+  if (known != nullptr && known->isBuilt) return std::nullopt;
+  if (known != nullptr) return "\"" + kind + "\" is not built yet: this version reads messages only";
+  std::vector<std::string> names;
+  for (const PDXContentKind& each : PDXContentKinds::all()) names.push_back(each.name);
+  return "there is no content kind \"" + kind + "\"" + nearestNamesHint(kind, names);
+}

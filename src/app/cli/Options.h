@@ -1,0 +1,41 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/Date.h"
+
+namespace CLI {
+class App;
+}
+
+/// Which backup, and how to open it. Shared by every subcommand that opens one.
+struct PDXBackupOptions {
+  std::string backup;
+
+  /// Nothing of ours writes into a plain backup's folder, so this asks for what holds anyway.
+  bool readOnly = false;
+
+  void addTo(CLI::App& app);
+};
+
+/// What to take of the content.
+struct PDXRangeOptions {
+  std::string from;
+  std::string until;
+  std::string search;
+
+  void addTo(CLI::App& app);
+
+  /// The first moment of each day; nothing where none was given.
+  std::optional<PDXDate> startDate() const { return PDXDates::fromDayText(from); }
+  std::optional<PDXDate> endDate() const { return PDXDates::fromDayText(until); }
+
+  /// What is wrong with the dates taken together; nothing when all is well. Each alone was checked in
+  /// parsing.
+  std::optional<std::string> mistake() const;
+};
+
+/// Nothing when `kind` names a content kind that this version can read, else one line that says why not.
+std::optional<std::string> kindMistake(const std::string& kind);

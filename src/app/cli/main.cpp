@@ -1,0 +1,107 @@
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <vector>
+
+#include "app/cli/Command.h"
+#include "app/cli/Interrupt.h"
+#include "app/export/NearestNames.h"
+#include "platform/Files.h"
+#include "platform/Localisation.h"
+#include "platform/Log.h"
+#include "platform/Sqlite.h"
+
+namespace {
+
+const PDXCommandEntry kCommands[] = {
+    {"info", "Says what a backup is and what it holds", makeInfoCommand},
+    {"list", "Lists content without writing files", makeListCommand},
+    {"export", "Writes content as files that open for ever", makeExportCommand},
+    {"sample", "Writes a sample backup to try everything on", makeSampleCommand},
+};
+
+struct Parsed {
+  bool quiet = false;
+  bool verbose = false;
+  bool noProgress = false;
+  std::vector<std::pair<CLI::App*, std::unique_ptr<PDXCommand>>> commands;
+};
+
+void addEverything(CLI::App& app, Parsed& parsed) {
+  app.require_subcommand(1);
+  app.set_version_flag("--version", "pocketdex " POCKETDEX_VERSION);
+  app.add_flag("--quiet", parsed.quiet, "Only errors and what was asked for");
+  app.add_flag("--verbose", parsed.verbose, "Say every problem as it comes");
+  app.add_flag("--no-progress", parsed.noProgress, "No progress bar");
+  for (const PDXCommandEntry& entry : kCommands) {
+    CLI::App* subcommand = app.add_subcommand(entry.name, entry.help);
+    subcommand->fallthrough();
+    auto command = entry.make();
+    command->addOptions(*subcommand);
+    parsed.commands.emplace_back(subcommand, std::move(command));
+  }
+}
+
+/// A mistake in the command line as one line; CLI11 gives several for some.
+PDXExitStatus saysMistake(const CLI::App& app, const CLI::ParseError& error, int count, char** arguments) {
+  if (error.get_exit_code() == 0) {
+    app.exit(error);
+    return PDXExitStatus::done;
+  }
+  const std::string first = count > 1 ? arguments[1] : "";
+  std::vector<std::string> names;
+  for (const PDXCommandEntry& entry : kCommands) names.emplace_back(entry.name);
+  const bool isCommand = std::find(names.begin(), names.end(), first) != names.end();
+  if (first.empty()) {
+    PDXConsole::error("a command is missing; `pocketdex --help` lists them");
+  } else if (!isCommand && !first.starts_with('-')) {
+    const char* const planned[] = {"backups", "check", "domains", "files", "get", "make"};
+    const bool isPlanned = std::find(std::begin(planned), std::end(planned), first) != std::end(planned);
+    PDXConsole::error(isPlanned ? "the command \"" + first +
+                                      "\" is not built yet; `pocketdex --help` lists those that are"
+                                : "there is no command \"" + first + "\"" + nearestNamesHint(first, names) +
+                                      "; `pocketdex --help` lists them");
+  } else {
+    const std::string text = error.what();
+    PDXConsole::error(text.substr(0, text.find('\n')) + " (`pocketdex " + (isCommand ? first + " " : "") +
+                      "--help` explains)");
+  }
+  return PDXExitStatus::usage;
+}
+
+PDXExitStatus runParsed(Parsed& parsed) {
+  const PDXTemporaryRun scratch;
+  if (scratch.path().empty()) {
+    PDXConsole::error("cannot make a scratch folder in " + PDXFiles::temporary() +
+                      ": make room there, or set TMPDIR");
+    return PDXExitStatus::unwritable;
+  }
+  const PDXInterrupt interrupt(scratch.path());
+  PDXSQLiteDatabase::interruptWith(interrupt.token());
+  PDXLog::setVerbose(parsed.verbose);
+  PDXConsole console;
+  console.quiet = parsed.quiet;
+  console.noProgress = parsed.noProgress;
+  PDXCommandContext context{.console = console, .stop = interrupt.token()};
+  PDXExitStatus status = PDXExitStatus::usage;
+  for (auto& [app, command] : parsed.commands) {
+    if (app->parsed()) status = command->run(context);
+  }
+  console.endProgress();
+  if (status == PDXExitStatus::interrupted) PDXConsole::error("stopped; what was written so far is whole");
+  return status;
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+  PDXLocalisation::start(POCKETDEX_LOCALE_FOLDER);
+  CLI::App app("Opens a phone's backup folder and exports what is in it, offline.", "pocketdex");
+  Parsed parsed;
+  addEverything(app, parsed);
+  try {
+    app.parse(count, arguments);
+  } catch (const CLI::ParseError& error) {
+    return static_cast<int>(saysMistake(app, error, count, arguments));
+  }
+  return static_cast<int>(runParsed(parsed));
+}

@@ -1,0 +1,36 @@
+#include "app/export/ContentKinds.h"
+
+#include <algorithm>
+
+#include "backup/BackupNavigation.h"
+#include "backup/DeviceData.h"
+
+namespace PDXContentKinds {
+
+const std::vector<PDXContentKind>& all() {
+  static const std::vector<PDXContentKind> kinds = {
+      {"messages", "Messages", {PDXFeature::Messages}, true},
+      {"whatsapp", "WhatsApp", {PDXFeature::WhatsAppChats}, false},
+      {"contacts", "Contacts", {PDXFeature::AddressBook}, false},
+      {"calendars", "Calendars", {PDXFeature::Calendar}, false},
+      {"notes", "Notes", {PDXFeature::NoteStore, PDXFeature::LegacyNotes}, false},
+      {"calls", "Calls", {PDXFeature::CallHistoryStore, PDXFeature::CallHistoryLegacy}, false},
+      {"bookmarks", "Bookmarks", {PDXFeature::SafariBookmarks, PDXFeature::ChromeBookmarks}, false},
+      {"music", "Music", {}, false},
+      {"blocked", "Blocked numbers", {PDXFeature::BlockedNumbers}, false},
+  };
+  return kinds;
+}
+
+const PDXContentKind* named(const std::string& name) {
+  const auto found =
+      std::find_if(all().begin(), all().end(), [&](const PDXContentKind& kind) { return kind.name == name; });
+  return found == all().end() ? nullptr : &*found;
+}
+
+bool isHeldBy(PDXDeviceData& deviceData, const PDXContentKind& kind) {
+  return std::any_of(kind.features.begin(), kind.features.end(),
+                     [&](int feature) { return deviceData.holdsFeature(feature); });
+}
+
+}  // namespace PDXContentKinds

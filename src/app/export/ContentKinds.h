@@ -1,0 +1,27 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+class PDXDeviceData;
+
+/// A content kind, as commands and reports name it.
+struct PDXContentKind {
+  std::string name;           ///< E.g. "messages".
+  std::string title;          ///< E.g. "Messages".
+  std::vector<int> features;  ///< The main files of which one at least makes the backup hold the kind.
+  bool isBuilt;               ///< Whether this version can read it.
+};
+
+namespace PDXContentKinds {
+
+/// Every kind, in the order of exports and overviews.
+const std::vector<PDXContentKind>& all();
+
+/// Null for a name that is none.
+const PDXContentKind* named(const std::string& name);
+
+/// Whether the backup stores a main file of the kind.
+bool isHeldBy(PDXDeviceData& deviceData, const PDXContentKind& kind);
+
+}  // namespace PDXContentKinds

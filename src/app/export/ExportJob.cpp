@@ -1,0 +1,82 @@
+#include "app/export/ExportJob.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "app/export/ContentKinds.h"
+#include "app/export/MessagesExport.h"
+#include "app/export/NearestNames.h"
+#include "app/export/Overview.h"
+#include "backup/BackupInformation.h"
+#include "backup/DeviceData.h"
+#include "messages/MessageReader.h"
+#include "platform/Files.h"
+
+namespace {
+
+/// Writes one file of the overview; the first that fails decides the outcome.
+void writeFile(const std::string& path, const std::string& text, PDXExportReport& report) {
+  PDXAtomicFile file(path);
+  file.append(text);
+  if (file.commit() || report.outcome != PDXExportReport::Outcome::done) return;
+  report.outcome = PDXExportReport::Outcome::unwritable;
+  report.unwritablePath = path;
+  report.why = file.error();
+}
+
+}  // namespace
+
+PDXExportJob::PDXExportJob(PDXDeviceData& deviceData, const PDXBackupInformation& information,
+                           PDXExportOptions options)
+    : deviceData_(deviceData), information_(information), options_(std::move(options)) {}
+
+PDXExportJob::~PDXExportJob() = default;
+
+std::optional<std::string> PDXExportJob::prepare() {
+  if (!takes_("messages")) return std::nullopt;
+  messages_ = std::make_unique<PDXMessageReader>();
+  hasMessages_ = messages_->loadConversationsFromDeviceData(&deviceData_);
+  std::vector<std::string> titles;
+  for (const auto* conversation : messages_->allConversations()) titles.push_back(conversation->title());
+  for (const std::string& wanted : options_.conversations) {
+    if (std::find(titles.begin(), titles.end(), wanted) == titles.end()) {
+      return "there is no conversation \"" + wanted + "\"" + nearestNamesHint(wanted, titles) +
+             " (`pocketdex list` names them all)";
+    }
+  }
+  return std::nullopt;
+}
+
+PDXExportReport PDXExportJob::run(const PDXProgressSink& progress, const std::stop_token& stop) {
+  PDXExportReport report;
+  if (hasMessages_) {
+    PDXKindReport kind = PDXMessagesExport::run(deviceData_, messages_->standardConversations(), options_,
+                                                "Messages", report, progress, stop);
+    kind.kind = "messages";
+    kind.title = "Messages";
+    report.kinds.push_back(std::move(kind));
+  }
+  for (const PDXContentKind& kind : PDXContentKinds::all()) {
+    const bool isHeld = PDXContentKinds::isHeldBy(deviceData_, kind);
+    const bool isNamed =
+        std::find(options_.kinds.begin(), options_.kinds.end(), kind.name) != options_.kinds.end();
+    if (isNamed && !isHeld) report.notHeld.push_back(kind.name);
+    if (options_.kinds.empty() && isHeld && !kind.isBuilt) report.notBuilt.push_back(kind.name);
+  }
+  report.problems = problems_.problems();
+  if (stop.stop_requested()) report.outcome = PDXExportReport::Outcome::stopped;
+  if (report.outcome != PDXExportReport::Outcome::stopped) writeOverview_(report);
+  return report;
+}
+
+bool PDXExportJob::takes_(const std::string& kind) const {
+  return options_.kinds.empty() ||
+         std::find(options_.kinds.begin(), options_.kinds.end(), kind) != options_.kinds.end();
+}
+
+void PDXExportJob::writeOverview_(PDXExportReport& report) const {
+  writeFile(PDXFiles::joined(options_.outputFolder, "index.html"),
+            PDXOverview::startPage(information_, report), report);
+  writeFile(PDXFiles::joined(options_.outputFolder, "export.json"),
+            PDXOverview::reportJson(information_, report), report);
+}

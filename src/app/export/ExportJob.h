@@ -1,0 +1,45 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+#include "app/export/ExportOptions.h"
+#include "app/export/ExportReport.h"
+
+class PDXBackupInformation;
+class PDXDeviceData;
+class PDXMessageReader;
+
+/// Exports content kinds of one backup, with start page and report. The command runs it, and so will a
+/// window.
+///
+/// First `prepare`, which reads what there is and finds mistakes in the options before anything is written;
+/// then `run`.
+class PDXExportJob {
+ public:
+  /// @param deviceData, information  of the opened backup; must outlive the job.
+  PDXExportJob(PDXDeviceData& deviceData, const PDXBackupInformation& information, PDXExportOptions options);
+  ~PDXExportJob();
+
+  /// Loads the lists of what is to be exported. Nothing when all is well, else one line that says which of
+  /// the options names something that is not there, and what comes near it.
+  std::optional<std::string> prepare();
+
+  /// Writes everything. One unreadable item never stops the rest; an output that cannot be written does, and
+  /// so does a stop request.
+  PDXExportReport run(const PDXProgressSink& progress, const std::stop_token& stop);
+
+ private:
+  bool takes_(const std::string& kind) const;
+  void writeOverview_(PDXExportReport& report) const;
+
+  PDXDeviceData& deviceData_;
+  const PDXBackupInformation& information_;
+  PDXExportOptions options_;
+  PDXProblemCollector problems_;
+  std::unique_ptr<PDXMessageReader> messages_;
+  bool hasMessages_ = false;
+};

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "messages/ConversationExportOptions.h"
+#include "platform/Date.h"
+
+/// What an export takes and how it writes it.
+struct PDXExportOptions {
+  std::string outputFolder;
+
+  /// As the command names them, e.g. "messages"; empty for every kind that the backup holds.
+  std::vector<std::string> kinds;
+
+  std::optional<PDXDate> startDate;  ///< The first moment that is taken in.
+  std::optional<PDXDate> endDate;    ///< The first moment of the last day, all of which is taken in.
+  std::string searchTerm;
+
+  /// Titles of the only conversations to take; empty for all.
+  std::vector<std::string> conversations;
+
+  /// Layout, order, fonts, contact numbers and pictures. Paths, dates and term come from here above.
+  PDXConversationExportOptions page;
+
+  /// Worker threads, at least one.
+  unsigned jobs = 1;
+
+  /// The first moment behind the range; nothing without an end.
+  std::optional<PDXDate> behindEnd() const {
+    return endDate ? std::optional(PDXDates::startOfNextDay(*endDate)) : std::nullopt;
+  }
+
+  bool hasFilter() const { return startDate || endDate || !searchTerm.empty(); }
+};
+
+/// Is told how far the work has come; called from the workers' threads, one call at a time.
+using PDXProgressSink = std::function<void(const std::string& what, std::size_t done, std::size_t total)>;

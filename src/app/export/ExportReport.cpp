@@ -1,0 +1,41 @@
+#include "app/export/ExportReport.h"
+
+#include <algorithm>
+#include <numeric>
+#include <tuple>
+#include <utility>
+
+std::size_t PDXKindReport::messageCount() const {
+  return std::accumulate(written.begin(), written.end(), std::size_t{0},
+                         [](std::size_t sum, const PDXExportedItem& item) { return sum + item.messages; });
+}
+
+std::size_t PDXKindReport::attachmentCount() const {
+  return std::accumulate(written.begin(), written.end(), std::size_t{0},
+                         [](std::size_t sum, const PDXExportedItem& item) { return sum + item.attachments; });
+}
+
+bool PDXExportReport::isComplete() const {
+  const bool allRead = std::all_of(kinds.begin(), kinds.end(),
+                                   [](const PDXKindReport& kind) { return kind.unreadable.empty(); });
+  return outcome == Outcome::done && allRead && problems.empty() && notHeld.empty();
+}
+
+PDXProblemCollector::PDXProblemCollector() {
+  before_ = PDXLog::listen([this](const PDXProblem& problem) {
+    const std::lock_guard guard(lock_);
+    problems_.push_back(problem);
+  });
+}
+
+PDXProblemCollector::~PDXProblemCollector() { PDXLog::listen(std::move(before_)); }
+
+std::vector<PDXProblem> PDXProblemCollector::problems() const {
+  const std::lock_guard guard(lock_);
+  auto sorted = problems_;
+  std::sort(sorted.begin(), sorted.end(), [](const PDXProblem& a, const PDXProblem& b) {
+    return std::tie(a.what, a.where, a.why) < std::tie(b.what, b.where, b.why);
+  });
+  sorted.erase(std::unique(sorted.begin(), sorted.end()), sorted.end());
+  return sorted;
+}

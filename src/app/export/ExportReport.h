@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cstddef>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "platform/Log.h"
+
+/// One page or file that an export wrote.
+struct PDXExportedItem {
+  std::string title;
+  std::string path;  ///< Relative to the output folder, "/" between components.
+  std::size_t messages = 0;
+  std::size_t attachments = 0;
+};
+
+/// What became of one content kind.
+struct PDXKindReport {
+  std::string kind;   ///< As the command names it, e.g. "messages".
+  std::string title;  ///< As people call it, e.g. "Messages".
+
+  std::size_t found = 0;     ///< Conversations that the store holds.
+  std::size_t filtered = 0;  ///< Conversations left out because nothing in them matches.
+  std::vector<PDXExportedItem> written;
+
+  std::vector<PDXProblem> missing;     ///< What the backup never held; no failure.
+  std::size_t neverDownloaded = 0;     ///< Attachments that the store lists without a file name; no failure.
+  std::vector<PDXProblem> unreadable;  ///< What it holds and could not be read.
+
+  std::size_t messageCount() const;
+  std::size_t attachmentCount() const;
+};
+
+/// The whole of an export.
+struct PDXExportReport {
+  enum class Outcome { done, stopped, unwritable } outcome = Outcome::done;
+  std::string unwritablePath;  ///< The output that could not be written.
+  std::string why;             ///< And why.
+
+  std::vector<PDXKindReport> kinds;
+  std::vector<PDXProblem> problems;  ///< Said in the log while the export ran.
+  std::vector<std::string> notHeld;  ///< Kinds that were asked for by name and that the backup does not hold.
+  std::vector<std::string> notBuilt;  ///< Kinds that the backup holds and this version cannot export yet.
+
+  /// Whether everything that the backup holds of the kinds was read and written.
+  bool isComplete() const;
+};
+
+/// Listens to the log while it lives, and keeps what was said.
+class PDXProblemCollector {
+ public:
+  PDXProblemCollector();
+  ~PDXProblemCollector();
+  PDXProblemCollector(const PDXProblemCollector&) = delete;
+  PDXProblemCollector& operator=(const PDXProblemCollector&) = delete;
+
+  /// What was said so far, sorted, so that the number of threads makes no difference; each problem once.
+  std::vector<PDXProblem> problems() const;
+
+ private:
+  mutable std::mutex lock_;
+  std::vector<PDXProblem> problems_;
+  PDXLog::Listener before_;
+};

@@ -1,0 +1,145 @@
+#include "app/export/Overview.h"
+
+#include <nlohmann/json.hpp>
+
+#include "app/export/BackupJson.h"
+#include "backup/BackupInformation.h"
+#include "platform/Date.h"
+#include "platform/Text.h"
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr const char* kStyle =
+    "body{font-family:system-ui,-apple-system,'Segoe "
+    "UI',Roboto,sans-serif;margin:0;background:#f4f5f7;color:#1c1e21}"
+    "header{background:#075698;color:#fff;padding:28px 24px}header h1{margin:0 0 4px;font-size:26px}"
+    "header p{margin:0;opacity:.85}main{max-width:900px;margin:24px auto;padding:0 16px}"
+    "section{background:#fff;border-radius:10px;box-shadow:0 1px 3px rgba(0,0,0,.12);padding:16px 20px;"
+    "margin-bottom:20px}h2{margin:0 0 4px;font-size:20px}.note{color:#606770;font-size:14px;margin:4px 0}"
+    "table{width:100%;border-collapse:collapse;margin-top:10px;font-size:15px}td{padding:7px 6px;"
+    "border-top:1px solid "
+    "#e4e6eb;vertical-align:top}td.n{text-align:right;white-space:nowrap;color:#606770;width:1%}"
+    "a{color:#075698;text-decoration:none;overflow-wrap:anywhere}a:hover{text-decoration:underline}"
+    "details{margin-top:10px;font-size:14px}li{overflow-wrap:anywhere;margin:3px 0}";
+
+std::string counted(std::size_t count, const char* one, const char* many) {
+  return std::to_string(count) + " " + (count == 1 ? one : many);
+}
+
+std::string deviceLine(const PDXBackupInformation& information) {
+  std::string line = information.productType();
+  if (!information.Version().empty())
+    line += (line.empty() ? "" : ", ") + ("system " + information.Version());
+  if (information.lastBackupDate()) {
+    PDXDateFormatter formatter(PDXDateFormatter::Style::longDateShortTime);
+    line += (line.empty() ? "" : ", ") + ("backed up " + formatter.text(*information.lastBackupDate()));
+  }
+  return line;
+}
+
+std::string problemList(const std::string& heading, const std::vector<PDXProblem>& problems) {
+  if (problems.empty()) return "";
+  std::string html = "<details><summary>" + PDXText::escapedForHtml(heading) + "</summary><ul>\n";
+  for (const PDXProblem& problem : problems) {
+    const std::string why = problem.why.empty() ? "" : " (" + problem.why + ")";
+    html += "<li>" + PDXText::escapedForHtml(problem.what + ": " + problem.where + why) + "</li>\n";
+  }
+  return html + "</ul></details>\n";
+}
+
+std::string itemRow(const PDXExportedItem& item) {
+  const std::string attachments =
+      item.attachments == 0 ? "" : counted(item.attachments, "attachment", "attachments");
+  return "<tr><td><a href=\"" + PDXText::pathForHtmlLink(item.path) + "\">" +
+         PDXText::escapedForHtml(item.title) + "</a></td><td class=\"n\">" +
+         counted(item.messages, "message", "messages") + "</td><td class=\"n\">" + attachments +
+         "</td></tr>\n";
+}
+
+std::string kindSection(const PDXKindReport& kind) {
+  std::string html = "<section id=\"" + kind.kind + "\"><h2>" + PDXText::escapedForHtml(kind.title) +
+                     "</h2>\n<p class=\"note\">" +
+                     counted(kind.written.size(), "conversation", "conversations") + ", " +
+                     counted(kind.messageCount(), "message", "messages") + ", " +
+                     counted(kind.attachmentCount(), "attachment", "attachments") + "</p>\n";
+  if (kind.filtered > 0) {
+    html += "<p class=\"note\">" + counted(kind.filtered, "conversation", "conversations") +
+            " left out: nothing in the chosen range or search</p>\n";
+  }
+  if (kind.neverDownloaded > 0) {
+    html += "<p class=\"note\">" + counted(kind.neverDownloaded, "attachment", "attachments") +
+            " never downloaded to the device</p>\n";
+  }
+  html += problemList(counted(kind.missing.size(), "attachment is", "attachments are") + " not in the backup",
+                      kind.missing);
+  html +=
+      problemList(counted(kind.unreadable.size(), "item", "items") + " could not be read", kind.unreadable);
+  html += "<table>\n";
+  for (const PDXExportedItem& item : kind.written) html += itemRow(item);
+  return html + "</table></section>\n";
+}
+
+std::string joined(const std::vector<std::string>& names) {
+  std::string text;
+  for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
+  return text;
+}
+
+Json kindJson(const PDXKindReport& kind) {
+  auto pages = Json::array();
+  for (const PDXExportedItem& item : kind.written) {
+    pages.push_back({{"title", item.title},
+                     {"path", item.path},
+                     {"messages", item.messages},
+                     {"attachments", item.attachments}});
+  }
+  return {{"kind", kind.kind},
+          {"found", {{"conversations", kind.found}}},
+          {"written",
+           {{"conversations", kind.written.size()},
+            {"messages", kind.messageCount()},
+            {"attachments", kind.attachmentCount()}}},
+          {"filtered", {{"conversations", kind.filtered}}},
+          {"attachmentsNeverDownloaded", kind.neverDownloaded},
+          {"attachmentsMissing", PDXBackupJson::problems(kind.missing)},
+          {"unreadable", PDXBackupJson::problems(kind.unreadable)},
+          {"pages", pages}};
+}
+
+}  // namespace
+
+namespace PDXOverview {
+
+std::string startPage(const PDXBackupInformation& information, const PDXExportReport& report) {
+  const std::string name =
+      information.deviceName().empty() ? information.identifier() : information.deviceName();
+  std::string html =
+      "<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\">\n"
+      "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n<title>" +
+      PDXText::escapedForHtml(name) + "</title>\n<style>" + kStyle + "</style></head><body>\n<header><h1>" +
+      PDXText::escapedForHtml(name) + "</h1><p>" + PDXText::escapedForHtml(deviceLine(information)) +
+      "</p></header>\n<main>\n";
+  for (const PDXKindReport& kind : report.kinds) html += kindSection(kind);
+  std::string notes;
+  if (!report.notBuilt.empty()) {
+    notes += "<p class=\"note\">The backup also holds " + joined(report.notBuilt) +
+             ", which this version cannot export yet.</p>\n";
+  }
+  notes +=
+      problemList(counted(report.problems.size(), "problem", "problems") + " while reading", report.problems);
+  if (!notes.empty()) html += "<section><h2>Notes</h2>\n" + notes + "</section>\n";
+  return html + "</main></body></html>\n";
+}
+
+std::string reportJson(const PDXBackupInformation& information, const PDXExportReport& report) {
+  Json document = PDXBackupJson::document("export", information);
+  for (const PDXKindReport& kind : report.kinds) document["items"].push_back(kindJson(kind));
+  document["notHeld"] = report.notHeld;
+  document["notBuilt"] = report.notBuilt;
+  document["problems"] = PDXBackupJson::problems(report.problems);
+  return PDXBackupJson::text(document);
+}
+
+}  // namespace PDXOverview

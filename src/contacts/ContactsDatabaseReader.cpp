@@ -1,0 +1,265 @@
+#include "contacts/ContactsDatabaseReader.h"
+
+#include <cstdint>
+#include <optional>
+#include <utility>
+
+#include "backup/SQLiteHelper.h"
+#include "contacts/ContactMerger.h"
+#include "contacts/SearchTexts.h"
+#include "platform/Files.h"
+#include "platform/Log.h"
+#include "platform/Sqlite.h"
+#include "platform/Text.h"
+
+namespace {
+
+constexpr const char* kPeople =
+    "SELECT ROWID, First, Middle, Last, Prefix, Suffix, Organization, JobTitle, Note FROM ABPerson;";
+constexpr const char* kPhoneNumbers =
+    "SELECT value, label FROM ABMultiValue WHERE record_id=? AND property=3;";
+constexpr const char* kEmailAddresses =
+    "SELECT value, label FROM ABMultiValue WHERE record_id=? AND property=4;";
+constexpr const char* kPostalAddresses =
+    "SELECT UID, label FROM ABMultiValue WHERE record_id=? AND property=5;";
+constexpr const char* kWebAddresses = "SELECT value FROM ABMultiValue WHERE record_id=? AND property=22;";
+constexpr const char* kPostalEntries =
+    "SELECT vek.value, ve.value FROM ABMultiValue mv INNER JOIN ABMultiValueEntry ve ON mv.UID = "
+    "ve.parent_id "
+    "INNER JOIN ABMultiValueEntryKey vek ON ve.key = vek.ROWID  WHERE mv.record_id=? AND mv.UID=?";
+
+std::string textOf(const PDXSQLiteStatement& row, int column) {
+  return PDXSQLiteHelper::stringValueForColumnFromStatment(column, row);
+}
+
+std::optional<std::string> textUnlessEmpty(const PDXSQLiteStatement& row, int column) {
+  std::string text = textOf(row, column);
+  if (text.empty()) return std::nullopt;
+  return text;
+}
+
+int locationOf(const std::string& label) {
+  if (label.empty()) return 0;
+  return label.find("Work") != std::string::npos ? 2 : 1;
+}
+
+PDXContactPhoneNumber phoneNumberOf(const std::string& value, const std::string& label) {
+  PDXContactPhoneNumber number(value);
+  if (label.empty()) return number;
+  number.location = locationOf(label);
+  number.isVoice = true;
+  number.isCell = label.find("Mobile") != std::string::npos;
+  number.isFax = label.find("Fax") != std::string::npos;
+  return number;
+}
+
+/// Where the part of an address of that name is kept; null for a part that is not. The capitals of the names
+/// differ from one system version to the next.
+std::optional<std::string>* partNamed(const std::string& name, PDXContactPostalAddress& address) {
+  const std::string key = PDXText::uppercased(name);
+  if (key == "STREET") return &address.streetAddress;
+  if (key == "ZIP") return &address.postCode;
+  if (key == "STATE") return &address.region;
+  if (key == "COUNTRY") return &address.country;
+  if (key == "COUNTRYCODE") return &address.countryCode;
+  if (key == "CITY") return &address.locality;
+  return nullptr;
+}
+
+void setPart(PDXContactPostalAddress& address, const std::string& name, std::string value) {
+  std::optional<std::string>* part = value.empty() ? nullptr : partNamed(name, address);
+  if (part == nullptr) return;
+  const bool isStreet = part == &address.streetAddress;
+  *part = isStreet ? PDXText::replacedAll(std::move(value), "\n", ";") : std::move(value);
+}
+
+std::optional<std::string> fullNameOf(const PDXContactEntry& contact) {
+  std::string name;
+  for (const auto* part : {&contact.givenName, &contact.additionalNames, &contact.familyName}) {
+    if (part->has_value()) name += (name.empty() ? "" : " ") + **part;
+  }
+  if (name.empty()) return std::nullopt;
+  return name;
+}
+
+/// The contact of a row of kPeople; nothing for a row without name and organisation.
+std::optional<PDXContactEntry> personOf(const PDXSQLiteStatement& row) {
+  PDXContactEntry contact;
+  contact.uid = std::to_string(row.int64(0));
+  contact.givenName = textUnlessEmpty(row, 1);
+  contact.additionalNames = textUnlessEmpty(row, 2);
+  contact.familyName = textUnlessEmpty(row, 3);
+  contact.honorificPrefixes = textUnlessEmpty(row, 4);
+  contact.honorificSuffixes = textUnlessEmpty(row, 5);
+  if (const auto organisation = textUnlessEmpty(row, 6)) contact.organisations.push_back(*organisation);
+  contact.title = textUnlessEmpty(row, 7);
+  contact.note = textUnlessEmpty(row, 8);
+  contact.fullName = fullNameOf(contact);
+  contact.searchReference = contact.fullName ? contact.fullName : contact.organisation();
+  if (!contact.searchReference) return std::nullopt;
+  return contact;
+}
+
+std::string queryForPictures(const PDXSQLiteDatabase& database) {
+  const bool isOldest = PDXSQLiteHelper::doesDatabaseContainTable(database, "ABImage");
+  return std::string("SELECT data FROM ") + (isOldest ? "ABImage" : "ABThumbnailImage") +
+         " WHERE record_id=?;";
+}
+
+/// A database of one read, which says once what is wrong with it. One that is missing is nothing to speak of.
+class OpenedDatabase {
+ public:
+  explicit OpenedDatabase(std::string path) : path_(std::move(path)), database_(path_) {}
+
+  const PDXSQLiteDatabase& handle() const { return database_; }
+
+  /// Calls `use` for each row that is left, and makes `rows` ready for the next question.
+  template <typename Use>
+  void forEachRow(PDXSQLiteStatement& rows, Use use) {
+    while (rows.step()) use();
+    finish(rows);
+  }
+
+  /// The same for the first row alone.
+  template <typename Use>
+  void forFirstRow(PDXSQLiteStatement& rows, Use use) {
+    if (rows.step()) use();
+    finish(rows);
+  }
+
+  void complainUnlessReadable() {
+    if (!database_.prepare("SELECT name FROM sqlite_master").isValid()) complain();
+  }
+
+  void complain() {
+    if (hasComplained_ || !PDXFiles::exists(path_)) return;
+    hasComplained_ = true;
+    PDXLog::report({.what = "contacts", .where = path_, .why = database_.error()});
+  }
+
+ private:
+  void finish(PDXSQLiteStatement& rows) {
+    if (rows.failed()) complain();
+    rows.reset();
+  }
+
+  std::string path_;
+  PDXSQLiteDatabase database_;
+  bool hasComplained_ = false;
+};
+
+/// One read of the two databases, with the statements that are asked again for every person. One that does
+/// not compile, in a store without that table, costs its field only.
+class AddressBook {
+ public:
+  AddressBook(const std::string& path, const std::string& picturesPath)
+      : book_(path), pictures_(picturesPath) {}
+
+  std::vector<PDXContactEntry> people() {
+    readLabels();
+    std::vector<PDXContactEntry> contacts;
+    auto rows = book_.handle().prepare(kPeople);
+    if (!rows.isValid()) book_.complain();
+    pictures_.complainUnlessReadable();
+    book_.forEachRow(rows, [&] {
+      auto contact = personOf(rows);
+      if (!contact) return;
+      fill(*contact, rows.int64(0));
+      contacts.push_back(std::move(*contact));
+    });
+    return contacts;
+  }
+
+ private:
+  void readLabels() {
+    auto rows = book_.handle().prepare("SELECT * FROM ABMultiValueLabel;");
+    book_.forEachRow(rows, [&] { labels_.push_back(textOf(rows, 0)); });
+  }
+
+  /// The label that a row refers to by its place in the label table, from 1; "" without one. The last label
+  /// is never matched: what refers to it stays without type, in everything that is exported.
+  std::string labelOf(const PDXSQLiteStatement& row, int column) const {
+    const std::int64_t place = row.int64(column);
+    const bool isKnown = place > 0 && place < static_cast<std::int64_t>(labels_.size());
+    return isKnown ? labels_[static_cast<std::size_t>(place - 1)] : "";
+  }
+
+  void fill(PDXContactEntry& contact, std::int64_t person) {
+    for (auto* question : {&phones_, &emails_, &addresses_, &urls_, &picture_}) question->bind(1, person);
+    book_.forEachRow(phones_, [&] { addPhoneNumber(contact); });
+    book_.forEachRow(addresses_, [&] { addPostalAddress(contact, person); });
+    book_.forEachRow(emails_, [&] { addEmailAddress(contact); });
+    book_.forFirstRow(urls_, [&] { contact.url = textUnlessEmpty(urls_, 0); });
+    pictures_.forFirstRow(picture_, [&] { contact.picture = picture_.blob(0); });
+  }
+
+  void addPhoneNumber(PDXContactEntry& contact) {
+    const std::string value = textOf(phones_, 0);
+    if (!value.empty()) contact.phoneNumbers.push_back(phoneNumberOf(value, labelOf(phones_, 1)));
+  }
+
+  void addPostalAddress(PDXContactEntry& contact, std::int64_t person) {
+    PDXContactPostalAddress& address = contact.postalAddresses.emplace_back();
+    entries_.bind(1, person);
+    entries_.bind(2, addresses_.int64(0));
+    book_.forEachRow(entries_, [&] { setPart(address, textOf(entries_, 0), textOf(entries_, 1)); });
+    address.location = locationOf(labelOf(addresses_, 1));
+  }
+
+  void addEmailAddress(PDXContactEntry& contact) {
+    const std::string value = textOf(emails_, 0);
+    if (value.empty()) return;
+    contact.emailAddresses.emplace_back(value).location = locationOf(labelOf(emails_, 1));
+  }
+
+  OpenedDatabase book_;
+  OpenedDatabase pictures_;
+  PDXSQLiteStatement phones_ = book_.handle().prepare(kPhoneNumbers);
+  PDXSQLiteStatement addresses_ = book_.handle().prepare(kPostalAddresses);
+  PDXSQLiteStatement entries_ = book_.handle().prepare(kPostalEntries);
+  PDXSQLiteStatement emails_ = book_.handle().prepare(kEmailAddresses);
+  PDXSQLiteStatement urls_ = book_.handle().prepare(kWebAddresses);
+  PDXSQLiteStatement picture_ = pictures_.handle().prepare(queryForPictures(pictures_.handle()));
+  std::vector<std::string> labels_;
+};
+
+/// The name in a row of first name, last name and organisation.
+std::string nameOf(const PDXSQLiteStatement& row) {
+  std::string first = textOf(row, 0);
+  const std::string last = textOf(row, 1);
+  if (!first.empty() && !last.empty()) return first + " " + last;
+  if (!first.empty()) return first;
+  return last.empty() ? textOf(row, 2) : last;
+}
+
+}  // namespace
+
+PDXContactsDatabaseReader::PDXContactsDatabaseReader(std::string databasePath,
+                                                     std::string picturesDatabasePath)
+    : databasePath_(std::move(databasePath)), picturesDatabasePath_(std::move(picturesDatabasePath)) {}
+
+std::vector<PDXContactEntry> PDXContactsDatabaseReader::readContacts() {
+  AddressBook book(databasePath_, picturesDatabasePath_);
+  return PDXContactMerger::mergeIdenticalContactsInArray(book.people());
+}
+
+std::string PDXContactsDatabaseReader::searchForContactNameWithAddress(std::string_view address) const {
+  const PDXSQLiteDatabase database(databasePath_);
+  if (!PDXSearchTexts::existIn(database)) return "";
+  const bool isEmailAddress = address.find('@') != std::string_view::npos;
+  const std::string column =
+      isEmailAddress ? PDXSearchTexts::emailColumn(database) : PDXSearchTexts::phoneColumn(database);
+  auto rows = database.prepare("SELECT c0First, c1Last, c6Organization FROM " + PDXSearchTexts::kTable +
+                               " where " + column + " LIKE '%" + std::string(address) + "%'");
+  return rows.step() ? nameOf(rows) : "";
+}
+
+std::vector<PDXContactEntry> PDXContactsDatabaseReader::readContactsFromDatabasePicturesDatabasePath(
+    const std::string& databasePath, const std::string& picturesDatabasePath) {
+  return PDXContactsDatabaseReader(databasePath, picturesDatabasePath).readContacts();
+}
+
+std::string PDXContactsDatabaseReader::searchForContactNameWithAddressInDatabase(
+    std::string_view address, const std::string& databasePath) {
+  return PDXContactsDatabaseReader(databasePath, "").searchForContactNameWithAddress(address);
+}

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "contacts/ContactEntry.h"
+
+/// Reads an address book once.
+///
+/// Source: a local copy of "Library/AddressBook/AddressBook.sqlitedb" and, for the pictures, of
+/// "AddressBookImages.sqlitedb" beside it.
+/// Errors: none leave the reader. A database that is missing gives nothing, one that is damaged gives what
+/// could be read before the damage; the log says so, once for each database.
+/// Threads: one reader, one thread.
+class PDXContactsDatabaseReader {
+ public:
+  /// @param databasePath, picturesDatabasePath  UTF-8 paths; need not exist, the second may be empty.
+  PDXContactsDatabaseReader(std::string databasePath, std::string picturesDatabasePath);
+
+  /// Every contact with a name or an organisation, those of one person merged, in the order in which the
+  /// store first names them; empty when there are none.
+  /// Source: ABPerson, ABMultiValue, ABMultiValueLabel, ABMultiValueEntry, ABMultiValueEntryKey.
+  std::vector<PDXContactEntry> readContacts();
+
+  /// The name of the first person who has the address, for when no contacts are loaded: "First Last", the one
+  /// of the two that there is, or the organisation; "" when nobody has it, the store keeps no search texts,
+  /// or the address breaks the statement (it goes in as it stands, so a quote does).
+  ///
+  /// @param address  an e-mail address when it holds "@", else a phone number; a part of one finds it too,
+  /// and
+  ///                 an empty one the first person with any.
+  /// Source: ABPersonFullTextSearch_content, the columns c0First, c1Last and c6Organization.
+  std::string searchForContactNameWithAddress(std::string_view address) const;
+
+  /// `readContacts` of a new reader.
+  static std::vector<PDXContactEntry> readContactsFromDatabasePicturesDatabasePath(
+      const std::string& databasePath, const std::string& picturesDatabasePath);
+
+  /// `searchForContactNameWithAddress` of a new reader.
+  static std::string searchForContactNameWithAddressInDatabase(std::string_view address,
+                                                               const std::string& databasePath);
+
+ private:
+  std::string databasePath_;
+  std::string picturesDatabasePath_;
+};

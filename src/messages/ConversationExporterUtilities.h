@@ -1,0 +1,86 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "messages/ConversationExportOptions.h"
+#include "messages/MessageDetail.h"
+#include "messages/MessagesConversation.h"
+
+class PDXAtomicFile;
+class PDXDeviceData;
+
+/// The participants found for addresses so far; null for an address that belongs to none.
+using PDXParticipantCache = std::unordered_map<std::string, const PDXMessageParticipant*>;
+
+/// What the exporters of conversations share: where an export goes and how it is named, how a sender is
+/// named, what a read status says, how links are made, and how an attachment is found in the backup.
+class PDXConversationExporterUtilities {
+ public:
+  /// The application's scratch folder for message previews.
+  static std::string temporaryMessageDirectory();
+
+  /// Appends UTF-8 text at the end of the file.
+  static void appendTextToFileHandle(std::string_view text, PDXAtomicFile& file);
+
+  /// The options' path; without one the export is a preview, which the options are told, and the path is in
+  /// the preview folder, named after everything that changes its content.
+  /// @param isCached  receives whether a preview of that name is there already; may be null.
+  static std::string determineSavePathForConversationOptionsExtensionIsCached(
+      const PDXMessagesConversation& conversation, PDXConversationExportOptions& options,
+      const std::string& extension, bool* isCached);
+
+  /// The preview's name without extension, e.g. "Ann_S-2021-03-04-CNONLSFM_17".
+  static std::string createFilenameForConversationWithExportOptions(
+      const PDXMessagesConversation& conversation, const PDXConversationExportOptions& options);
+
+  /// `name` with "_" in place of the characters that file names may not hold, trimmed.
+  static std::string cleanFileName(const std::string& name);
+
+  /// "Delivered", "Read" or "", localised.
+  static std::string getReadStatusTextForMessage(const PDXMessageDetail& message);
+
+  /// The participant of that address: the one with the same text, or else the first that is equal as a phone
+  /// number (all e-mail addresses are, so the text comes first). Null when there is none.
+  static const PDXMessageParticipant* determineParticipantFromAddressInConversationWithCache(
+      const std::string& address, const PDXMessagesConversation& conversation, PDXParticipantCache& cache);
+
+  /// The participant's name, followed by the address in brackets when asked for and it begins with a digit;
+  /// an address without a participant stands for itself. "" for a participant without a name.
+  static std::string determineParticipantNameFromAddressInConversationWithCacheIncludeContactNumber(
+      const std::string& address, const PDXMessagesConversation& conversation, PDXParticipantCache& cache,
+      bool includeContactNumber);
+
+  /// Saves the picture that the address book holds of the participant into the media folder.
+  /// @param cache  pictures saved so far, by address.
+  /// @return its path; "" when there is none or it cannot be written.
+  static std::string getImageForParticipantWithOptionsAndCache(
+      const PDXMessageParticipant& participant, const PDXConversationExportOptions& options,
+      std::unordered_map<std::string, std::string>& cache);
+
+  /// A media file's path relative to the page: its last two components.
+  static std::string relativePathForMediaPath(const std::string& path);
+
+  /// The messages that hold the term, as their `contains` tells.
+  static std::vector<PDXMessageDetail> filterMessagesForSearchTerm(
+      const std::vector<PDXMessageDetail>& messages, const std::string& searchTerm);
+
+  /// Where the backup keeps a file of the messages store: the location without "/var/mobile/" and without
+  /// "~" and "/" at both ends.
+  static std::string standardPathForLocation(const std::string& location);
+
+  /// A readable copy of such a file; "" when the backup does not hold it.
+  /// @param domain  "" for "MediaDomain".
+  static std::string standardFileAtLocationDomainDeviceData(const std::string& location,
+                                                            const std::string& domain,
+                                                            PDXDeviceData& deviceData);
+
+  /// `text` (already escaped) with every web address in it made a link, or only underlined.
+  static std::string formatUrlsInTextDisableLinks(std::string_view text, bool disableLinks);
+
+ private:
+  static bool isCharacterDigit_(char c) { return c >= '0' && c <= '9'; }
+  static bool addressIsEqualToAddress_(std::string_view a, std::string_view b);
+};

@@ -1,0 +1,405 @@
+#include "messages/ConversationHTMLExporter.h"
+
+#include <algorithm>
+#include <charconv>
+#include <utility>
+
+#include "backup/DeviceData.h"
+#include "messages/ConversationHtmlStyle.h"
+#include "messages_embedded.h"
+#include "platform/Crypto.h"
+#include "platform/FileName.h"
+#include "platform/Localisation.h"
+#include "platform/Text.h"
+
+namespace {
+
+using Utilities = PDXConversationExporterUtilities;
+
+/// Formatters are costly to make and live as long as their thread: an export makes hundreds of exporters.
+PDXDateFormatter& messageLineFormatter() {
+  thread_local PDXDateFormatter formatter(PDXDateFormatter::Style::longDateShortTime);
+  return formatter;
+}
+
+PDXDateFormatter& dateStampFormatter() {
+  thread_local PDXDateFormatter formatter(PDXDateFormatter::Style::longDate);
+  return formatter;
+}
+
+/// The messages in the order of the page, by time; one without a time is the earliest.
+std::vector<const PDXMessageDetail*> ordered(const std::vector<PDXMessageDetail>& messages,
+                                             bool oldestFirst) {
+  std::vector<const PDXMessageDetail*> order;
+  order.reserve(messages.size());
+  for (const PDXMessageDetail& message : messages) order.push_back(&message);
+  std::stable_sort(order.begin(), order.end(), [oldestFirst](const auto* a, const auto* b) {
+    return oldestFirst ? a->time < b->time : b->time < a->time;
+  });
+  return order;
+}
+
+bool has(const std::string& text, const char* part) { return text.find(part) != std::string::npos; }
+
+/// The sentence that tells a page's date range; "" without one.
+std::string rangeSentence(const PDXConversationExportOptions& options) {
+  if (!options.startDate && !options.endDate) return "";
+  PDXDateFormatter day("dd MMM yyyy");
+  const auto text = [&day](const std::optional<PDXDate>& date) { return day.text(*date); };
+  if (!options.startDate) {
+    return PDXLocalised("Displaying Messages sent/received before %@.", {text(options.endDate)});
+  }
+  if (!options.endDate)
+    return PDXLocalised("Displaying Messages sent/received since %@.", {text(options.startDate)});
+  return PDXLocalised("Displaying Messages sent/received between %@ and %@.",
+                      {text(options.startDate), text(options.endDate)});
+}
+
+std::string noMessagesBox(bool isPreview) {
+  std::string html = "<div class=\"noMessagesInDateRange\">\r\n<strong>" +
+                     PDXLocalised("No messages are available within the dates you have selected.") +
+                     "</strong>\r\n";
+  if (isPreview) {
+    html += "<p>" +
+            PDXLocalised(
+                "Click the \"Select Date Range\" button to change the date range or show all messages in the "
+                "conversation.") +
+            "</p>\r\n";
+  }
+  return html + "</div>\r\n<br/><br/>";
+}
+
+/// Text with "%XX" read as bytes.
+std::string percentDecoded(std::string_view text) {
+  std::string result;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    unsigned value = 0;
+    const char* digits = text.data() + i + 1;
+    if (text[i] == '%' && i + 2 < text.size() &&
+        std::from_chars(digits, digits + 2, value, 16).ptr == digits + 2) {
+      result += static_cast<char>(value);
+      i += 2;
+    } else {
+      result += text[i];
+    }
+  }
+  return PDXText::valid(std::move(result));
+}
+
+/// The title that a shared note's address carries behind "#", words joined by "_"; "" when it has none.
+std::string noteTitle(const std::string& link) {
+  const std::size_t hash = link.find('#');
+  if (hash == std::string::npos) return "";
+  return PDXText::replacedAll(percentDecoded(std::string_view(link).substr(hash + 1)), "_", " ");
+}
+
+std::string bold(const std::string& text) { return "<span style=\"font-weight:bold;\">" + text + "</span>"; }
+
+/// The path below "Library/SMS/" of a location that begins in another way than the usual two.
+std::string pathBelowMessages(const std::string& location) {
+  const std::size_t start = location.find("Library/SMS/");
+  return start == std::string::npos ? "" : location.substr(start);
+}
+
+}  // namespace
+
+PDXConversationHTMLExporter::PDXConversationHTMLExporter(PDXDeviceData& deviceData, std::int32_t iOSVersion)
+    : deviceData_(deviceData),
+      iOSVersion_(iOSVersion),
+      messageLineFormatter_(messageLineFormatter()),
+      dateStampFormatter_(dateStampFormatter()) {}
+
+PDXConversationExportResult PDXConversationHTMLExporter::exportConversationMessagesWithOptions(
+    const PDXMessagesConversation& conversation, const std::vector<PDXMessageDetail>& messages,
+    PDXConversationExportOptions options) {
+  using Outcome = PDXConversationExportResult::Outcome;
+  result_ = {};
+  result_.pagePath = Utilities::determineSavePathForConversationOptionsExtensionIsCached(
+      conversation, options, "html", nullptr);
+  if (options.mediaPath.empty()) {
+    const std::string stem = result_.pagePath.substr(0, result_.pagePath.rfind('.'));
+    options.mediaPath = stem + " Media";
+  }
+  PDXAtomicFile file(result_.pagePath);
+  Utilities::appendTextToFileHandle("<!DOCTYPE html>\r\n", file);
+  writeHTMLHeaderWithTitleMessageCountOptionsFileHandle(conversation.title(), messages.size(), options, file);
+  writeHTMLForMessagesConversationOptionsFileHandle(messages, conversation, options, file);
+  writeHTMLFooterToFileHandleOptions(file, options);
+
+  // Only an empty folder can be removed so: it was made for an attachment that then was not there.
+  if (attachmentCounter_ == 0) PDXFiles::remove(options.mediaPath);
+  if (result_.outcome != Outcome::written) return result_;
+  if (stop_.stop_requested()) {
+    result_.outcome = Outcome::stopped;
+  } else if (!file.commit()) {
+    result_.outcome = Outcome::unwritable;
+    result_.why = file.error();
+  }
+  return result_;
+}
+
+void PDXConversationHTMLExporter::writeHTMLHeaderWithTitleMessageCountOptionsFileHandle(
+    const std::string& title, std::size_t messageCount, const PDXConversationExportOptions& options,
+    PDXAtomicFile& file) {
+  std::string html =
+      "<HTML>\r\n<HEAD>\r\n<meta http-equip=\"Content-Type\" content=\"text/html; charset=utf-8\" />" +
+      htmlStyleStringWithOptions(options) + "</HEAD>\r\n<BODY" +
+      (options.isPreview ? " oncontextmenu=\"return false;\"" : "") + ">\r\n<H1>" +
+      PDXLocalised("Conversation with %@", {escapeHTMLSpecialCharacters(title)}) + "</H1>\r\n" +
+      PDXLocalised("Contains %lu messages", {std::to_string(messageCount)});
+  if (const std::string range = rangeSentence(options); !range.empty()) html += "<br/>\r\n" + range;
+  Utilities::appendTextToFileHandle(html + "\r\n<hr size=1 noshade/>", file);
+}
+
+void PDXConversationHTMLExporter::writeHTMLForMessagesConversationOptionsFileHandle(
+    const std::vector<PDXMessageDetail>& messages, const PDXMessagesConversation& conversation,
+    const PDXConversationExportOptions& options, PDXAtomicFile& file) {
+  if (messages.empty()) Utilities::appendTextToFileHandle(noMessagesBox(options.isPreview), file);
+  lastDay_.reset();
+  std::string html;
+  for (const PDXMessageDetail* message : ordered(messages, options.messageOrder == 0)) {
+    if (stop_.stop_requested() || !file.error().empty()) return;
+    html.clear();
+    appendMessage_(html, *message, conversation, options);
+    if (result_.outcome != PDXConversationExportResult::Outcome::written) return;
+    Utilities::appendTextToFileHandle(html, file);
+    result_.neverDownloaded += static_cast<std::size_t>(message->attachmentsNeverDownloaded);
+    ++result_.messages;
+    if (delegate_ != nullptr) delegate_->onExporterProgressTotal(result_.messages, messages.size());
+  }
+}
+
+void PDXConversationHTMLExporter::writeHTMLFooterToFileHandleOptions(PDXAtomicFile& file,
+                                                                     const PDXConversationExportOptions&) {
+  Utilities::appendTextToFileHandle("<hr size=1 noshade/>\r\n</BODY>\r\n</HTML>", file);
+}
+
+std::string PDXConversationHTMLExporter::htmlStyleStringWithOptions(
+    const PDXConversationExportOptions& options) const {
+  return "<style type='text/css'>\r\n" + PDXConversationHtmlStyle::rules(options) + "</style>\r\n";
+}
+
+void PDXConversationHTMLExporter::appendMessage_(std::string& html, const PDXMessageDetail& message,
+                                                 const PDXMessagesConversation& conversation,
+                                                 const PDXConversationExportOptions& options) {
+  appendDateStamp_(html, message);
+  if (message.direction == 1) {
+    appendHTMLForSentMessageConversationType(html, message, conversation.conversationType);
+  } else {
+    appendHTMLForReceivedMessageConversationOptions(html, message, conversation, options);
+  }
+  if (message.containsMessagePieces()) {
+    appendStandardMessageHTMLForMessageOptions(html, message, options);
+  } else {
+    html += Utilities::formatUrlsInTextDisableLinks(escapeHTMLSpecialCharacters(message.message),
+                                                    options.isPreview);
+  }
+  html += "</div>\r\n";
+}
+
+void PDXConversationHTMLExporter::appendDateStamp_(std::string& html, const PDXMessageDetail& message) {
+  if (!message.time) return;
+  const PDXDate day = calendar_.startOfDay(*message.time);
+  if (lastDay_ == day) return;
+  lastDay_ = day;
+  html += "<center><div class=\"dateStamp\">" + dateStampFormatter_.text(*message.time) + "</div></center>";
+}
+
+void PDXConversationHTMLExporter::appendHTMLForSentMessageConversationType(std::string& html,
+                                                                           const PDXMessageDetail& message,
+                                                                           EConversationType type) {
+  const std::string time = timeText_(message);
+  html += "<div class='messageinfo sent'>" + PDXLocalised("Sent") + " -";
+  if (type == EConversationTypeWhatsApp) {
+    html += " " + time + " - WhatsApp</div><div class='message sent'>";
+    return;
+  }
+  const std::string status = Utilities::getReadStatusTextForMessage(message);
+  const std::string suffix = status.empty() ? "" : " - " + status;
+  html += message.isMadrid.value_or(false)
+              ? " " + time + " - (iMessage)" + suffix + "</div><div class='message sent imessage'>"
+              : " " + time + " - (SMS)" + suffix + "</div><div class='message sent'>";
+}
+
+void PDXConversationHTMLExporter::appendHTMLForReceivedMessageConversationOptions(
+    std::string& html, const PDXMessageDetail& message, const PDXMessagesConversation& conversation,
+    const PDXConversationExportOptions& options) {
+  const std::string name = senderName_(message, conversation, options);
+  html += "<div class='messageinfo receive'>" + PDXLocalised("Receive") + " -";
+  if (!name.empty()) html += " " + escapeHTMLSpecialCharacters(name) + " -";
+  html += " " + timeText_(message) + " - ";
+  if (conversation.conversationType == EConversationTypeWhatsApp) {
+    html += "WhatsApp</div>";
+  } else {
+    html += message.isMadrid.value_or(false) ? "(iMessage)</div>" : "(SMS)</div>";
+  }
+  const auto* participant = Utilities::determineParticipantFromAddressInConversationWithCache(
+      message.messageAddress, conversation, participants_);
+  if (options.includeContactImages && participant != nullptr) {
+    const std::string image =
+        Utilities::getImageForParticipantWithOptionsAndCache(*participant, options, contactImages_);
+    if (!image.empty()) {
+      html += "<img class=\"contactImage\" src=\"" +
+              PDXText::pathForHtmlLink(Utilities::relativePathForMediaPath(image)) + "\" alt=\"" +
+              PDXText::escapedForHtmlAttribute(name) + "\" Width=\"48\" Height=\"48\" border=\"0\" />";
+    }
+  }
+  html += "<div class='message receive'>";
+}
+
+std::string PDXConversationHTMLExporter::senderName_(const PDXMessageDetail& message,
+                                                     const PDXMessagesConversation& conversation,
+                                                     const PDXConversationExportOptions& options) {
+  std::string name =
+      Utilities::determineParticipantNameFromAddressInConversationWithCacheIncludeContactNumber(
+          message.messageAddress, conversation, participants_, options.includeMessageContactNumber);
+  // With one other party the heading says who wrote. In a group only the address tells unknown senders apart.
+  const bool isGroup = conversation.participants.size() > 1;
+  return name.empty() && isGroup ? message.messageAddress : name;
+}
+
+std::string PDXConversationHTMLExporter::timeText_(const PDXMessageDetail& message) {
+  return message.time ? messageLineFormatter_.text(*message.time) : "";
+}
+
+void PDXConversationHTMLExporter::appendStandardMessageHTMLForMessageOptions(
+    std::string& html, const PDXMessageDetail& message, const PDXConversationExportOptions& options) {
+  if (!message.subject.empty()) html += bold(escapeHTMLSpecialCharacters(message.subject)) + "<br/>";
+  for (const PDXMessagePiece& piece : message.messagePieces) {
+    appendPiece_(html, piece, options);
+    if (result_.outcome != PDXConversationExportResult::Outcome::written) return;
+  }
+}
+
+void PDXConversationHTMLExporter::appendPiece_(std::string& html, const PDXMessagePiece& piece,
+                                               const PDXConversationExportOptions& options) {
+  const std::string type = PDXText::lowercased(piece.contentType);
+  if (has(type, "text") && !piece.isFile) {
+    const std::string text = escapeHTMLSpecialCharacters(piece.contentLocation);
+    html += Utilities::formatUrlsInTextDisableLinks(text, options.isPreview) + "<br/>\r\n";
+  } else if (has(type, "image/")) {
+    appendStandardImageHTMLTypeLocationOptions(html, type, piece.contentLocation, options);
+  } else if (has(type, "video/")) {
+    appendStandardVideoHTMLLocationOptions(html, piece.contentLocation, options);
+  } else if (type == "ic_note") {
+    appendNoteHTMLLocationOptions(html, piece.contentLocation, options);
+  } else {
+    appendStandardAttachmentHTMLTypeLocationOptions(html, type, piece.contentLocation, options);
+  }
+}
+
+void PDXConversationHTMLExporter::appendStandardImageHTMLTypeLocationOptions(
+    std::string& html, const std::string&, const std::string& location,
+    const PDXConversationExportOptions& options) {
+  const auto path = copyAttachment_(location, options, html);
+  if (!path) return;
+  const std::string image = "<img src='" + *path + "' width='179px'/>";
+  html += options.isPreview ? image : "<a href='" + *path + "' border=0>" + image + "</a>";
+  html += "\r\n<br/>\r\n";
+}
+
+void PDXConversationHTMLExporter::appendStandardVideoHTMLLocationOptions(
+    std::string& html, const std::string& location, const PDXConversationExportOptions& options) {
+  if (options.isPreview) {
+    html += imageToImageStringImageTypeExtensionAdditionalTags_(PDXMessagePictures::messagesMovie_png, "png",
+                                                                "") +
+            "<br/>\r\n" + bold("Video content cannot be previewed.") +
+            "<br />Content will be saved when copying as HTML.\r\n";
+    return;
+  }
+  if (const auto path = copyAttachment_(location, options, html)) {
+    html +=
+        "<video src='" + *path + "' controls style=\"max-width:100%;max-height:480px;\"></video><br/>\r\n";
+  }
+}
+
+void PDXConversationHTMLExporter::appendStandardAttachmentHTMLTypeLocationOptions(
+    std::string& html, const std::string&, const std::string& location,
+    const PDXConversationExportOptions& options) {
+  const std::string name = escapeHTMLSpecialCharacters(PDXText::lastPathComponent(location));
+  if (options.isPreview) {
+    html += bold("Attachment cannot be previewed.") + "<br />\"" + name +
+            "\" will be saved when copying as HTML.\r\n";
+    return;
+  }
+  if (const auto path = copyAttachment_(location, options, html)) {
+    html += "<strong><a href='" + *path + "'>Attachment: " + name + ". Click here to open.</a></strong>\r\n";
+  }
+}
+
+void PDXConversationHTMLExporter::appendNoteHTMLLocationOptions(std::string& html,
+                                                                const std::string& location,
+                                                                const PDXConversationExportOptions& options) {
+  const std::string title = noteTitle(location);
+  const std::string heading = title.empty() ? "A note was shared." : escapeHTMLSpecialCharacters(title);
+  const std::string box = imageToImageStringImageTypeExtensionAdditionalTags_(
+                              PDXMessagePictures::SharedNote_png, "png",
+                              "Width=\"48\" Height=\"48\" style=\"float:left; margin-right:8px;\"") +
+                          "<span style=\"font-weight:bold; margin-top:4px; display:inline-block;\">" +
+                          heading + "</span><br /><span style=\"color:#666;\">iCloud Note</span>";
+  html += options.isPreview
+              ? box + "\r\n"
+              : "<a href=\"" + PDXText::escapedForHtmlAttribute(location) + "\">" + box + "</a>\r\n";
+}
+
+std::optional<std::string> PDXConversationHTMLExporter::copyAttachment_(
+    const std::string& location, const PDXConversationExportOptions& options, std::string& html) {
+  using Outcome = PDXFiles::CopyResult::Outcome;
+  if (options.isPreview) {
+    const std::string copy = Utilities::standardFileAtLocationDomainDeviceData(location, "", deviceData_);
+    return PDXText::pathForHtmlLink(Utilities::relativePathForMediaPath(copy));
+  }
+  PDXFiles::makeFolders(options.mediaPath);
+  const std::string number = std::to_string(attachmentCounter_ + 1);
+  const std::string extension(PDXText::pathExtension(location));
+  const std::string name =
+      PDXFileName::safeWithExtension(extension.empty() ? number : number + "." + extension);
+  const std::string destination = PDXFiles::joined(options.mediaPath, name);
+  const auto copied = copyToMediaFolder_(location, destination);
+  if (copied) {
+    ++attachmentCounter_;
+    ++result_.attachments;
+    return PDXText::pathForHtmlLink(Utilities::relativePathForMediaPath(destination));
+  }
+  if (copied.outcome == Outcome::writeFailed) {
+    result_.outcome = PDXConversationExportResult::Outcome::unwritable;
+    result_.why = copied.why;
+  } else {
+    noteMissing_(location, copied, html);
+  }
+  return std::nullopt;
+}
+
+PDXFiles::CopyResult PDXConversationHTMLExporter::copyToMediaFolder_(const std::string& location,
+                                                                     const std::string& destination) {
+  const std::string path = Utilities::standardPathForLocation(location);
+  auto copied =
+      deviceData_.copyOfFileByRelativePathInDomain(path, "MediaDomain", destination, stop_.get_token());
+  const std::string other = pathBelowMessages(location);
+  if (copied.outcome != PDXFiles::CopyResult::Outcome::noSource || other.empty() || other == path)
+    return copied;
+  return deviceData_.copyOfFileByRelativePathInDomain(other, "MediaDomain", destination, stop_.get_token());
+}
+
+void PDXConversationHTMLExporter::noteMissing_(const std::string& location,
+                                               const PDXFiles::CopyResult& result, std::string& html) {
+  if (result.outcome == PDXFiles::CopyResult::Outcome::stopped) return;
+  const bool isMissing = result.outcome == PDXFiles::CopyResult::Outcome::noSource;
+  const std::string name(PDXText::lastPathComponent(location));
+  (isMissing ? result_.missing : result_.unreadable)
+      .push_back({.what = "attachment", .where = location, .why = result.why});
+  html += bold(PDXLocalised(
+              isMissing ? "Attachment \"%@\" is not in the backup." : "Attachment \"%@\" could not be read.",
+              {escapeHTMLSpecialCharacters(name)})) +
+          "<br/>\r\n";
+}
+
+std::string PDXConversationHTMLExporter::escapeHTMLSpecialCharacters(std::string_view text) {
+  return PDXText::escapedForHtml(text);
+}
+
+std::string PDXConversationHTMLExporter::imageToImageStringImageTypeExtensionAdditionalTags_(
+    std::string_view image, const std::string& extension, const std::string& additionalTags) {
+  return "<img src=\"data:image/" + extension + ";base64," + base64(image) + "\" border=0 " + additionalTags +
+         "/>";
+}

@@ -1,0 +1,238 @@
+#include "messages/CurrentMessagesLayout.h"
+
+#include <algorithm>
+#include <limits>
+#include <string>
+#include <string_view>
+
+#include "backup/SQLiteHelper.h"
+#include "messages/MessageRows.h"
+#include "platform/Text.h"
+
+namespace {
+
+constexpr std::string_view kAttachmentPlaceholder = "\xEF\xBF\xBC";  // U+FFFC
+constexpr std::string_view kCloudNotesPrefix = POCKETDEX_CLOUD_NOTES_PREFIX;
+constexpr std::int64_t kNoEndSeconds = 2147483647;
+constexpr std::int64_t kNoEndNanoseconds = std::numeric_limits<std::int64_t>::max();
+
+std::int64_t nanoseconds(std::int64_t seconds) {
+  constexpr std::int64_t kLargest = std::numeric_limits<std::int64_t>::max() / 1'000'000'000;
+  return std::clamp(seconds, -kLargest, kLargest) * 1'000'000'000;
+}
+
+/// One test for both units: a date lies in the range counted in seconds, or in nanoseconds.
+std::string rangeCondition(const PDXMessagesQuery& query) {
+  const std::int64_t start = query.startSeconds();
+  const std::int64_t end = query.endSeconds(kNoEndSeconds);
+  const std::int64_t endNanoseconds = query.endDate ? nanoseconds(end) : kNoEndNanoseconds;
+  const auto between = [](std::int64_t from, std::int64_t to) {
+    return "(m.date >= " + std::to_string(from) + " AND m.date < " + std::to_string(to) + ")";
+  };
+  return "(" + between(start, end) + " OR " + between(nanoseconds(start), endNanoseconds) + ")";
+}
+
+/// The WHERE condition for the conversation's chats, the query's range and its term.
+std::string condition(const PDXMessagesConversation& conversation, const PDXMessagesQuery& query) {
+  std::string text = "cmj.chat_id IN (" + conversation.conversationIdArrayString() + ")";
+  if (query.hasDates()) text += " AND " + rangeCondition(query);
+  if (query.hasTerm()) {
+    text +=
+        " AND (m.text LIKE '%" + *query.searchTerm + "%' OR m.subject LIKE '%" + *query.searchTerm + "%')";
+  }
+  return text;
+}
+
+bool hasStatusColumns(const PDXSQLiteDatabase& database) {
+  return PDXSQLiteHelper::doesDatabaseContainTableWithColumnNames(database, "message",
+                                                                  {"is_sent", "is_delivered", "is_read"});
+}
+
+/// Where the statement's columns are; -1 for one that the store does not have.
+struct Columns {
+  explicit Columns(const PDXSQLiteStatement& rows)
+      : rowId(index("ROWID", rows)),
+        text(index("text", rows)),
+        subject(index("subject", rows)),
+        date(index("date", rows)),
+        dateRead(index("date_read", rows)),
+        dateDelivered(index("date_delivered", rows)),
+        address(index("id", rows)),
+        service(index("service", rows)),
+        isFromMe(index("is_from_me", rows)),
+        isSent(index("is_sent", rows)),
+        isDelivered(index("is_delivered", rows)),
+        isRead(index("is_read", rows)) {}
+
+  static int index(const char* name, const PDXSQLiteStatement& rows) {
+    return PDXSQLiteHelper::indexOfColumnNamedWithinStatment(name, rows);
+  }
+
+  int rowId, text, subject, date, dateRead, dateDelivered, address, service, isFromMe, isSent, isDelivered,
+      isRead;
+};
+
+/// Splits a shared note's link off the front of a text. "" when the text does not begin with one.
+std::string takeNoteLink(std::string& text) {
+  if (text.size() <= kCloudNotesPrefix.size() || !text.starts_with(kCloudNotesPrefix)) return "";
+  const std::size_t blank = text.find(' ', kCloudNotesPrefix.size() + 1);
+  const std::string link = text.substr(0, blank);
+  text = blank == std::string::npos ? "" : text.substr(blank + 1);
+  return link;
+}
+
+void readText(const PDXSQLiteStatement& rows, const Columns& columns, PDXMessageDetail& message) {
+  if (rows.isNull(columns.text)) return;
+  message.message = PDXText::replacedAll(rows.text(columns.text), kAttachmentPlaceholder, "");
+  if (std::string link = takeNoteLink(message.message); !link.empty()) {
+    message.messagePieces.emplace_back("ic_note", 1, std::move(link));
+  }
+  message.messagePieces.emplace_back("text", 0, message.message);
+}
+
+/// Received messages are timed by when they reached the device, as far as the store knows it.
+std::int64_t shownDate(const PDXSQLiteStatement& rows, const Columns& columns, bool isSent) {
+  if (isSent) return rows.int64(columns.date);
+  for (const int column : {columns.dateDelivered, columns.dateRead}) {
+    if (const std::int64_t value = rows.int64(column); value != 0) return value;
+  }
+  return rows.int64(columns.date);
+}
+
+void readStatus(const PDXSQLiteStatement& rows, const Columns& columns, PDXMessageDetail& message) {
+  if (message.direction != 1 || columns.isSent < 0) return;
+  if (rows.int64(columns.isSent) != 1) {
+    message.readStatus = 4;
+  } else if (rows.int64(columns.isDelivered) != 1) {
+    message.readStatus = 1;
+  } else if (rows.int64(columns.isRead) == 1) {
+    message.readStatus = 3;
+    message.dateRead = PDXCurrentMessagesLayout::dateFromSeconds(rows.int64(columns.dateRead));
+  } else {
+    message.readStatus = 2;
+  }
+}
+
+PDXMessageDetail messageFromRow(const PDXSQLiteStatement& rows, const Columns& columns) {
+  PDXMessageDetail message;
+  readText(rows, columns, message);
+  message.subject = rows.text(columns.subject);
+  message.rowId = static_cast<std::int32_t>(rows.int64(columns.rowId));
+  message.direction = rows.int64(columns.isFromMe) == 1 ? 1 : 0;
+  message.time = PDXCurrentMessagesLayout::dateFromSeconds(shownDate(rows, columns, message.direction == 1));
+  if (rows.text(columns.service) == "iMessage") message.isMadrid = true;
+  message.messageAddress = rows.text(columns.address);
+  readStatus(rows, columns, message);
+  return message;
+}
+
+/// Adds the attachments of single messages, with one statement for all.
+class Attachments {
+ public:
+  Attachments(const PDXSQLiteDatabase& database, const std::vector<std::int64_t>& owners)
+      : owners_(owners),
+        rows_(database.prepare(
+            "SELECT a.filename, a.mime_type FROM message m INNER JOIN message_attachment_join maj ON "
+            "maj.message_id=m.ROWID INNER JOIN attachment a ON a.ROWID=maj.attachment_id WHERE m.ROWID=?")) {}
+
+  void addTo(PDXMessageDetail& message, std::int64_t rowId) {
+    if (!std::binary_search(owners_.begin(), owners_.end(), rowId)) return;
+    rows_.reset();
+    rows_.bind(1, rowId);
+    while (rows_.step()) {
+      if (rows_.isNull(0)) {
+        ++message.attachmentsNeverDownloaded;
+        continue;
+      }
+      message.messagePieces.emplace_back(rows_.text(1), 0, rows_.text(0)).isFile = true;
+    }
+  }
+
+ private:
+  const std::vector<std::int64_t>& owners_;
+  PDXSQLiteStatement rows_;
+};
+
+}  // namespace
+
+namespace PDXCurrentMessagesLayout {
+
+void listConversations(const PDXSQLiteDatabase& database, PDXConversationWorkingList& list) {
+  if (!PDXSQLiteHelper::doesDatabaseContainTable(database, "chat")) return;
+  auto rows = database.prepare(
+      "SELECT c.ROWID AS chat_id, h.id, h.service, chj.handle_id FROM chat c INNER JOIN chat_handle_join chj "
+      "ON "
+      "chj.chat_id = c.ROWID INNER JOIN handle h ON chj.handle_id = h.ROWID;");
+  auto count = database.prepare("select count (chat_id) from chat_message_join where chat_id=?;");
+  auto newest = database.prepare("select date from message where handle_id=? order by date desc limit 1;");
+  while (rows.step()) {
+    const std::int32_t messageCount = messageCountForChatId(rows.int64(0), count);
+    if (messageCount <= 0) continue;
+    PDXMessagesConversation& conversation = list.conversationWithId(static_cast<std::int32_t>(rows.int64(0)));
+    conversation.messageCount = messageCount;
+    newest.reset();
+    newest.bind(1, rows.int64(3));
+    if (newest.step()) {
+      conversation.lastUpdated = std::max(
+          conversation.lastUpdated, static_cast<std::uint64_t>(std::max<std::int64_t>(newest.int64(0), 0)));
+    }
+    if (!rows.isNull(1)) list.addParticipant(conversation, rows.text(1));
+  }
+  PDXMessageRows::reportUnlessComplete(database, rows, "the list of conversations");
+}
+
+std::vector<std::int64_t> messagesWithAttachments(const PDXSQLiteDatabase& database) {
+  std::vector<std::int64_t> ids;
+  auto rows = database.prepare("SELECT DISTINCT message_id FROM message_attachment_join ORDER BY message_id");
+  while (rows.step()) ids.push_back(rows.int64(0));
+  return ids;
+}
+
+void loadMessages(const PDXSQLiteDatabase& database, const PDXMessagesConversation& conversation,
+                  const PDXMessagesQuery& query, const std::vector<std::int64_t>& withAttachments,
+                  std::vector<PDXMessageDetail>& messages) {
+  if (!PDXSQLiteHelper::doesDatabaseContainTable(database, "chat")) return;
+  const char* status = hasStatusColumns(database) ? ", m.is_sent, m.is_delivered, m.is_read" : "";
+  auto rows = database.prepare(
+      std::string(
+          "select m.ROWID, m.text, m.subject, m.date, m.date_read, m.date_delivered, h.id, m.service, "
+          "m.is_from_me") +
+      status +
+      " from message  m inner join chat_message_join cmj on cmj.message_id = m.ROWID left join handle h on "
+      "h.ROWID "
+      "= m.handle_id where " +
+      condition(conversation, query) + " order by m.ROWID asc");
+  const Columns columns(rows);
+  Attachments attachments(database, withAttachments);
+  while (rows.step()) {
+    PDXMessageDetail message = messageFromRow(rows, columns);
+    attachments.addTo(message, rows.int64(columns.rowId));
+    if (!message.message.empty() || message.containsMessagePieces()) messages.push_back(std::move(message));
+  }
+  PDXMessageRows::reportUnlessComplete(database, rows, conversation.title());
+}
+
+bool hasMessage(const PDXSQLiteDatabase& database, const PDXMessagesConversation& conversation,
+                const PDXMessagesQuery& query) {
+  auto rows = database.prepare(
+      "select m.ROWID, m.text, m.subject, m.date from message m inner join chat_message_join cmj on "
+      "cmj.message_id = "
+      "m.ROWID left join handle h on h.ROWID = m.handle_id where " +
+      condition(conversation, query) + " LIMIT 1;");
+  return rows.step();
+}
+
+std::int32_t messageCountForChatId(std::int64_t chatId, PDXSQLiteStatement& count) {
+  count.reset();
+  count.bind(1, chatId);
+  return count.step() ? static_cast<std::int32_t>(count.int64(0)) : 0;
+}
+
+std::optional<PDXDate> dateFromSeconds(std::int64_t value) {
+  if (value <= 0) return std::nullopt;
+  if (value <= kNoEndSeconds) return PDXDates::fromReferenceSeconds(value);
+  while (value >= 1'000'000'000) value /= 10;
+  return PDXDates::fromReferenceSeconds(value);
+}
+
+}  // namespace PDXCurrentMessagesLayout

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "messages/ConversationWorkingList.h"
+#include "messages/MessageDetail.h"
+#include "messages/MessagesConversation.h"
+#include "messages/MessagesQuery.h"
+#include "platform/Sqlite.h"
+
+/// The layout of the messages store since 2012: tables chat, handle, chat_handle_join, chat_message_join,
+/// message, attachment and message_attachment_join. Its dates count seconds, or on newer systems nanoseconds,
+/// since 2001; one table may hold both.
+namespace PDXCurrentMessagesLayout {
+
+/// Adds the store's chats that have a handle and a message.
+void listConversations(const PDXSQLiteDatabase& database, PDXConversationWorkingList& list);
+
+/// The ids of the messages that have attachments, ascending. Few messages do, so one look at the join table
+/// spares a query for each of the others.
+std::vector<std::int64_t> messagesWithAttachments(const PDXSQLiteDatabase& database);
+
+/// Appends the messages of every chat of the conversation, in the order of their rows.
+/// @param withAttachments  as `messagesWithAttachments` answers.
+void loadMessages(const PDXSQLiteDatabase& database, const PDXMessagesConversation& conversation,
+                  const PDXMessagesQuery& query, const std::vector<std::int64_t>& withAttachments,
+                  std::vector<PDXMessageDetail>& messages);
+
+/// Whether any message of the conversation is in the query's range and holds its term.
+bool hasMessage(const PDXSQLiteDatabase& database, const PDXMessagesConversation& conversation,
+                const PDXMessagesQuery& query);
+
+/// How many messages a chat has. Source: rows of chat_message_join.
+std::int32_t messageCountForChatId(std::int64_t chatId, PDXSQLiteStatement& count);
+
+/// A stored date as a moment: nothing for 0 and below. A number above 2147483647 is nanoseconds, of which the
+/// first nine digits are the seconds (true from 2004 to 2032).
+std::optional<PDXDate> dateFromSeconds(std::int64_t value);
+
+}  // namespace PDXCurrentMessagesLayout

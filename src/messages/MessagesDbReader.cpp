@@ -1,0 +1,121 @@
+#include "messages/MessagesDbReader.h"
+
+#include <algorithm>
+#include <chrono>
+#include <thread>
+#include <utility>
+
+#include "messages/ConversationWorkingList.h"
+#include "messages/CurrentMessagesLayout.h"
+#include "messages/GroupMessagesLayout.h"
+#include "messages/MadridMessagesLayout.h"
+#include "platform/Files.h"
+#include "platform/Log.h"
+
+namespace {
+
+bool isEarlier(const PDXMessageDetail& a, const PDXMessageDetail& b) {
+  return a.time != b.time ? a.time < b.time : a.rowId < b.rowId;
+}
+
+}  // namespace
+
+PDXMessagesDbReader::PDXMessagesDbReader(std::string messagesDbPath, std::string contactsDbPath,
+                                         std::string mobileSMSPlistPath)
+    : messagesDbPath_(std::move(messagesDbPath)),
+      contactsDbPath_(std::move(contactsDbPath)),
+      mobileSMSPlistPath_(std::move(mobileSMSPlistPath)) {}
+
+bool PDXMessagesDbReader::loadMessages() {
+  attachmentOwners_.reset();
+  return PDXFiles::exists(messagesDbPath_);
+}
+
+PDXConversationList PDXMessagesDbReader::getConversationList() {
+  const PDXSQLiteDatabase database = open_();
+  PDXConversationWorkingList list(this, contactsDbPath_, mobileSMSPlistPath_);
+  PDXCurrentMessagesLayout::listConversations(database, list);
+  PDXGroupMessagesLayout::listConversations(database, list);
+  PDXMadridMessagesLayout::listConversations(database, list);
+  return list.mergedAndSorted();
+}
+
+std::vector<PDXMessageDetail> PDXMessagesDbReader::getMessagesFromConversationWithStartDateAndEndDate(
+    const PDXMessagesConversation& conversation, const std::optional<PDXDate>& startDate,
+    const std::optional<PDXDate>& endDate) {
+  return getMessagesFromConversationWithStartDateEndDateSearchTerm(conversation, startDate, endDate,
+                                                                   std::nullopt);
+}
+
+std::vector<PDXMessageDetail> PDXMessagesDbReader::getMessagesFromConversationWithStartDateEndDateSearchTerm(
+    const PDXMessagesConversation& conversation, const std::optional<PDXDate>& startDate,
+    const std::optional<PDXDate>& endDate, const std::optional<std::string>& searchTerm) {
+  return load_(conversation, {.startDate = startDate, .endDate = endDate, .searchTerm = searchTerm});
+}
+
+std::vector<PDXMessageDetail> PDXMessagesDbReader::everyMessageOfConversation(
+    const PDXMessagesConversation& conversation, const std::optional<PDXDate>& startDate,
+    const std::optional<PDXDate>& endDate) {
+  return load_(
+      conversation,
+      {.startDate = startDate, .endDate = endDate, .searchTerm = std::nullopt, .reachesEverything = true});
+}
+
+bool PDXMessagesDbReader::conversationIsInDateRangeEndDateOrMatchesSearchTerm(
+    const PDXMessagesConversation& conversation, const std::optional<PDXDate>& startDate,
+    const std::optional<PDXDate>& endDate, const std::optional<std::string>& searchTerm) {
+  const PDXMessagesQuery query{.startDate = startDate, .endDate = endDate, .searchTerm = searchTerm};
+  if (!query.hasDates() && !query.hasTerm()) return true;
+  const PDXSQLiteDatabase database = open_();
+  return PDXCurrentMessagesLayout::hasMessage(database, conversation, query) ||
+         PDXGroupMessagesLayout::hasMessage(database, conversation, query) ||
+         PDXMadridMessagesLayout::hasMessage(database, conversation, query);
+}
+
+std::unique_ptr<PDXMessagesReader> PDXMessagesDbReader::forAnotherThread() const {
+  return std::make_unique<PDXMessagesDbReader>(messagesDbPath_, contactsDbPath_, mobileSMSPlistPath_);
+}
+
+std::optional<PDXDate> PDXMessagesDbReader::dateFromSeconds_(std::int64_t value) {
+  return PDXCurrentMessagesLayout::dateFromSeconds(value);
+}
+
+std::vector<PDXMessageDetail> PDXMessagesDbReader::load_(const PDXMessagesConversation& conversation,
+                                                         const PDXMessagesQuery& query) {
+  const std::lock_guard guard(lock_);
+  const PDXSQLiteDatabase database = open_();
+  std::vector<PDXMessageDetail> messages;
+  whileWorking_([&] {
+    PDXCurrentMessagesLayout::loadMessages(database, conversation, query, messagesWithAttachments_(database),
+                                           messages);
+  });
+  whileWorking_([&] { PDXGroupMessagesLayout::loadMessages(database, conversation, query, messages); });
+  whileWorking_([&] { PDXMadridMessagesLayout::loadMessages(database, conversation, query, messages); });
+  // Rows mostly come in the order of their times already, and messages are costly to move.
+  if (!std::is_sorted(messages.begin(), messages.end(), isEarlier)) {
+    std::stable_sort(messages.begin(), messages.end(), isEarlier);
+  }
+  return messages;
+}
+
+const std::vector<std::int64_t>& PDXMessagesDbReader::messagesWithAttachments_(
+    const PDXSQLiteDatabase& database) {
+  if (!attachmentOwners_) attachmentOwners_ = PDXCurrentMessagesLayout::messagesWithAttachments(database);
+  return *attachmentOwners_;
+}
+
+PDXSQLiteDatabase PDXMessagesDbReader::open_() const {
+  PDXSQLiteDatabase database(messagesDbPath_);
+  if (!database.isOpen()) {
+    PDXLog::report({.what = "messages", .where = messagesDbPath_, .why = database.error()});
+  }
+  return database;
+}
+
+void PDXMessagesDbReader::whileWorking_(const std::function<void()>& work) {
+  // One pause for a reader that is at work, not a wait: loads are kept apart by the lock.
+  if (workingMutex_) std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  workingMutex_ = true;
+  work();
+  workingMutex_ = false;
+}

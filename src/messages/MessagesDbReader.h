@@ -1,0 +1,70 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "messages/MessagesQuery.h"
+#include "messages/MessagesReader.h"
+#include "platform/Sqlite.h"
+
+/// Reads the device's messages store, in the three table layouts that its systems have used: every layout
+/// that a store holds, joined.
+///
+/// Source: a local copy of "Library/SMS/sms.db" of the home domain.
+/// Errors: none leave it. A store that does not open, a missing table or a damaged page gives what could be
+/// read, and the log says what was not.
+/// Threads: loads of one reader wait for each other; `forAnotherThread` makes a reader that does not.
+class PDXMessagesDbReader final : public PDXMessagesReader {
+ public:
+  /// Local paths; need not exist.
+  /// @param contactsDbPath, mobileSMSPlistPath  handed to every participant, for its name.
+  PDXMessagesDbReader(std::string messagesDbPath, std::string contactsDbPath, std::string mobileSMSPlistPath);
+
+  /// Whether there is a file at the store's path.
+  bool loadMessages() override;
+
+  /// The store's conversations, those of equal titles merged, sorted by title.
+  PDXConversationList getConversationList() override;
+
+  std::vector<PDXMessageDetail> getMessagesFromConversationWithStartDateAndEndDate(
+      const PDXMessagesConversation& conversation, const std::optional<PDXDate>& startDate,
+      const std::optional<PDXDate>& endDate);
+
+  /// A term with a single quote matches nothing in the current layout: it goes into the statements as it
+  /// stands.
+  std::vector<PDXMessageDetail> getMessagesFromConversationWithStartDateEndDateSearchTerm(
+      const PDXMessagesConversation& conversation, const std::optional<PDXDate>& startDate,
+      const std::optional<PDXDate>& endDate, const std::optional<std::string>& searchTerm) override;
+
+  bool conversationIsInDateRangeEndDateOrMatchesSearchTerm(
+      const PDXMessagesConversation& conversation, const std::optional<PDXDate>& startDate,
+      const std::optional<PDXDate>& endDate, const std::optional<std::string>& searchTerm) override;
+
+  std::vector<PDXMessageDetail> everyMessageOfConversation(const PDXMessagesConversation& conversation,
+                                                           const std::optional<PDXDate>& startDate,
+                                                           const std::optional<PDXDate>& endDate) override;
+
+  std::unique_ptr<PDXMessagesReader> forAnotherThread() const override;
+
+  /// A date of the current layout as a moment; nothing for 0 and below.
+  static std::optional<PDXDate> dateFromSeconds_(std::int64_t value);
+
+ private:
+  std::vector<PDXMessageDetail> load_(const PDXMessagesConversation& conversation,
+                                      const PDXMessagesQuery& query);
+  const std::vector<std::int64_t>& messagesWithAttachments_(const PDXSQLiteDatabase& database);
+  PDXSQLiteDatabase open_() const;
+  void whileWorking_(const std::function<void()>& work);
+
+  std::string messagesDbPath_;
+  std::string contactsDbPath_;
+  std::string mobileSMSPlistPath_;
+  std::mutex lock_;
+  std::atomic<bool> workingMutex_ = false;
+  std::optional<std::vector<std::int64_t>> attachmentOwners_;
+};
