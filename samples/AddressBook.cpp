@@ -16,6 +16,9 @@
 
 namespace {
 
+/// A store that did not reach the disk is written again, so nothing waits for the disk.
+constexpr const char* kBegin = "PRAGMA synchronous=OFF; BEGIN";
+
 enum Property { phone = 3, email = 4, address = 5, webAddress = 22 };
 
 constexpr std::string_view kStoreColumns = "ROWID, Name, ExternalIdentifier, Type, AccountID, guid";
@@ -208,11 +211,12 @@ class Book {
 };
 
 bool addPictures(const PDXSQLiteDatabase& database, const std::vector<PDXSamplePerson>& people,
-                 std::uint64_t seed) {
+                 std::uint64_t seed, const std::stop_token& stop) {
   PDXSampleTable full(database, "ABFullSizeImage", "ROWID, record_id, crop_x, crop_y, crop_width, data");
   PDXSampleTable small(database, "ABThumbnailImage", "ROWID, record_id, format, derived_from_format, data");
   std::int64_t row = 0;
   for (std::size_t i = 0; i < people.size(); ++i) {
+    if (stop.stop_requested()) return false;
     if (!people[i].hasPicture) continue;
     const auto person = static_cast<std::int64_t>(i) + 1;
     const auto format = ++row % 5 == 0 ? PDXPictureFormat::png : PDXPictureFormat::jpeg;
@@ -231,16 +235,17 @@ namespace PDXSampleAddressBook {
 
 std::string write(const std::string& path, const std::vector<PDXSamplePerson>& people, std::uint64_t seed) {
   const PDXSQLiteDatabase database(path, PDXSQLiteAccess::create);
-  const bool written = database.run(std::string(PDXSampleStores::addressbook_sql)) && database.run("BEGIN") &&
+  const bool written = database.run(std::string(PDXSampleStores::addressbook_sql)) && database.run(kBegin) &&
                        Book(database, seed).write(people) && database.run("COMMIT");
   return written ? "" : "address book: " + database.error();
 }
 
 std::string writePictures(const std::string& path, const std::vector<PDXSamplePerson>& people,
-                          std::uint64_t seed) {
+                          std::uint64_t seed, const std::stop_token& stop) {
   const PDXSQLiteDatabase database(path, PDXSQLiteAccess::create);
   const bool written = database.run(std::string(PDXSampleStores::addressbook_images_sql)) &&
-                       database.run("BEGIN") && addPictures(database, people, seed) && database.run("COMMIT");
+                       database.run(kBegin) && addPictures(database, people, seed, stop) &&
+                       database.run("COMMIT");
   return written ? "" : "address book pictures: " + database.error();
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -13,7 +14,8 @@ namespace PDXSampleAddressBook {
 std::string write(const std::string& path, const std::vector<PDXSamplePerson>& people, std::uint64_t seed);
 
 /// Pictures of the people who have one. The row of a person is the place in the list, from 1.
+/// A stop request counts as a failure.
 std::string writePictures(const std::string& path, const std::vector<PDXSamplePerson>& people,
-                          std::uint64_t seed);
+                          std::uint64_t seed, const std::stop_token& stop);
 
 }  // namespace PDXSampleAddressBook

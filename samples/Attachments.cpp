@@ -34,12 +34,12 @@ constexpr auto kPng = PDXPictureFormat::png;
 constexpr auto kHeic = PDXPictureFormat::heic;
 
 constexpr PDXSampleAttachment kAttachments[] = {
-    {"harbour", "IMG_2041.jpeg", "image/jpeg", "public.jpeg", picture<Scene::harbour, 1280, 960, kJpeg>},
+    {"harbour", "IMG_2041.jpeg", "image/jpeg", "public.jpeg", picture<Scene::harbour, 1024, 768, kJpeg>},
     {"upright", "IMG_2042.jpeg", "image/jpeg", "public.jpeg", uprightPicture},
     {"hills", "IMG_2043.HEIC", "image/heic", "public.heic", picture<Scene::hills, 800, 600, kHeic>},
     {"screen", "Screenshot 2023-08-14 at 20.15.png", "image/png", "public.png",
      picture<Scene::screen, 390, 844, kPng>},
-    {"large", "IMG_2077.jpeg", "image/jpeg", "public.jpeg", picture<Scene::city, 2400, 1800, kJpeg>,
+    {"large", "IMG_2077.jpeg", "image/jpeg", "public.jpeg", picture<Scene::city, 2000, 1500, kJpeg>,
      Kept::stored, Path::absolute},
     {"apostrophe", "Ann's photo.jpg", "image/jpeg", "public.jpeg", picture<Scene::garden, 640, 480, kJpeg>},
     {"accents", "Café en été (à la plage).jpg", "image/jpeg", "public.jpeg",

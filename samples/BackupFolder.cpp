@@ -76,7 +76,7 @@ void PDXSampleBackupFolder::takeFile(const std::string& domain, const std::strin
 }
 
 std::string PDXSampleBackupFolder::workFolder() {
-  const std::string folder = PDXFiles::joined(folder_, "building");
+  std::string folder = PDXFiles::joined(folder_, "building");
   if (error_.empty() && !PDXFiles::makeFolders(folder)) fail_(folder + " cannot be made");
   return folder;
 }

@@ -9,6 +9,14 @@ std::uint8_t level(double value) {
   return static_cast<std::uint8_t>(std::lround(std::clamp(value, 0.0, 1.0) * 255));
 }
 
+constexpr int kWhole = 1024;
+
+/// Part `part` of `kWhole` of the colour over what is there.
+std::uint8_t mixed(std::uint8_t there, double colour, int part) {
+  const int wanted = static_cast<int>(colour * 255);
+  return static_cast<std::uint8_t>((there * (kWhole - part) + wanted * part + kWhole / 2) / kWhole);
+}
+
 double between(double from, double to, double share) { return from + (to - from) * share; }
 
 /// How far a point lies inside the edge that runs from 1 to 2, with the inside on its right.
@@ -25,13 +33,15 @@ PDXSampleCanvas::PDXSampleCanvas(int width, int height)
       width_(static_cast<double>(width) / height) {}
 
 void PDXSampleCanvas::gradient(const PDXSampleColour& top, const PDXSampleColour& bottom) {
-  auto pixel = raster_.pixels.begin();
+  std::uint8_t* pixel = raster_.pixels.data();
   for (int y = 0; y < raster_.height; ++y) {
     const double share = y / scale_;
     const std::uint8_t row[] = {level(between(top.red, bottom.red, share)),
                                 level(between(top.green, bottom.green, share)),
                                 level(between(top.blue, bottom.blue, share))};
-    for (int x = 0; x < raster_.width; ++x) pixel = std::copy(std::begin(row), std::end(row), pixel);
+    for (int x = 0; x < raster_.width; ++x) {
+      for (const std::uint8_t part : row) *pixel++ = part;
+    }
   }
 }
 
@@ -90,14 +100,14 @@ void PDXSampleCanvas::blend_(double left, double top, double right, double botto
 
 void PDXSampleCanvas::mix_(int x, int y, const PDXSampleColour& colour, double share) {
   if (share <= 0) return;
-  const double part = std::min(share, 1.0);
   const std::size_t at =
       (static_cast<std::size_t>(y) * static_cast<std::size_t>(raster_.width) + static_cast<std::size_t>(x)) *
       3;
   std::uint8_t* pixel = raster_.pixels.data() + at;
-  pixel[0] = level(between(pixel[0] / 255.0, colour.red, part));
-  pixel[1] = level(between(pixel[1] / 255.0, colour.green, part));
-  pixel[2] = level(between(pixel[2] / 255.0, colour.blue, part));
+  const int part = share < 1 ? static_cast<int>(share * kWhole) : kWhole;
+  pixel[0] = mixed(pixel[0], colour.red, part);
+  pixel[1] = mixed(pixel[1], colour.green, part);
+  pixel[2] = mixed(pixel[2], colour.blue, part);
 }
 
 int PDXSampleCanvas::pixel_(double place, int limit) const {

@@ -19,8 +19,7 @@ constexpr std::string_view kEnglish[] = {
     "It's 3.5 km to the lake, bring good shoes|And swimming things?|If you're brave. It's March.",
     "I found your scarf, the green one|Oh brilliant, I looked everywhere for it",
     "Do we need anything else for Saturday?|Lemons, ice & about 20 glasses|I can bring the glasses",
-    "Could you water the tomatoes while we're away?|Of course, the same as last year?|Yes please, and eat as "
-    "many as you like 🍅",
+    "Could you water the tomatoes for us?|Of course, as last year?|Yes please, and eat as many as you like 🍅",
     "I'm at the door|Which door?|Yours|Oh!",
     "Look at the moon right now|Wow|I know",
     "Meeting moved to 14:00, room 2 <-- not room 1|Thanks, I'd have gone to room 1",
@@ -33,8 +32,7 @@ constexpr std::string_view kEnglish[] = {
     "Good night 🌙|Night night x",
     "ok|👌",
     "Did the parcel come?|Yes, it's with the neighbours at no. 7",
-    "How do you make that soup again?|Onion, two carrots, 1/2 l stock, then blend it|And the secret "
-    "ingredient?|Patience. And butter.",
+    "How do you make that soup?|Onion, 2 carrots, 1/2 l stock, blend|And the secret?|Butter.",
     "There are 3 places left on the Thursday course, shall I book?|Yes! For me & Nora please|Done ✅",
     "Flight lands at 18:05|I'll be at arrivals with a silly sign|Please don't|Too late, it has glitter ✨"};
 

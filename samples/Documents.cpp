@@ -10,7 +10,11 @@ namespace {
 
 PDXBytes bytesOf(std::string_view text) { return {text.begin(), text.end()}; }
 
-constexpr std::string_view kPage =
+constexpr const char* kPage =
+    "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 595 842] /Contents 4 0 R"
+    " /Resources << /Font << /F1 5 0 R >> >> >>";
+
+constexpr std::string_view kDrawing =
     "BT /F1 28 Tf 72 720 Td (Saturday at Saltmarsh) Tj ET\n"
     "BT /F1 14 Tf 72 680 Td 20 TL\n"
     "(10:05  Train from Stonebridge, platform 2) Tj T*\n"
@@ -35,10 +39,8 @@ namespace PDXSampleDocuments {
 
 PDXBytes pdf() {
   const std::string objects[] = {
-      "<< /Type /Catalog /Pages 2 0 R >>", "<< /Type /Pages /Kids [3 0 R] /Count 1 >>",
-      "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 595 842] /Contents 4 0 R"
-      " /Resources << /Font << /F1 5 0 R >> >> >>",
-      "<< /Length " + std::to_string(kPage.size()) + " >>\nstream\n" + std::string(kPage) + "endstream",
+      "<< /Type /Catalog /Pages 2 0 R >>", "<< /Type /Pages /Kids [3 0 R] /Count 1 >>", kPage,
+      "<< /Length " + std::to_string(kDrawing.size()) + " >>\nstream\n" + std::string(kDrawing) + "endstream",
       "<< /Type /Font /Subtype /Type1 /BaseFont /Helvetica >>"};
   std::string file = "%PDF-1.4\n";
   std::vector<std::size_t> places;

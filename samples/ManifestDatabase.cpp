@@ -29,8 +29,9 @@ namespace PDXSampleManifestDatabase {
 
 std::string write(const std::string& path, const std::vector<PDXSampleEntry>& entries) {
   const PDXSQLiteDatabase database(path, PDXSQLiteAccess::create);
-  const bool written = database.run(std::string(PDXSampleStores::manifest_sql)) && database.run("BEGIN") &&
-                       insert(database, entries) && database.run("COMMIT");
+  const bool written = database.run(std::string(PDXSampleStores::manifest_sql)) &&
+                       database.run("PRAGMA synchronous=OFF; BEGIN") && insert(database, entries) &&
+                       database.run("COMMIT");
   return written ? "" : database.error();
 }
 

@@ -100,8 +100,8 @@ void addPreferences(PDXSampleBackupFolder& folder) {
   }
 }
 
-void addPhotographs(PDXSampleBackupFolder& folder, std::uint64_t seed) {
-  for (int i = 0; i < kPhotographs; ++i) {
+void addPhotographs(PDXSampleBackupFolder& folder, std::uint64_t seed, const std::stop_token& stop) {
+  for (int i = 0; i < kPhotographs && !stop.stop_requested(); ++i) {
     const auto scene = static_cast<PDXSamplePictures::Scene>(i % 4);
     const PDXRaster picture =
         PDXSamplePictures::scene(scene, 640, 480, seed * 100 + static_cast<std::uint64_t>(i));

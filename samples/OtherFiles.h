@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -15,8 +16,8 @@ std::vector<std::string> applications();
 /// Preferences of the system, among them the blocked numbers.
 void addPreferences(PDXSampleBackupFolder& folder);
 
-/// A few photographs of the camera roll.
-void addPhotographs(PDXSampleBackupFolder& folder, std::uint64_t seed);
+/// A few photographs of the camera roll; fewer when stopped.
+void addPhotographs(PDXSampleBackupFolder& folder, std::uint64_t seed, const std::stop_token& stop);
 
 /// Documents of applications, folders and links.
 void addApplications(PDXSampleBackupFolder& folder);

@@ -125,7 +125,8 @@ void drawScreen(PDXSampleCanvas& canvas, PDXSampleRandom& random) {
   for (int i = 0; i < 20; ++i) {
     const double size = cell * 0.62;
     const double left = cell * (i % 4) + cell * 0.19;
-    const double top = 0.1 + (i / 4) * cell * 1.2;
+    const int row = i / 4;
+    const double top = 0.1 + row * cell * 1.2;
     const Colour colour = {0.3 + 0.7 * share(random), 0.3 + 0.7 * share(random), 0.3 + 0.7 * share(random)};
     canvas.rectangle(left, top, size, size, colour);
     canvas.disc(left + size / 2, top + size / 2, size * 0.28, kWhite, 0.85);

@@ -21,11 +21,11 @@ PDXSampleDevice deviceOf(std::uint64_t seed) {
 }
 
 std::string addAddressBook(PDXSampleBackupFolder& folder, const std::vector<PDXSamplePerson>& people,
-                           std::uint64_t seed) {
+                           std::uint64_t seed, const std::stop_token& stop) {
   const std::string book = PDXFiles::joined(folder.workFolder(), "AddressBook.sqlitedb");
   const std::string pictures = PDXFiles::joined(folder.workFolder(), "AddressBookImages.sqlitedb");
   std::string why = PDXSampleAddressBook::write(book, people, seed);
-  if (why.empty()) why = PDXSampleAddressBook::writePictures(pictures, people, seed);
+  if (why.empty()) why = PDXSampleAddressBook::writePictures(pictures, people, seed, stop);
   if (!why.empty()) return why;
   folder.takeFile("HomeDomain", "Library/AddressBook/AddressBook.sqlitedb", book);
   folder.takeFile("HomeDomain", "Library/AddressBook/AddressBookImages.sqlitedb", pictures);
@@ -35,14 +35,14 @@ std::string addAddressBook(PDXSampleBackupFolder& folder, const std::vector<PDXS
 std::string addContent(PDXSampleBackupFolder& folder, const PDXSampleOptions& options,
                        const std::stop_token& stop) {
   const auto people = PDXSamplePeople::all(options.seed);
-  std::string why = addAddressBook(folder, people, options.seed);
+  std::string why = addAddressBook(folder, people, options.seed, stop);
   if (why.empty()) why = PDXSampleMessages::write(folder, people, options.messages, options.seed, stop);
   if (!why.empty()) return why;
   PDXSampleOtherFiles::addPreferences(folder);
-  PDXSampleOtherFiles::addPhotographs(folder, options.seed);
+  PDXSampleOtherFiles::addPhotographs(folder, options.seed, stop);
   PDXSampleOtherFiles::addApplications(folder);
   folder.addFoldersAbove();
-  return stop.stop_requested() ? "stopped" : "";
+  return "";
 }
 
 }  // namespace
@@ -54,6 +54,7 @@ std::optional<std::string> write(const PDXSampleOptions& options, const std::sto
   PDXSampleBackupFolder folder(options.folder, deviceOf(options.seed));
   if (!folder.error().empty()) return folder.error();
   std::string why = addContent(folder, options, stop);
+  if (stop.stop_requested()) return "stopped";
   if (!why.empty()) return why;
   if (!folder.finish()) return folder.error();
   return std::nullopt;

@@ -158,13 +158,13 @@ std::vector<PDXMessageDetail> PDXConversationExporterUtilities::filterMessagesFo
   return matching;
 }
 
-std::string PDXConversationExporterUtilities::standardPathForLocation(const std::string& location) {
+std::string PDXConversationExporterUtilities::getBackupPathForStandardLocation(const std::string& location) {
   return std::string(PDXText::trimmedOf(PDXText::replacedAll(location, "/var/mobile/", ""), "~/"));
 }
 
 std::string PDXConversationExporterUtilities::standardFileAtLocationDomainDeviceData(
     const std::string& location, const std::string& domain, PDXDeviceData& deviceData) {
-  return deviceData.GetFileByRelativePathInDomain(standardPathForLocation(location),
+  return deviceData.GetFileByRelativePathInDomain(getBackupPathForStandardLocation(location),
                                                   domain.empty() ? "MediaDomain" : domain);
 }
 

@@ -69,7 +69,7 @@ class PDXConversationExporterUtilities {
 
   /// Where the backup keeps a file of the messages store: the location without "/var/mobile/" and without
   /// "~" and "/" at both ends.
-  static std::string standardPathForLocation(const std::string& location);
+  static std::string getBackupPathForStandardLocation(const std::string& location);
 
   /// A readable copy of such a file; "" when the backup does not hold it.
   /// @param domain  "" for "MediaDomain".

@@ -93,6 +93,26 @@ std::string noteTitle(const std::string& link) {
   return PDXText::replacedAll(percentDecoded(std::string_view(link).substr(hash + 1)), "_", " ");
 }
 
+bool isAscii(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
+/// Shows browsers early that a page is in UTF-8. The page's head does not tell them, and those that find out
+/// by themselves look at the first few hundred kilobytes only.
+constexpr const char* kEncodingHint = "<!-- UTF-8: \u00e4 \u00e9 \u03a9 \u0416 \u8a9e -->";
+
+/// Whether all of a page's beginning is ASCII and something behind it is not.
+bool needsEncodingHint(const std::vector<const PDXMessageDetail*>& messages, const std::string& aTime) {
+  constexpr std::size_t kPlainBeginning = std::size_t{64} << 10;
+  if (!isAscii(aTime)) return false;
+  std::size_t size = 0;
+  for (const PDXMessageDetail* message : messages) {
+    if (!isAscii(message->message) || !isAscii(message->subject)) return size > kPlainBeginning;
+    size += message->message.size() + message->subject.size();
+  }
+  return false;
+}
+
 std::string bold(const std::string& text) { return "<span style=\"font-weight:bold;\">" + text + "</span>"; }
 
 /// The path below "Library/SMS/" of a location that begins in another way than the usual two.
@@ -156,8 +176,11 @@ void PDXConversationHTMLExporter::writeHTMLForMessagesConversationOptionsFileHan
     const PDXConversationExportOptions& options, PDXAtomicFile& file) {
   if (messages.empty()) Utilities::appendTextToFileHandle(noMessagesBox(options.isPreview), file);
   lastDay_.reset();
-  std::string html;
-  for (const PDXMessageDetail* message : ordered(messages, options.messageOrder == 0)) {
+  const auto order = ordered(messages, options.messageOrder == 0);
+  std::string html =
+      order.empty() || !needsEncodingHint(order, timeText_(*order.back())) ? "" : kEncodingHint;
+  Utilities::appendTextToFileHandle(html, file);
+  for (const PDXMessageDetail* message : order) {
     if (stop_.stop_requested() || !file.error().empty()) return;
     html.clear();
     appendMessage_(html, *message, conversation, options);
@@ -372,7 +395,7 @@ std::optional<std::string> PDXConversationHTMLExporter::copyAttachment_(
 
 PDXFiles::CopyResult PDXConversationHTMLExporter::copyToMediaFolder_(const std::string& location,
                                                                      const std::string& destination) {
-  const std::string path = Utilities::standardPathForLocation(location);
+  const std::string path = Utilities::getBackupPathForStandardLocation(location);
   auto copied =
       deviceData_.copyOfFileByRelativePathInDomain(path, "MediaDomain", destination, stop_.get_token());
   const std::string other = pathBelowMessages(location);

@@ -153,6 +153,33 @@ class Attachments {
   PDXSQLiteStatement rows_;
 };
 
+/// What the store tells of single chats and handles, with one statement each for all.
+class ChatCounts {
+ public:
+  explicit ChatCounts(const PDXSQLiteDatabase& database)
+      : count_(database.prepare("select count (chat_id) from chat_message_join where chat_id=?;")),
+        newest_(database.prepare("select date from message where handle_id=? order by date desc limit 1;")) {}
+
+  std::int32_t getMessageCountForChatId_(std::int64_t chatId) {
+    return static_cast<std::int32_t>(firstNumber(count_, chatId));
+  }
+
+  /// 0 for a handle without messages.
+  std::uint64_t getLastUpdatedValueForHandle_(std::int64_t handleId) {
+    return static_cast<std::uint64_t>(std::max<std::int64_t>(firstNumber(newest_, handleId), 0));
+  }
+
+ private:
+  static std::int64_t firstNumber(PDXSQLiteStatement& statement, std::int64_t parameter) {
+    statement.reset();
+    statement.bind(1, parameter);
+    return statement.step() ? statement.int64(0) : 0;
+  }
+
+  PDXSQLiteStatement count_;
+  PDXSQLiteStatement newest_;
+};
+
 }  // namespace
 
 namespace PDXCurrentMessagesLayout {
@@ -163,19 +190,14 @@ void listConversations(const PDXSQLiteDatabase& database, PDXConversationWorking
       "SELECT c.ROWID AS chat_id, h.id, h.service, chj.handle_id FROM chat c INNER JOIN chat_handle_join chj "
       "ON "
       "chj.chat_id = c.ROWID INNER JOIN handle h ON chj.handle_id = h.ROWID;");
-  auto count = database.prepare("select count (chat_id) from chat_message_join where chat_id=?;");
-  auto newest = database.prepare("select date from message where handle_id=? order by date desc limit 1;");
+  ChatCounts counts(database);
   while (rows.step()) {
-    const std::int32_t messageCount = messageCountForChatId(rows.int64(0), count);
-    if (messageCount <= 0) continue;
+    const std::int32_t messages = counts.getMessageCountForChatId_(rows.int64(0));
+    if (messages <= 0) continue;
     PDXMessagesConversation& conversation = list.conversationWithId(static_cast<std::int32_t>(rows.int64(0)));
-    conversation.messageCount = messageCount;
-    newest.reset();
-    newest.bind(1, rows.int64(3));
-    if (newest.step()) {
-      conversation.lastUpdated = std::max(
-          conversation.lastUpdated, static_cast<std::uint64_t>(std::max<std::int64_t>(newest.int64(0), 0)));
-    }
+    conversation.messageCount = messages;
+    conversation.lastUpdated =
+        std::max(conversation.lastUpdated, counts.getLastUpdatedValueForHandle_(rows.int64(3)));
     if (!rows.isNull(1)) list.addParticipant(conversation, rows.text(1));
   }
   PDXMessageRows::reportUnlessComplete(database, rows, "the list of conversations");
@@ -222,10 +244,12 @@ bool hasMessage(const PDXSQLiteDatabase& database, const PDXMessagesConversation
   return rows.step();
 }
 
-std::int32_t messageCountForChatId(std::int64_t chatId, PDXSQLiteStatement& count) {
-  count.reset();
-  count.bind(1, chatId);
-  return count.step() ? static_cast<std::int32_t>(count.int64(0)) : 0;
+std::size_t messageCount(const PDXSQLiteDatabase& database, const PDXMessagesConversation& conversation) {
+  ChatCounts counts(database);
+  std::size_t sum = 0;
+  for (const std::int32_t id : conversation.conversationIdArray)
+    sum += static_cast<std::size_t>(counts.getMessageCountForChatId_(id));
+  return sum;
 }
 
 std::optional<PDXDate> dateFromSeconds(std::int64_t value) {

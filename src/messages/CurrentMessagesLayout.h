@@ -32,8 +32,8 @@ void loadMessages(const PDXSQLiteDatabase& database, const PDXMessagesConversati
 bool hasMessage(const PDXSQLiteDatabase& database, const PDXMessagesConversation& conversation,
                 const PDXMessagesQuery& query);
 
-/// How many messages a chat has. Source: rows of chat_message_join.
-std::int32_t messageCountForChatId(std::int64_t chatId, PDXSQLiteStatement& count);
+/// How many messages the chats of a conversation have. Source: rows of chat_message_join.
+std::size_t messageCount(const PDXSQLiteDatabase& database, const PDXMessagesConversation& conversation);
 
 /// A stored date as a moment: nothing for 0 and below. A number above 2147483647 is nanoseconds, of which the
 /// first nine digits are the seconds (true from 2004 to 2032).

@@ -72,6 +72,12 @@ bool PDXMessagesDbReader::conversationIsInDateRangeEndDateOrMatchesSearchTerm(
          PDXMadridMessagesLayout::hasMessage(database, conversation, query);
 }
 
+std::size_t PDXMessagesDbReader::storedMessageCount(const PDXMessagesConversation& conversation) {
+  if (conversation.conversationIdArray.size() == 1)
+    return static_cast<std::size_t>(conversation.messageCount);
+  return PDXCurrentMessagesLayout::messageCount(open_(), conversation);
+}
+
 std::unique_ptr<PDXMessagesReader> PDXMessagesDbReader::forAnotherThread() const {
   return std::make_unique<PDXMessagesDbReader>(messagesDbPath_, contactsDbPath_, mobileSMSPlistPath_);
 }
@@ -80,22 +86,57 @@ std::optional<PDXDate> PDXMessagesDbReader::dateFromSeconds_(std::int64_t value)
   return PDXCurrentMessagesLayout::dateFromSeconds(value);
 }
 
-std::vector<PDXMessageDetail> PDXMessagesDbReader::load_(const PDXMessagesConversation& conversation,
+PDXMessagesDbReader::Messages PDXMessagesDbReader::load_(const PDXMessagesConversation& conversation,
                                                          const PDXMessagesQuery& query) {
   const std::lock_guard guard(lock_);
   const PDXSQLiteDatabase database = open_();
-  std::vector<PDXMessageDetail> messages;
-  whileWorking_([&] {
-    PDXCurrentMessagesLayout::loadMessages(database, conversation, query, messagesWithAttachments_(database),
-                                           messages);
-  });
-  whileWorking_([&] { PDXGroupMessagesLayout::loadMessages(database, conversation, query, messages); });
-  whileWorking_([&] { PDXMadridMessagesLayout::loadMessages(database, conversation, query, messages); });
+  Messages messages;
+  getConversation_(database, conversation, query, messages);
+  getLegacyConversation_(database, conversation, query, messages);
+  getMadridConversations_(database, conversation, query, messages);
   // Rows mostly come in the order of their times already, and messages are costly to move.
   if (!std::is_sorted(messages.begin(), messages.end(), isEarlier)) {
     std::stable_sort(messages.begin(), messages.end(), isEarlier);
   }
   return messages;
+}
+
+/// Marks the reader as working while it lives. One pause for a reader that is at work already, not a wait:
+/// loads are kept apart by the lock.
+class PDXMessagesDbReader::Working {
+ public:
+  explicit Working(std::atomic<bool>& flag) : flag_(flag) {
+    if (flag_) std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    flag_ = true;
+  }
+  ~Working() { flag_ = false; }
+  Working(const Working&) = delete;
+  Working& operator=(const Working&) = delete;
+
+ private:
+  std::atomic<bool>& flag_;
+};
+
+void PDXMessagesDbReader::getConversation_(const PDXSQLiteDatabase& database,
+                                           const PDXMessagesConversation& conversation,
+                                           const PDXMessagesQuery& query, Messages& messages) {
+  const Working working(workingMutex_);
+  PDXCurrentMessagesLayout::loadMessages(database, conversation, query, messagesWithAttachments_(database),
+                                         messages);
+}
+
+void PDXMessagesDbReader::getLegacyConversation_(const PDXSQLiteDatabase& database,
+                                                 const PDXMessagesConversation& conversation,
+                                                 const PDXMessagesQuery& query, Messages& messages) {
+  const Working working(workingMutex_);
+  PDXGroupMessagesLayout::loadMessages(database, conversation, query, messages);
+}
+
+void PDXMessagesDbReader::getMadridConversations_(const PDXSQLiteDatabase& database,
+                                                  const PDXMessagesConversation& conversation,
+                                                  const PDXMessagesQuery& query, Messages& messages) {
+  const Working working(workingMutex_);
+  PDXMadridMessagesLayout::loadMessages(database, conversation, query, messages);
 }
 
 const std::vector<std::int64_t>& PDXMessagesDbReader::messagesWithAttachments_(
@@ -110,12 +151,4 @@ PDXSQLiteDatabase PDXMessagesDbReader::open_() const {
     PDXLog::report({.what = "messages", .where = messagesDbPath_, .why = database.error()});
   }
   return database;
-}
-
-void PDXMessagesDbReader::whileWorking_(const std::function<void()>& work) {
-  // One pause for a reader that is at work, not a wait: loads are kept apart by the lock.
-  if (workingMutex_) std::this_thread::sleep_for(std::chrono::milliseconds(100));
-  workingMutex_ = true;
-  work();
-  workingMutex_ = false;
 }

@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -49,17 +48,28 @@ class PDXMessagesDbReader final : public PDXMessagesReader {
                                                            const std::optional<PDXDate>& startDate,
                                                            const std::optional<PDXDate>& endDate) override;
 
+  /// Of the current layout's chats; the older layouts are not counted.
+  std::size_t storedMessageCount(const PDXMessagesConversation& conversation) override;
+
   std::unique_ptr<PDXMessagesReader> forAnotherThread() const override;
 
   /// A date of the current layout as a moment; nothing for 0 and below.
   static std::optional<PDXDate> dateFromSeconds_(std::int64_t value);
 
  private:
-  std::vector<PDXMessageDetail> load_(const PDXMessagesConversation& conversation,
-                                      const PDXMessagesQuery& query);
+  using Messages = std::vector<PDXMessageDetail>;
+
+  Messages load_(const PDXMessagesConversation& conversation, const PDXMessagesQuery& query);
+  void getConversation_(const PDXSQLiteDatabase& database, const PDXMessagesConversation& conversation,
+                        const PDXMessagesQuery& query, Messages& messages);
+  void getLegacyConversation_(const PDXSQLiteDatabase& database, const PDXMessagesConversation& conversation,
+                              const PDXMessagesQuery& query, Messages& messages);
+  void getMadridConversations_(const PDXSQLiteDatabase& database, const PDXMessagesConversation& conversation,
+                               const PDXMessagesQuery& query, Messages& messages);
   const std::vector<std::int64_t>& messagesWithAttachments_(const PDXSQLiteDatabase& database);
   PDXSQLiteDatabase open_() const;
-  void whileWorking_(const std::function<void()>& work);
+
+  class Working;
 
   std::string messagesDbPath_;
   std::string contactsDbPath_;

@@ -41,6 +41,11 @@ class PDXMessagesReader {
                                                                      std::nullopt);
   }
 
+  /// How many messages the store holds in all chats of the conversation, whether they can be shown or not.
+  virtual std::size_t storedMessageCount(const PDXMessagesConversation& conversation) {
+    return static_cast<std::size_t>(conversation.messageCount);
+  }
+
   /// A reader of the same store for another thread.
   virtual std::unique_ptr<PDXMessagesReader> forAnotherThread() const = 0;
 };

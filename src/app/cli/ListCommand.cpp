@@ -100,7 +100,7 @@ class ListCommand final : public PDXCommand {
   /// The messages that an export with the same filter would write; without a filter, as the store counts
   /// them.
   std::size_t matchingMessages(const PDXMessagesConversation& conversation) const {
-    if (!hasFilter()) return static_cast<std::size_t>(conversation.messageCount);
+    if (!hasFilter()) return conversation.conversationDBReader->storedMessageCount(conversation);
     const auto end = range_.endDate();
     return PDXMessageReader::messagesForExport(
                *conversation.conversationDBReader, conversation, range_.startDate(),
@@ -113,7 +113,7 @@ class ListCommand final : public PDXCommand {
     Json document = PDXBackupJson::document(kind_.c_str(), information);
     for (const Listed& entry : listed) {
       Json item = conversationJson(*entry.conversation);
-      if (hasFilter()) item["matchingMessages"] = entry.matching;
+      item[hasFilter() ? "matchingMessages" : "storedMessages"] = entry.matching;
       document["items"].push_back(std::move(item));
     }
     document["problems"] = PDXBackupJson::problems(problems);
