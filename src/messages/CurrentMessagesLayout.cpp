@@ -21,15 +21,19 @@ std::int64_t nanoseconds(std::int64_t seconds) {
   return std::clamp(seconds, -kLargest, kLargest) * 1'000'000'000;
 }
 
-/// One test for both units: a date lies in the range counted in seconds, or in nanoseconds.
+/// One test for both units: a date lies in the range counted in seconds, or in nanoseconds. Without a start
+/// every number of seconds also is one of nanoseconds, so that an end alone would leave nothing out of an
+/// older store; where that matters, nanoseconds begin where seconds end.
 std::string rangeCondition(const PDXMessagesQuery& query) {
   const std::int64_t start = query.startSeconds();
+  const std::int64_t leastNanoseconds = query.reachesEverything ? kNoEndSeconds + 1 : 0;
   const std::int64_t end = query.endSeconds(kNoEndSeconds);
   const std::int64_t endNanoseconds = query.endDate ? nanoseconds(end) : kNoEndNanoseconds;
   const auto between = [](std::int64_t from, std::int64_t to) {
     return "(m.date >= " + std::to_string(from) + " AND m.date < " + std::to_string(to) + ")";
   };
-  return "(" + between(start, end) + " OR " + between(nanoseconds(start), endNanoseconds) + ")";
+  return "(" + between(start, end) + " OR " +
+         between(std::max(nanoseconds(start), leastNanoseconds), endNanoseconds) + ")";
 }
 
 /// The WHERE condition for the conversation's chats, the query's range and its term.
@@ -180,6 +184,42 @@ class ChatCounts {
   PDXSQLiteStatement newest_;
 };
 
+std::string messagesStatement(const PDXSQLiteDatabase& database, const std::string& where) {
+  const char* status = hasStatusColumns(database) ? ", m.is_sent, m.is_delivered, m.is_read" : "";
+  return std::string(
+             "select m.ROWID, m.text, m.subject, m.date, m.date_read, m.date_delivered, h.id, m.service, "
+             "m.is_from_me") +
+         status +
+         " from message  m inner join chat_message_join cmj on cmj.message_id = m.ROWID left join handle h "
+         "on h.ROWID "
+         "= m.handle_id where " +
+         where;
+}
+
+void appendMessages(PDXSQLiteStatement& rows, Attachments& attachments,
+                    std::vector<PDXMessageDetail>& messages) {
+  const Columns columns(rows);
+  while (rows.step()) {
+    PDXMessageDetail message = messageFromRow(rows, columns);
+    attachments.addTo(message, rows.int64(columns.rowId));
+    if (!message.message.empty() || message.containsMessagePieces()) messages.push_back(std::move(message));
+  }
+}
+
+/// Reads the conversation's messages one by one, since the rows of a statement end at the first damaged page.
+void salvageMessages(const PDXSQLiteDatabase& database, const std::string& sql,
+                     const PDXMessagesConversation& conversation, Attachments& attachments,
+                     std::vector<PDXMessageDetail>& messages) {
+  auto ids = database.prepare("select distinct cmj.message_id from chat_message_join cmj where cmj.chat_id IN (" +
+                              conversation.conversationIdArrayString() + ") ");
+  auto rows = database.prepare(sql + " and m.ROWID=?");
+  while (ids.step() && !rows.wasInterrupted()) {
+    rows.reset();
+    rows.bind(1, ids.int64(0));
+    appendMessages(rows, attachments, messages);
+  }
+}
+
 }  // namespace
 
 namespace PDXCurrentMessagesLayout {
@@ -214,24 +254,15 @@ void loadMessages(const PDXSQLiteDatabase& database, const PDXMessagesConversati
                   const PDXMessagesQuery& query, const std::vector<std::int64_t>& withAttachments,
                   std::vector<PDXMessageDetail>& messages) {
   if (!PDXSQLiteHelper::doesDatabaseContainTable(database, "chat")) return;
-  const char* status = hasStatusColumns(database) ? ", m.is_sent, m.is_delivered, m.is_read" : "";
-  auto rows = database.prepare(
-      std::string(
-          "select m.ROWID, m.text, m.subject, m.date, m.date_read, m.date_delivered, h.id, m.service, "
-          "m.is_from_me") +
-      status +
-      " from message  m inner join chat_message_join cmj on cmj.message_id = m.ROWID left join handle h on "
-      "h.ROWID "
-      "= m.handle_id where " +
-      condition(conversation, query) + " order by m.ROWID asc");
-  const Columns columns(rows);
+  const std::size_t first = messages.size();
+  const std::string sql = messagesStatement(database, condition(conversation, query));
+  auto rows = database.prepare(sql + " order by m.ROWID asc");
   Attachments attachments(database, withAttachments);
-  while (rows.step()) {
-    PDXMessageDetail message = messageFromRow(rows, columns);
-    attachments.addTo(message, rows.int64(columns.rowId));
-    if (!message.message.empty() || message.containsMessagePieces()) messages.push_back(std::move(message));
-  }
+  appendMessages(rows, attachments, messages);
   PDXMessageRows::reportUnlessComplete(database, rows, conversation.title());
+  if (!rows.failed() || rows.wasInterrupted() || !query.reachesEverything) return;
+  messages.resize(first);
+  salvageMessages(database, sql, conversation, attachments, messages);
 }
 
 bool hasMessage(const PDXSQLiteDatabase& database, const PDXMessagesConversation& conversation,

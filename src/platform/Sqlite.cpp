@@ -116,6 +116,7 @@ bool PDXSQLiteStatement::step() {
   if (statement_ == nullptr || failed_) return false;
   const int result = sqlite3_step(statement_.get());
   failed_ = result != SQLITE_ROW && result != SQLITE_DONE;
+  wasInterrupted_ = result == SQLITE_INTERRUPT;
   return result == SQLITE_ROW;
 }
 

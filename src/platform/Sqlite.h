@@ -70,6 +70,9 @@ class PDXSQLiteStatement {
   /// Whether the last `step` ended in an error, such as a damaged page, rather than at the end of the rows.
   bool failed() const { return failed_; }
 
+  /// Whether it ended because of the process's stop request.
+  bool wasInterrupted() const { return wasInterrupted_; }
+
   /// Back before the first row, with new values to come. Bound values stay until they are bound again.
   void reset();
 
@@ -97,4 +100,5 @@ class PDXSQLiteStatement {
 
   std::unique_ptr<sqlite3_stmt, Finalize> statement_;
   bool failed_ = false;
+  bool wasInterrupted_ = false;
 };

@@ -42,6 +42,7 @@ void insert(const PDXSQLiteDatabase& database, const std::string& table,
 std::string PDXSampleDatabase::writeTo(const std::string& path) const {
   PDXFiles::remove(path);
   const PDXSQLiteDatabase database(path, PDXSQLiteAccess::create);
+  EXPECT_TRUE(database.run("PRAGMA synchronous=OFF; PRAGMA journal_mode=MEMORY"));
   auto row = rows_.begin();
   for (std::size_t i = 0; i <= statements_.size(); ++i) {
     for (; row != rows_.end() && row->afterStatements == i; ++row) insert(database, row->table, row->values);

@@ -1,0 +1,166 @@
+#include "samples/SampleBackup.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <map>
+
+#include "platform/Crypto.h"
+#include "platform/PropertyList.h"
+#include "platform/Sqlite.h"
+#include "samples/BackupFolder.h"
+#include "tests/support/TestFolder.h"
+
+namespace {
+
+using testing::ElementsAre;
+
+constexpr const char* kMessages = "3d/3d0d7e5fb2ce288813306e4d4636395e047a3d28";
+constexpr const char* kContacts = "31/31bb7ba8914766d4ba40d6dfb6113c8b614be442";
+
+std::string written(const std::string& folder, std::uint64_t seed, std::int64_t messages) {
+  return PDXSampleBackup::write({.folder = folder, .seed = seed, .messages = messages}).value_or("");
+}
+
+/// SHA-1 of every file by its path; pictures whose encoder promises no bytes count by their path alone.
+std::map<std::string, std::string> contents(const std::string& folder) {
+  std::map<std::string, std::string> files;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+    if (!entry.is_regular_file()) continue;
+    const std::string bytes = fileText(entry.path().string());
+    const bool isHeic = bytes.find("ftypheic") == 4;
+    files[std::filesystem::relative(entry.path(), folder).string()] = isHeic ? "" : sha_1(bytes);
+  }
+  return files;
+}
+
+/// All rows of a query, columns separated by "|".
+std::vector<std::string> rows(const std::string& database, const std::string& query) {
+  const PDXSQLiteDatabase opened(database, PDXSQLiteAccess::immutable);
+  auto statement = opened.prepare(query);
+  std::vector<std::string> found;
+  while (statement.step()) {
+    std::string row = statement.text(0);
+    for (int i = 1; i < statement.columnCount(); ++i) row += "|" + statement.text(i);
+    found.push_back(row);
+  }
+  EXPECT_FALSE(statement.failed()) << opened.error();
+  return found;
+}
+
+TEST(SampleBackup, SameSeedGivesSameBytes) {
+  const PDXTestFolder folder;
+  ASSERT_EQ(written(folder / "a", 7, 300), "");
+  ASSERT_EQ(written(folder / "b", 7, 300), "");
+  ASSERT_EQ(written(folder / "c", 8, 300), "");
+  EXPECT_EQ(contents(folder / "a"), contents(folder / "b"));
+  EXPECT_NE(contents(folder / "a").at(kMessages), contents(folder / "c").at(kMessages));
+  EXPECT_NE(contents(folder / "a").at("Info.plist"), contents(folder / "c").at("Info.plist"));
+}
+
+TEST(SampleBackup, StoresWhatTheManifestLists) {
+  const PDXTestFolder folder;
+  ASSERT_EQ(written(folder / "b", 1, 200), "");
+  const PDXSQLiteDatabase manifest(folder / "b/Manifest.db", PDXSQLiteAccess::immutable);
+  auto row = manifest.prepare("SELECT fileID, domain, relativePath, file, flags FROM Files");
+  std::vector<std::string> missing;
+  while (row.step()) {
+    const std::string path = row.text(2);
+    EXPECT_EQ(row.text(0), sha_1(row.text(1) + "-" + path)) << path;
+    const auto archive = PDXPropertyList::parse(row.blob(3));
+    ASSERT_TRUE(archive) << path;
+    const PDXPropertyList* object = archive->find("$objects")->at(1);
+    const auto size = PDXFiles::sizeOf(folder / ("b/" + row.text(0).substr(0, 2) + "/" + row.text(0)));
+    if (row.int64(4) != 1) {
+      EXPECT_FALSE(size) << path;
+    } else if (!size) {
+      missing.push_back(path.substr(path.rfind('/') + 1));
+    } else {
+      EXPECT_EQ(*object->find("Size")->integer(), static_cast<std::int64_t>(*size)) << path;
+    }
+  }
+  EXPECT_THAT(missing, ElementsAre("IMG_1990.jpeg"));
+}
+
+TEST(SampleBackup, HoldsAsManyMessagesAsAsked) {
+  for (const int count : {0, 50, 1000}) {
+    const PDXTestFolder folder;
+    const std::string backup = folder / "b";
+    ASSERT_EQ(written(backup, 3, count), "") << count;
+    const std::string store = PDXFiles::joined(backup, kMessages);
+    EXPECT_THAT(rows(store, "PRAGMA integrity_check"), ElementsAre("ok"));
+    EXPECT_THAT(rows(store, "PRAGMA foreign_key_check"), ElementsAre());
+    EXPECT_THAT(rows(store, "SELECT count(*) FROM message"), ElementsAre(std::to_string(count)));
+  }
+}
+
+// The triggers of the device come after the rows, so what they would have done must be there already.
+TEST(SampleBackup, MessagesAgreeWithThemselves) {
+  const struct {
+    const char* fault;
+    const char* query;
+    const char* count;
+  } cases[] = {
+      {"attachment mark without attachment, or the other way round",
+       "SELECT count(*) FROM message m WHERE cache_has_attachments <> "
+       "EXISTS (SELECT 1 FROM message_attachment_join WHERE message_id = m.ROWID)",
+       "0"},
+      {"placeholders that are not one for each attachment",
+       "SELECT count(*) FROM message m WHERE cache_has_attachments AND length(text) - "
+       "length(replace(text, char(65532), '')) <> "
+       "(SELECT count(*) FROM message_attachment_join WHERE message_id = m.ROWID)",
+       "0"},
+      {"room name that is not the conversation's",
+       "SELECT count(*) FROM message m JOIN chat_message_join j ON j.message_id = m.ROWID "
+       "JOIN chat c ON c.ROWID = j.chat_id WHERE m.cache_roomnames IS NOT c.room_name",
+       "0"},
+      {"date that differs in the join",
+       "SELECT count(*) FROM message m JOIN chat_message_join j ON j.message_id = m.ROWID "
+       "WHERE m.date <> j.message_date",
+       "0"},
+      {"conversation without a message",
+       "SELECT count(*) FROM chat WHERE ROWID NOT IN (SELECT chat_id FROM chat_message_join)", "0"},
+      {"message in no conversation",
+       "SELECT count(*) FROM message WHERE ROWID NOT IN (SELECT message_id FROM chat_message_join) "
+       "AND ROWID NOT IN (SELECT message_id FROM chat_recoverable_message_join)",
+       "1"},
+      {"message of the future", "SELECT count(*) FROM message WHERE date > 731755800000000000", "0"},
+  };
+  const PDXTestFolder folder;
+  const std::string backup = folder / "b";
+  ASSERT_EQ(written(backup, 1, 2000), "");
+  const std::string store = PDXFiles::joined(backup, kMessages);
+  for (const auto& c : cases) EXPECT_THAT(rows(store, c.query), ElementsAre(c.count)) << c.fault;
+  // A card's last label is in use nowhere, so that nobody misses it where lists are read one short.
+  EXPECT_THAT(
+      rows(PDXFiles::joined(backup, kContacts),
+           "SELECT count(*) FROM ABMultiValue WHERE label = (SELECT max(ROWID) FROM ABMultiValueLabel)"),
+      ElementsAre("0"));
+}
+
+TEST(SampleBackup, LeavesFullFoldersAlone) {
+  const PDXTestFolder folder;
+  folder.write("b/letter.txt", "Dear Ann");
+  EXPECT_EQ(written(folder / "b", 1, 10), folder / "b" + " is not empty: choose a new folder");
+  EXPECT_EQ(fileText(folder / "b/letter.txt"), "Dear Ann");
+}
+
+TEST(SampleBackup, LeavesNothingBehindWhenStopped) {
+  const PDXTestFolder folder;
+  std::stop_source stop;
+  stop.request_stop();
+  EXPECT_EQ(PDXSampleBackup::write({.folder = folder / "b"}, stop.get_token()), "stopped");
+  EXPECT_THAT(PDXFiles::list(folder / "b"), ElementsAre());
+}
+
+TEST(SampleBackupFolder, RefusesTheSameFileTwice) {
+  const PDXTestFolder folder;
+  PDXSampleBackupFolder backup(folder / "b");
+  backup.addFile("HomeDomain", "Library/a", "1");
+  backup.addFile("HomeDomain", "Library/a", "2");
+  EXPECT_FALSE(backup.finish());
+  EXPECT_EQ(backup.error(), "HomeDomain-Library/a was added twice");
+}
+
+}  // namespace
