@@ -23,7 +23,7 @@ std::string PDXBackupExtraction::extractFile(const PDXBackupFile& file) const {
   const std::string name = file.fileName();
   if (storedPath(file).empty() || name.empty() || name == "." || name == ".." || !PDXScratchFolder::isSafe())
     return "";
-  const std::string destination = PDXFiles::joined(PDXScratchFolder::path(), name);
+  std::string destination = PDXFiles::joined(PDXScratchFolder::path(), name);
   if (!isCompanion(name)) PDXScratchFolder::makeRoomFor(destination);
   const auto result = readableCopy(file, destination, closing_.get_token());
   if (result) return destination;
@@ -34,7 +34,7 @@ std::string PDXBackupExtraction::extractFile(const PDXBackupFile& file) const {
 
 std::string PDXBackupExtraction::storedPath(const PDXBackupFile& file) const {
   if (!isIdentifier(file.fileId)) return "";
-  const std::string flat = PDXFiles::joined(fullBackupPath_, file.fileId);
+  std::string flat = PDXFiles::joined(fullBackupPath_, file.fileId);
   if (PDXFiles::sizeOf(flat)) return flat;
   const std::string nested =
       PDXFiles::joined(PDXFiles::joined(fullBackupPath_, file.fileId.substr(0, 2)), file.fileId);

@@ -102,7 +102,7 @@ std::string PDXBackupNavigationManifestDb::scratchCopyOf_(const std::string& man
   if (scratchFolder_.empty()) {
     scratchFolder_ = PDXFiles::joined(PDXScratchFolder::path(), "manifest-" + sha_1(manifest).substr(0, 16));
   }
-  const std::string copy = PDXFiles::joined(scratchFolder_, "Manifest.db");
+  std::string copy = PDXFiles::joined(scratchFolder_, "Manifest.db");
   if (PDXFiles::exists(copy)) return copy;
   PDXFiles::makePrivateFolder(scratchFolder_);
   for (const char* companion : {"-wal", "-journal", ""}) {

@@ -80,7 +80,7 @@ struct Columns {
 std::string takeNoteLink(std::string& text) {
   if (text.size() <= kCloudNotesPrefix.size() || !text.starts_with(kCloudNotesPrefix)) return "";
   const std::size_t blank = text.find(' ', kCloudNotesPrefix.size() + 1);
-  const std::string link = text.substr(0, blank);
+  std::string link = text.substr(0, blank);
   text = blank == std::string::npos ? "" : text.substr(blank + 1);
   return link;
 }
@@ -210,8 +210,9 @@ void appendMessages(PDXSQLiteStatement& rows, Attachments& attachments,
 void salvageMessages(const PDXSQLiteDatabase& database, const std::string& sql,
                      const PDXMessagesConversation& conversation, Attachments& attachments,
                      std::vector<PDXMessageDetail>& messages) {
-  auto ids = database.prepare("select distinct cmj.message_id from chat_message_join cmj where cmj.chat_id IN (" +
-                              conversation.conversationIdArrayString() + ") ");
+  auto ids =
+      database.prepare("select distinct cmj.message_id from chat_message_join cmj where cmj.chat_id IN (" +
+                       conversation.conversationIdArrayString() + ") ");
   auto rows = database.prepare(sql + " and m.ROWID=?");
   while (ids.step() && !rows.wasInterrupted()) {
     rows.reset();

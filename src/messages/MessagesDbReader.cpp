@@ -5,6 +5,7 @@
 #include <thread>
 #include <utility>
 
+#include "backup/SQLiteHelper.h"
 #include "messages/ConversationWorkingList.h"
 #include "messages/CurrentMessagesLayout.h"
 #include "messages/GroupMessagesLayout.h"
@@ -33,6 +34,7 @@ bool PDXMessagesDbReader::loadMessages() {
 
 PDXConversationList PDXMessagesDbReader::getConversationList() {
   const PDXSQLiteDatabase database = open_();
+  reportUnlessStore_(database);
   PDXConversationWorkingList list(this, contactsDbPath_, mobileSMSPlistPath_);
   PDXCurrentMessagesLayout::listConversations(database, list);
   PDXGroupMessagesLayout::listConversations(database, list);
@@ -145,10 +147,15 @@ const std::vector<std::int64_t>& PDXMessagesDbReader::messagesWithAttachments_(
   return *attachmentOwners_;
 }
 
-PDXSQLiteDatabase PDXMessagesDbReader::open_() const {
-  PDXSQLiteDatabase database(messagesDbPath_);
-  if (!database.isOpen()) {
-    PDXLog::report({.what = "messages", .where = messagesDbPath_, .why = database.error()});
-  }
-  return database;
+PDXSQLiteDatabase PDXMessagesDbReader::open_() const { return PDXSQLiteDatabase(messagesDbPath_); }
+
+void PDXMessagesDbReader::reportUnlessStore_(const PDXSQLiteDatabase& database) const {
+  std::string why = database.whyUnreadable();
+  const auto hasTable = [&](const char* name) {
+    return PDXSQLiteHelper::doesDatabaseContainTable(database, name);
+  };
+  const bool isKnown = hasTable("chat") || hasTable("group_member") || hasTable("group_member_legacy") ||
+                       hasTable("madrid_chat") || hasTable("madrid_chat_legacy");
+  if (why.empty() && !isKnown) why = "it has none of the tables of a messages store";
+  if (!why.empty()) PDXLog::report({.what = "messages", .where = "Library/SMS/sms.db", .why = why});
 }

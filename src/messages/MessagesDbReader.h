@@ -68,6 +68,7 @@ class PDXMessagesDbReader final : public PDXMessagesReader {
                                const PDXMessagesQuery& query, Messages& messages);
   const std::vector<std::int64_t>& messagesWithAttachments_(const PDXSQLiteDatabase& database);
   PDXSQLiteDatabase open_() const;
+  void reportUnlessStore_(const PDXSQLiteDatabase& database) const;
 
   class Working;
 

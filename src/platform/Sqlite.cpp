@@ -94,6 +94,11 @@ std::string PDXSQLiteDatabase::error() const {
   return handle_ == nullptr ? "cannot be opened" : sqlite3_errmsg(handle_.get());
 }
 
+std::string PDXSQLiteDatabase::whyUnreadable() const {
+  // Opening reads nothing; only the first look at the schema finds out what the file is.
+  return prepare("SELECT 1 FROM sqlite_master").isValid() ? "" : error();
+}
+
 PDXSQLiteStatement PDXSQLiteDatabase::prepare(std::string_view sql) const { return {handle_.get(), sql}; }
 
 bool PDXSQLiteDatabase::run(const std::string& sql) const {

@@ -42,6 +42,9 @@ class PDXSQLiteDatabase {
   /// What the last failed call said; "not an error" when none failed, "cannot be opened" without a handle.
   std::string error() const;
 
+  /// Why nothing can be read from the file; "" when it is a database.
+  std::string whyUnreadable() const;
+
   PDXSQLiteStatement prepare(std::string_view sql) const;
 
   /// Runs statements that give no rows. False on an error.

@@ -48,7 +48,7 @@ std::string pathForIdentifier(const std::string& identifier) {
 /// The folder that the command line names; "" and a line on standard error when there is none.
 std::string pathFor(const std::string& nameOrPath) {
   if (PDXFiles::isFolder(nameOrPath)) {
-    const std::string path = PDXFiles::absolute(nameOrPath);
+    std::string path = PDXFiles::absolute(nameOrPath);
     if (PDXBackupInformation::isBackupFolder(path)) return path;
     PDXConsole::error(nameOrPath +
                       " is not a backup: it holds no Manifest.db, Info.plist or other list of one; "

@@ -1,0 +1,159 @@
+#include <sys/wait.h>
+
+#include <array>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+
+#include "samples/BackupFolder.h"
+#include "samples/SampleBackup.h"
+#include "tests/support/SampleDatabase.h"
+#include "tests/support/TestFolder.h"
+
+namespace {
+
+struct Ran {
+  int status = -1;
+  std::string output;  ///< Standard output.
+  std::string errors;  ///< Standard error.
+};
+
+/// The command as people call it, on a sample backup "phone".
+class Command : public testing::Test {
+ protected:
+  Command() {
+    EXPECT_FALSE(PDXSampleBackup::write({.folder = folder_ / "phone", .seed = 3, .messages = 300}));
+    PDXFiles::makeFolders(folder_ / "tmp");
+  }
+
+  Ran run(const std::string& arguments) const {
+    const std::string line = "cd '" + folder_.path() + "' && TMPDIR='" + folder_ / "tmp" + "' HOME='" +
+                             folder_ / "home" + "' XDG_DATA_HOME= '" POCKETDEX_COMMAND "' " + arguments +
+                             " 2>errors </dev/null";
+    Ran ran;
+    FILE* pipe = popen(line.c_str(), "r");
+    std::array<char, 4096> buffer{};
+    for (std::size_t got = 0; (got = fread(buffer.data(), 1, buffer.size(), pipe)) > 0;) {
+      ran.output.append(buffer.data(), got);
+    }
+    ran.status = WEXITSTATUS(pclose(pipe));
+    ran.errors = fileText(folder_ / "errors");
+    EXPECT_TRUE(PDXFiles::list(folder_ / "tmp").empty()) << "scratch left behind by " << arguments;
+    return ran;
+  }
+
+  PDXTestFolder folder_;
+};
+
+TEST_F(Command, MistakesAreOneLineAndTheirStatus) {
+  PDXFiles::makeFolders(folder_ / "empty");
+  folder_.write("file", "x");
+  const struct {
+    const char* arguments;
+    int status;
+    const char* says;
+  } cases[] = {
+      {"", 2, "a command is missing"},
+      {"exprot phone --to out", 2, "there is no command \"exprot\"; the nearest: \"export\""},
+      {"check phone", 2, "the command \"check\" is not built yet"},
+      {"export phone", 2, "--to is required"},
+      {"export phone notes --to out", 2, "\"notes\" is not built yet"},
+      {"export phone mesages --to out", 2, "there is no content kind \"mesages\"; the nearest: \"messages\""},
+      {"export phone --to out --format text", 2, "the format \"text\" is not built yet"},
+      {"export phone --to out --from 2023-02-29", 2, "\"2023-02-29\" is no date"},
+      {"export phone --to out --from 2023-02-02 --until 2023-02-01", 2, "lies before"},
+      {"export phone --to out --layout big", 2, "--layout"},
+      {"export phone --to out --jobs 0", 2, "--jobs"},
+      {"export phone --to out --conversation 'Ann Fletchr'", 2, "the nearest: \"Ann Fletcher\""},
+      {"list phone contacts", 2, "\"contacts\" is not built yet"},
+      {"sample other --encrypted file", 2, "not built yet"},
+      {"info nothing-here", 3, "there is no backup \"nothing-here\""},
+      {"info ./nothing-here", 3, "there is no such folder"},
+      {"info empty", 3, "is not a backup"},
+      {"info ./file", 3, "it is not a folder"},
+      {"export phone --to file/out", 5, "cannot write"},
+      {"sample phone", 5, "is not empty"},
+  };
+  for (const auto& c : cases) {
+    const Ran ran = run(c.arguments);
+    EXPECT_EQ(ran.status, c.status) << c.arguments << "\n" << ran.errors;
+    EXPECT_NE(ran.errors.find(c.says), std::string::npos) << c.arguments << "\n" << ran.errors;
+    EXPECT_EQ(std::count(ran.errors.begin(), ran.errors.end(), '\n'), 1) << c.arguments << "\n" << ran.errors;
+    EXPECT_EQ(ran.output, "") << c.arguments;
+  }
+  EXPECT_FALSE(PDXFiles::exists(folder_ / "out")) << "mistakes are found before anything is written";
+}
+
+TEST_F(Command, FindsBackupsByTheBeginningOfTheirIdentifier) {
+  const std::string backups = folder_ / "home/.local/share/Lantern Byte/MobileSync/Backup/";
+  for (const char* identifier : {"00008120-AAAA", "00008120-AABB", "0000"}) {
+    PDXSampleDevice device;
+    device.identifier = identifier;
+    PDXSampleBackupFolder backup(backups + identifier, device);
+    EXPECT_TRUE(backup.finish());
+  }
+  EXPECT_EQ(run("info 00008120-AAA").status, 0);
+  EXPECT_EQ(run("info 0000").status, 0) << "the whole of one identifier, and the beginning of others";
+  const Ran several = run("info 00008120-A");
+  EXPECT_EQ(several.status, 3);
+  EXPECT_NE(several.errors.find("00008120-AAAA, 00008120-AABB"), std::string::npos) << several.errors;
+}
+
+TEST_F(Command, InfoAndListSpeakJson) {
+  const auto info = nlohmann::json::parse(run("info phone --json").output);
+  EXPECT_EQ(info["schema"], 1);
+  EXPECT_EQ(info["kind"], "info");
+  EXPECT_EQ(info["backup"]["encrypted"], false);
+  EXPECT_EQ(info["backup"]["lastBackupDate"], "2024-03-10T09:30:00Z");
+  EXPECT_EQ(info["items"][0]["kind"], "messages");
+  EXPECT_EQ(info["items"][0]["held"], true);
+
+  const auto list = nlohmann::json::parse(run("list phone messages --json").output);
+  const auto& ann = *std::find_if(list["items"].begin(), list["items"].end(),
+                                  [](const auto& item) { return item["title"] == "Ann Fletcher"; });
+  EXPECT_EQ(ann["conversationIdArray"].size(), 2U) << "her chats by SMS and by iMessage";
+  EXPECT_EQ(ann["participants"][0]["isKnownContact"], true);
+  const auto found = nlohmann::json::parse(run("list phone messages --json --search \"don't\"").output);
+  EXPECT_GT(found["items"].size(), 0U);
+  EXPECT_LT(found["items"].size(), list["items"].size());
+}
+
+TEST_F(Command, ExportNeverChangesTheBackup) {
+  const std::string line =
+      "cd phone && find . -type f | LC_ALL=C sort | xargs -d '\\n' sha1sum; find . -newer ../mark";
+  const auto state = [&] {
+    Ran ran;
+    FILE* pipe = popen(("cd '" + folder_.path() + "' && (" + line + ")").c_str(), "r");
+    std::array<char, 4096> buffer{};
+    for (std::size_t got = 0; (got = fread(buffer.data(), 1, buffer.size(), pipe)) > 0;) {
+      ran.output.append(buffer.data(), got);
+    }
+    pclose(pipe);
+    return ran.output;
+  };
+  folder_.write("mark", "");
+  const std::string before = state();
+  const Ran ran =
+      run("export phone --to out --contact-pictures --layout compact --order newest --font large");
+  EXPECT_EQ(ran.status, 0) << ran.errors;
+  EXPECT_NE(ran.output.find("Open " + folder_ / "out/index.html"), std::string::npos) << ran.output;
+  EXPECT_EQ(state(), before);
+}
+
+TEST_F(Command, ADamagedStoreIsSaidAndTheRestComesOut) {
+  PDXSampleBackupFolder backup(folder_ / "damaged");
+  backup.addFile("HomeDomain", "Library/SMS/sms.db", std::string_view("this was a database once"));
+  EXPECT_TRUE(backup.finish());
+  const Ran ran = run("export damaged --to out");
+  EXPECT_EQ(ran.status, 1);
+  EXPECT_NE(ran.errors.find("messages could not be read"), std::string::npos) << ran.errors;
+  EXPECT_TRUE(PDXFiles::exists(folder_ / "out/export.json"));
+
+  PDXSampleBackupFolder without(folder_ / "without");
+  EXPECT_TRUE(without.finish());
+  EXPECT_EQ(run("export without --to out2").status, 0) << "nothing was asked for by name";
+  const Ran asked = run("export without messages --to out3");
+  EXPECT_EQ(asked.status, 1);
+  EXPECT_EQ(asked.errors, "pocketdex: the backup holds no messages\n");
+}
+
+}  // namespace
