@@ -1,4 +1,6 @@
 #include <CLI/CLI.hpp>
+#include <cstdio>
+#include <exception>
 #include <memory>
 #include <vector>
 
@@ -91,9 +93,7 @@ PDXExitStatus runParsed(Parsed& parsed) {
   return status;
 }
 
-}  // namespace
-
-int main(int count, char** arguments) {
+int run(int count, char** arguments) {
   PDXLocalisation::start(POCKETDEX_LOCALE_FOLDER);
   CLI::App app("Opens a phone's backup folder and exports what is in it, offline.", "pocketdex");
   Parsed parsed;
@@ -104,4 +104,15 @@ int main(int count, char** arguments) {
     return static_cast<int>(saysMistake(app, error, count, arguments));
   }
   return static_cast<int>(runParsed(parsed));
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+  try {
+    return run(count, arguments);
+  } catch (const std::exception& error) {  // Memory that ran out, say: files that were begun are taken back.
+    std::fprintf(stderr, "pocketdex: cannot go on: %s\n", error.what());
+    return static_cast<int>(PDXExitStatus::incomplete);
+  }
 }

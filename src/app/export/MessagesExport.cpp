@@ -49,7 +49,7 @@ std::vector<Task> tasksFor(const std::vector<PDXMessagesConversation*>& conversa
 /// Takes the tasks in order, each worker with a reader and so a database connection of its own.
 class Workers {
  public:
-  Workers(PDXDeviceData& deviceData, const PDXExportOptions& options, std::string folder,
+  Workers(PDXDeviceData& deviceData, const PDXExportOptions& options, const std::string& folder,
           const PDXProgressSink& progress, const std::stop_token& stop)
       : deviceData_(deviceData),
         options_(options),
