@@ -131,7 +131,7 @@ std::string PDXConversationExporterUtilities::
   const PDXMessageParticipant* participant =
       determineParticipantFromAddressInConversationWithCache(address, conversation, cache);
   if (participant == nullptr) return address;
-  const bool withNumber = includeContactNumber && !address.empty() && isCharacterDigit_(address[0]);
+  const bool withNumber = includeContactNumber && !address.empty() && isCharacterDigit(address[0]);
   if (!withNumber) return participant->name();
   return participant->name().empty() ? address : participant->name() + " (" + address + ")";
 }

@@ -80,7 +80,8 @@ class PDXConversationExporterUtilities {
   /// `text` (already escaped) with every web address in it made a link, or only underlined.
   static std::string formatUrlsInTextDisableLinks(std::string_view text, bool disableLinks);
 
+  static bool isCharacterDigit(char c) { return c >= '0' && c <= '9'; }
+
  private:
-  static bool isCharacterDigit_(char c) { return c >= '0' && c <= '9'; }
   static bool addressIsEqualToAddress_(std::string_view a, std::string_view b);
 };

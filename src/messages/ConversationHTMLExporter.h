@@ -50,6 +50,9 @@ class PDXConversationHTMLExporter {
   /// @param iOSVersion  the device's major system version; 0 when unknown.
   PDXConversationHTMLExporter(PDXDeviceData& deviceData, std::int32_t iOSVersion);
 
+  /// The device's major system version; 0 when unknown.
+  std::int32_t iOSVersion() const { return iOSVersion_; }
+
   void setDelegate(PDXConversationExporterDelegate* delegate) { delegate_ = delegate; }
 
   /// Asks a running export to stop; the page then is not written. From any thread.
