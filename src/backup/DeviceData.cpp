@@ -7,6 +7,8 @@
 #include "backup/BackupLocations.h"
 #include "backup/BackupNavigationManifestDb.h"
 #include "backup/ScratchFolder.h"
+#include "platform/Log.h"
+#include "platform/Sqlite.h"
 #include "platform/Text.h"
 
 namespace {
@@ -116,10 +118,13 @@ std::string PDXDeviceData::GetFilesByFeatureType(int feature) {
 }
 
 std::string PDXDeviceData::databaseOfFeature(int feature) {
-  const std::string database = GetFilesByFeatureType(feature);
+  std::string database = GetFilesByFeatureType(feature);
   const auto files = navigator_->GetFilesByFeatureType(feature);
   if (database.empty() || !files) return database;
   const PDXBackupFile& keyFile = files->front();
+  if (const std::string why = PDXSQLiteDatabase::completeCutFile(database); !why.empty()) {
+    PDXLog::report({.what = "database", .where = keyFile.relativePath, .why = why});
+  }
   const auto log =
       readyFinder_().findFile(keyFile.relativePath + "-wal", keyFile.domain.value_or(kHomeDomain));
   if (log && !extractor_->storedPath(*log).empty()) extractor_->extractFile(*log);

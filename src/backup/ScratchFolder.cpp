@@ -6,7 +6,7 @@
 namespace PDXScratchFolder {
 
 std::string path() {
-  const std::string folder = PDXFiles::joined(PDXFiles::temporary(), "Pocketdex");
+  std::string folder = PDXFiles::joined(PDXFiles::temporary(), "Pocketdex");
   if (!PDXFiles::isFolder(folder)) PDXFiles::makePrivateFolder(folder);
   return folder;
 }

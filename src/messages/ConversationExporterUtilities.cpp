@@ -79,7 +79,7 @@ std::string PDXConversationExporterUtilities::determineSavePathForConversationOp
   const std::string folder = PDXFiles::joined(temporaryMessageDirectory(), "preview");
   PDXFiles::makeFolders(folder);
   const std::string name = createFilenameForConversationWithExportOptions(conversation, options);
-  const std::string path = PDXFiles::joined(folder, PDXFileName::safeWithExtension(name + "." + extension));
+  std::string path = PDXFiles::joined(folder, PDXFileName::safeWithExtension(name + "." + extension));
   if (isCached != nullptr) *isCached = PDXFiles::exists(path);
   return path;
 }

@@ -168,6 +168,9 @@ class ChatCounts {
     return static_cast<std::int32_t>(firstNumber(count_, chatId));
   }
 
+  /// Whether the last count could not be made, so that its 0 says nothing about the chat.
+  bool isCountDamaged() const { return count_.failed(); }
+
   /// 0 for a handle without messages.
   std::uint64_t getLastUpdatedValueForHandle_(std::int64_t handleId) {
     return static_cast<std::uint64_t>(std::max<std::int64_t>(firstNumber(newest_, handleId), 0));
@@ -234,7 +237,7 @@ void listConversations(const PDXSQLiteDatabase& database, PDXConversationWorking
   ChatCounts counts(database);
   while (rows.step()) {
     const std::int32_t messages = counts.getMessageCountForChatId_(rows.int64(0));
-    if (messages <= 0) continue;
+    if (messages <= 0 && !counts.isCountDamaged()) continue;
     PDXMessagesConversation& conversation = list.conversationWithId(static_cast<std::int32_t>(rows.int64(0)));
     conversation.messageCount = messages;
     conversation.lastUpdated =

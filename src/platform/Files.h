@@ -35,6 +35,9 @@ std::optional<PDXBytes> read(const std::string& path, std::uint64_t limit = std:
 /// The first `count` bytes of a file, fewer when it is shorter; empty when it cannot be read.
 PDXBytes readBeginning(const std::string& path, std::size_t count);
 
+/// Makes a file longer with zero bytes. False when it cannot be written.
+bool lengthen(const std::string& path, std::uint64_t size);
+
 /// Names of what lies in a folder, sorted by their bytes; empty when it cannot be listed.
 std::vector<std::string> list(const std::string& folder);
 

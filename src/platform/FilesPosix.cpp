@@ -136,6 +136,10 @@ PDXBytes readBeginning(const std::string& path, std::size_t count) {
   return bytes;
 }
 
+bool lengthen(const std::string& path, std::uint64_t size) {
+  return size <= INT64_MAX && ::truncate(path.c_str(), static_cast<off_t>(size)) == 0;
+}
+
 std::vector<std::string> list(const std::string& folder) {
   std::vector<std::string> names;
   std::error_code failed;

@@ -2,9 +2,11 @@
 
 #include <sqlite3.h>
 
+#include <cstring>
 #include <mutex>
 #include <utility>
 
+#include "platform/Files.h"
 #include "platform/Text.h"
 
 namespace {
@@ -19,6 +21,12 @@ std::stop_token& processStop() {
 std::stop_token currentStop() {
   const std::lock_guard guard(stopLock);
   return processStop();
+}
+
+std::uint64_t bigEndian(const PDXBytes& bytes, std::size_t at, std::size_t count) {
+  std::uint64_t value = 0;
+  for (std::size_t i = 0; i < count; ++i) value = (value << 8) | bytes[at + i];
+  return value;
 }
 
 int isStopRequested(void* token) {
@@ -83,6 +91,21 @@ PDXSQLiteDatabase::PDXSQLiteDatabase(const std::string& path, PDXSQLiteAccess ac
   stop_ = std::make_unique<std::stop_token>(currentStop());
   if (stop_->stop_possible())
     sqlite3_progress_handler(handle, kStepsBetweenLooks, isStopRequested, stop_.get());
+}
+
+std::string PDXSQLiteDatabase::completeCutFile(const std::string& path) {
+  constexpr std::uint64_t kMostBytes = std::uint64_t{1} << 40;  // A sparse file, but not an absurd one.
+  const PDXBytes header = PDXFiles::readBeginning(path, 100);
+  if (header.size() < 100 || std::memcmp(header.data(), "SQLite format 3", 16) != 0) return "";
+  const std::uint64_t pageSize = bigEndian(header, 16, 2) == 1 ? 65536 : bigEndian(header, 16, 2);
+  const std::uint64_t pages = bigEndian(header, 28, 4);
+  const std::uint64_t size = PDXFiles::sizeOf(path).value_or(0);
+  const bool isCurrent =
+      bigEndian(header, 24, 4) == bigEndian(header, 92, 4);  // The count may be an older writer's.
+  if (!isCurrent || pageSize < 512 || size >= pages * pageSize || pages * pageSize > kMostBytes) return "";
+  if (!PDXFiles::lengthen(path, pages * pageSize)) return "";
+  return "the file is cut short: " + std::to_string(size / pageSize) + " of " + std::to_string(pages) +
+         " pages are there";
 }
 
 void PDXSQLiteDatabase::interruptWith(std::stop_token stop) {

@@ -36,6 +36,11 @@ class PDXSQLiteDatabase {
   /// if in an error. For the whole process; an empty token undoes it.
   static void interruptWith(std::stop_token stop);
 
+  /// Lengthens a scratch copy that is shorter than its header says, as a copy that was cut off is: SQLite
+  /// refuses such a file whole, but reads what is there of one with empty pages at its end.
+  /// @return what was wrong, in a few words; "" when nothing was.
+  static std::string completeCutFile(const std::string& path);
+
   /// Whether the file opened. A file that is no database may open; its statements then do not compile.
   bool isOpen() const { return handle_ != nullptr; }
 

@@ -227,7 +227,15 @@ TEST_F(MessagesDbReader, KeepsWhatCanBeReadOfADamagedStore) {
   EXPECT_LT(messages.size(), 3000U);
   EXPECT_GT(reports, 0);
 
-  reports = 0;
+  const std::string whole = fileText(path);
+  folder_.write("cut.db", whole.substr(0, whole.size() / 2 + 100));
+  EXPECT_NE(PDXSQLiteDatabase::completeCutFile(folder_ / "cut.db"), "");
+  EXPECT_EQ(PDXSQLiteDatabase::completeCutFile(path), "");
+  PDXMessagesDbReader cut(folder_ / "cut.db", "", "");
+  const auto left = cut.getConversationList();
+  ASSERT_EQ(left.size(), 1U);
+  EXPECT_GT(cut.everyMessageOfConversation(*left[0], {}, {}).size(), 500U);
+
   EXPECT_FALSE(PDXMessagesDbReader(folder_ / "none.db", "", "").loadMessages());
   EXPECT_TRUE(PDXMessagesDbReader(folder_.write("text.db", std::string(500, 'x')), "", "")
                   .getConversationList()
