@@ -44,6 +44,9 @@ class PDXBackupInformation {
   /// Status.plist: SnapshotState, "finished" when all is well; "" when unknown.
   const std::string& snapshotState() const { return snapshotState_; }
 
+  /// Whether the state tells that the backup was broken off before its end.
+  bool isUnfinished() const { return !snapshotState_.empty() && snapshotState_ != "finished"; }
+
  private:
   PDXBackupInformation() = default;
   void readFolder_(const std::string& folder);

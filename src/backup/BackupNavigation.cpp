@@ -87,6 +87,8 @@ std::optional<std::vector<PDXBackupFile>> PDXBackupNavigation::GetFilesByDomain(
 
 std::optional<std::vector<PDXBackupFile>> PDXBackupNavigation::GetAllFiles() { return std::nullopt; }
 
+std::optional<std::vector<PDXBackupFile>> PDXBackupNavigation::regularFiles() { return std::nullopt; }
+
 std::optional<std::vector<std::string>> PDXBackupNavigation::GetAllDomainNames() { return std::nullopt; }
 
 std::optional<std::vector<PDXBackupFile>> PDXBackupNavigation::GetSubFolderContentInDomain(

@@ -55,6 +55,7 @@ class PDXBackupNavigation {
   /// Nothing from all of these when the manifest cannot be read, or the navigator has none.
   virtual std::optional<std::vector<PDXBackupFile>> GetFilesByDomain(const std::string& domain);
   virtual std::optional<std::vector<PDXBackupFile>> GetAllFiles();
+  virtual std::optional<std::vector<PDXBackupFile>> regularFiles();
   virtual std::optional<std::vector<std::string>> GetAllDomainNames();
   virtual std::optional<std::vector<PDXBackupFile>> GetSubFolderContentInDomain(
       const std::optional<std::string>& folder, const std::string& domain);

@@ -156,6 +156,15 @@ std::optional<std::vector<PDXBackupFile>> PDXBackupNavigationManifestDb::GetAllF
   return files;
 }
 
+std::optional<std::vector<PDXBackupFile>> PDXBackupNavigationManifestDb::regularFiles() {
+  Session session(*this);
+  if (!session) return std::nullopt;
+  std::vector<PDXBackupFile> files;
+  session.forEachRow("select fileID, relativePath, domain from Files where flags=1",
+                     [&files](const PDXSQLiteStatement& row) { files.push_back(recordOf(row)); });
+  return files;
+}
+
 std::optional<std::vector<PDXBackupFile>> PDXBackupNavigationManifestDb::GetFilesByDomain(
     const std::string& domain) {
   Session session(*this);

@@ -35,6 +35,9 @@ class PDXBackupNavigationManifestDb final : public PDXBackupNavigation {
   /// Every row, folders and links included, without attributes.
   std::optional<std::vector<PDXBackupFile>> GetAllFiles() override;
 
+  /// Without folders and links, and without attributes.
+  std::optional<std::vector<PDXBackupFile>> regularFiles() override;
+
   std::optional<std::vector<std::string>> GetAllDomainNames() override;
 
   /// Regular files whose path begins with the text of `folder`, so "Library/SMS" also finds "Library/SMS2/a".

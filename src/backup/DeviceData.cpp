@@ -192,6 +192,10 @@ std::optional<std::vector<PDXBackupFile>> PDXDeviceData::GetAllFiles() {
   return readyNavigator_().GetAllFiles();
 }
 
+std::optional<std::vector<PDXBackupFile>> PDXDeviceData::regularFiles() {
+  return readyFinder_().regularFiles();
+}
+
 std::optional<std::vector<std::string>> PDXDeviceData::GetAllDomainNames() {
   return readyNavigator_().GetAllDomainNames();
 }

@@ -76,6 +76,9 @@ class PDXDeviceData {
   /// All entries of the manifest, folders and links included. Nothing when it cannot be opened.
   std::optional<std::vector<PDXBackupFile>> GetAllFiles();
 
+  /// The entries of the manifest that are regular files, in its order. Nothing when it cannot be opened.
+  std::optional<std::vector<PDXBackupFile>> regularFiles();
+
   /// Nothing when the manifest cannot be opened.
   std::optional<std::vector<std::string>> GetAllDomainNames();
 

@@ -34,7 +34,11 @@ struct PDXCommandEntry {
   std::unique_ptr<PDXCommand> (*make)();
 };
 
+std::unique_ptr<PDXCommand> makeBackupsCommand();
 std::unique_ptr<PDXCommand> makeInfoCommand();
+std::unique_ptr<PDXCommand> makeDomainsCommand();
+std::unique_ptr<PDXCommand> makeFilesCommand();
+std::unique_ptr<PDXCommand> makeGetCommand();
 std::unique_ptr<PDXCommand> makeListCommand();
 std::unique_ptr<PDXCommand> makeExportCommand();
 std::unique_ptr<PDXCommand> makeSampleCommand();

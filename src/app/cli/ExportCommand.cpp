@@ -43,6 +43,7 @@ class ExportCommand final : public PDXCommand {
     PDXExitStatus status = PDXExitStatus::done;
     const auto found = PDXOpenedBackup::find(backupOptions_.backup, status);
     const auto deviceData = found ? found->open(status) : nullptr;
+    if (deviceData != nullptr) found->warnIfUnfinished();
     return deviceData == nullptr ? status : exportTo(context, found->information(), *deviceData);
   }
 

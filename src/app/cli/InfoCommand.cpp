@@ -32,6 +32,7 @@ class InfoCommand final : public PDXCommand {
     const auto found = PDXOpenedBackup::find(backupOptions_.backup, status);
     if (!found) return status;
     const auto deviceData = found->openForOverview();
+    found->warnIfUnfinished();
     if (json_) {
       printJson(*found, *deviceData);
     } else {

@@ -95,3 +95,9 @@ std::unique_ptr<PDXDeviceData> PDXOpenedBackup::open(PDXExitStatus& status) cons
   }
   return deviceData;
 }
+
+void PDXOpenedBackup::warnIfUnfinished() const {
+  if (!information_.isUnfinished()) return;
+  PDXConsole::error("warning: this backup was not finished (its state is \"" + information_.snapshotState() +
+                    "\"); some of the device's content may not be in it");
+}

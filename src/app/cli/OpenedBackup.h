@@ -25,6 +25,9 @@ class PDXOpenedBackup {
   /// standard error; `status` as above.
   std::unique_ptr<PDXDeviceData> open(PDXExitStatus& status) const;
 
+  /// Says on standard error that the backup was never finished, when it was not.
+  void warnIfUnfinished() const;
+
   /// The same without looking at whether its content can be read.
   std::unique_ptr<PDXDeviceData> openForOverview() const;
 

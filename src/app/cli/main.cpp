@@ -15,7 +15,11 @@
 namespace {
 
 const PDXCommandEntry kCommands[] = {
+    {"backups", "Lists the backups in the places where they are kept", makeBackupsCommand},
     {"info", "Says what a backup is and what it holds", makeInfoCommand},
+    {"domains", "Lists the domains of a backup", makeDomainsCommand},
+    {"files", "Lists the files of a backup", makeFilesCommand},
+    {"get", "Copies files out of a backup", makeGetCommand},
     {"list", "Lists content without writing files", makeListCommand},
     {"export", "Writes content as files that open for ever", makeExportCommand},
     {"sample", "Writes a sample backup to try everything on", makeSampleCommand},
@@ -56,7 +60,7 @@ PDXExitStatus saysMistake(const CLI::App& app, const CLI::ParseError& error, int
   if (first.empty()) {
     PDXConsole::error("a command is missing; `pocketdex --help` lists them");
   } else if (!isCommand && !first.starts_with('-')) {
-    const char* const planned[] = {"backups", "check", "domains", "files", "get", "make"};
+    const char* const planned[] = {"check", "make"};
     const bool isPlanned = std::find(std::begin(planned), std::end(planned), first) != std::end(planned);
     PDXConsole::error(isPlanned ? "the command \"" + first +
                                       "\" is not built yet; `pocketdex --help` lists those that are"

@@ -123,6 +123,11 @@ std::string startPage(const PDXBackupInformation& information, const PDXExportRe
       "</p></header>\n<main>\n";
   for (const PDXKindReport& kind : report.kinds) html += kindSection(kind);
   std::string notes;
+  if (information.isUnfinished()) {
+    notes +=
+        "<p class=\"note\">This backup was not finished: some of the device's content may not be in "
+        "it.</p>\n";
+  }
   if (!report.notBuilt.empty()) {
     notes += "<p class=\"note\">The backup also holds " + joined(report.notBuilt) +
              ", which this version cannot export yet.</p>\n";
@@ -135,6 +140,7 @@ std::string startPage(const PDXBackupInformation& information, const PDXExportRe
 
 std::string reportJson(const PDXBackupInformation& information, const PDXExportReport& report) {
   Json document = PDXBackupJson::document("export", information);
+  document["backup"]["snapshotState"] = information.snapshotState();
   for (const PDXKindReport& kind : report.kinds) document["items"].push_back(kindJson(kind));
   document["notHeld"] = report.notHeld;
   document["notBuilt"] = report.notBuilt;
