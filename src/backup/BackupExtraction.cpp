@@ -28,7 +28,13 @@ std::string PDXBackupExtraction::extractFile(const PDXBackupFile& file) const {
   const auto result = readableCopy(file, destination, closing_.get_token());
   if (result) return destination;
   PDXFiles::remove(destination);
-  PDXLog::report({.what = "file", .where = file.relativePath, .why = result.why});
+  if (result.outcome == PDXFiles::CopyResult::Outcome::writeFailed) {
+    PDXLog::report({.what = "scratch folder",
+                    .where = PDXScratchFolder::path(),
+                    .why = result.why + " (for " + file.relativePath + "); set TMPDIR to a folder with more room"});
+  } else {
+    PDXLog::report({.what = "file", .where = file.relativePath, .why = result.why});
+  }
   return "";
 }
 

@@ -120,8 +120,12 @@ std::string PDXDeviceData::GetFilesByFeatureType(int feature) {
 std::string PDXDeviceData::databaseOfFeature(int feature) {
   std::string database = GetFilesByFeatureType(feature);
   const auto files = navigator_->GetFilesByFeatureType(feature);
-  if (database.empty() || !files) return database;
+  if (!files) return database;
   const PDXBackupFile& keyFile = files->front();
+  if (database.empty()) {
+    reportIfListed_(keyFile);
+    return database;
+  }
   if (const std::string why = PDXSQLiteDatabase::completeCutFile(database); !why.empty()) {
     PDXLog::report({.what = "database", .where = keyFile.relativePath, .why = why});
   }
@@ -129,6 +133,15 @@ std::string PDXDeviceData::databaseOfFeature(int feature) {
       readyFinder_().findFile(keyFile.relativePath + "-wal", keyFile.domain.value_or(kHomeDomain));
   if (log && !extractor_->storedPath(*log).empty()) extractor_->extractFile(*log);
   return database;
+}
+
+/// A main file that the manifest lists and the folder does not hold is content that got lost.
+void PDXDeviceData::reportIfListed_(const PDXBackupFile& keyFile) {
+  const auto listed = readyFinder_().findFile(keyFile.relativePath, keyFile.domain.value_or(kHomeDomain));
+  if (!listed || !extractor_->storedPath(*listed).empty()) return;
+  PDXLog::report({.what = "file",
+                  .where = keyFile.relativePath,
+                  .why = "the manifest lists it, but the backup folder does not hold it"});
 }
 
 std::string PDXDeviceData::GetFileByRelativePathInDomain(const std::string& path, const std::string& domain) {
@@ -148,6 +161,15 @@ PDXFiles::CopyResult PDXDeviceData::copyOfFileByRelativePathInDomain(const std::
 bool PDXDeviceData::holdsFileByRelativePathInDomain(const std::string& path, const std::string& domain) {
   const auto file = readyFinder_().findFile(path, domain);
   return file && !extractor_->storedPath(*file).empty();
+}
+
+bool PDXDeviceData::hasReadableManifest() {
+  const std::string manifest = PDXFiles::joined(backupPath_, "Manifest.db");
+  if (!PDXFiles::exists(manifest)) {
+    PDXLog::report({.what = "manifest", .where = manifest, .why = "there is no such file"});
+    return false;
+  }
+  return !readyFinder_().GetAllDomainNames().value_or(std::vector<std::string>()).empty();
 }
 
 bool PDXDeviceData::holdsFeature(int feature) {

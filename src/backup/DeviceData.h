@@ -54,6 +54,9 @@ class PDXDeviceData {
   /// Whether the manifest lists the file and the folder holds it.
   bool holdsFileByRelativePathInDomain(const std::string& path, const std::string& domain);
 
+  /// Whether there is a manifest that can be read; without one attachments cannot be found. The log says so.
+  bool hasReadableManifest();
+
   /// Whether the backup stores the feature's main file, readable or not.
   bool holdsFeature(int feature);
 
@@ -142,6 +145,7 @@ class PDXDeviceData {
   std::unique_ptr<PDXBackupExtraction> getExtractorClass_() const;
   PDXBackupNavigation& readyNavigator_();
   PDXBackupNavigation& readyFinder_();
+  void reportIfListed_(const PDXBackupFile& keyFile);
 
   std::mutex readyLock_;
   std::unique_ptr<PDXBackupNavigation> navigator_;

@@ -30,11 +30,16 @@ bool sortsBefore(const Titled& a, const Titled& b) {
   return PDXText::compareIgnoringCaseWithNumbers(a.title, b.title) < 0;
 }
 
+/// Whether a text holds the term, case and ways of writing an accent ignored.
+bool holds(const std::string& text, const std::string& term) {
+  return PDXText::containsIgnoringCase(PDXText::composed(text), PDXText::composed(term));
+}
+
 bool holdsTerm(const PDXMessageDetail& message, const std::string& term) {
-  return message.contains(term) || PDXText::containsIgnoringCase(message.subject, term) ||
-         std::any_of(message.messagePieces.begin(), message.messagePieces.end(), [&](const auto& piece) {
-           return piece.isText() && !piece.isFile &&
-                  PDXText::containsIgnoringCase(piece.contentLocation, term);
+  const auto& pieces = message.messagePieces;
+  return holds(message.message, term) || holds(message.subject, term) ||
+         std::any_of(pieces.begin(), pieces.end(), [&](const PDXMessagePiece& piece) {
+           return piece.isText() && !piece.isFile && holds(piece.contentLocation, term);
          });
 }
 
@@ -142,7 +147,7 @@ std::vector<PDXMessageDetail> PDXMessageReader::messagesForExport(PDXMessagesRea
                                                                   const std::optional<PDXDate>& endDate,
                                                                   const std::string& searchTerm) {
   auto messages = reader.everyMessageOfConversation(conversation, startDate, endDate);
-  if (searchTerm.empty() || PDXText::containsIgnoringCase(conversation.title(), searchTerm)) return messages;
+  if (searchTerm.empty() || holds(conversation.title(), searchTerm)) return messages;
   std::erase_if(messages, [&](const PDXMessageDetail& message) { return !holdsTerm(message, searchTerm); });
   return messages;
 }

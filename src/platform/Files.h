@@ -66,6 +66,10 @@ struct CopyResult {
 /// and writable for its owner.
 CopyResult copy(const std::string& from, const std::string& to, const std::stop_token& stop = {});
 
+/// Removes what a run that was killed left directly in a folder: the files it was writing. What belongs to a
+/// process that still lives stays.
+void removeAbandonedParts(const std::string& folder);
+
 /// The user's home folder.
 std::string home();
 

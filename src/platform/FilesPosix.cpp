@@ -1,11 +1,13 @@
 #include <fcntl.h>
 #include <pwd.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <charconv>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -66,10 +68,40 @@ PDXFiles::CopyResult resultOf(int code) {
   return {isFull ? Outcome::writeFailed : Outcome::readFailed, std::strerror(code)};
 }
 
+constexpr std::string_view kPartPrefix = ".pocketdex-";
+constexpr std::string_view kRunPrefix = "pocketdex-";
+
+/// The process in a name of ours, such as ".pocketdex-123-4.part"; nothing when the name is not of that form.
+std::optional<pid_t> ownerOf(std::string_view name, std::string_view prefix) {
+  if (!name.starts_with(prefix)) return std::nullopt;
+  name.remove_prefix(prefix.size());
+  const std::size_t end = std::min(name.find('-'), name.size());
+  pid_t process = 0;
+  const auto result = std::from_chars(name.data(), name.data() + end, process);
+  if (end == name.size() || result.ptr != name.data() + end || process <= 0) return std::nullopt;
+  return process;
+}
+
+bool isDead(const std::optional<pid_t>& process) {
+  return process && ::kill(*process, 0) != 0 && errno == ESRCH;
+}
+
+bool isOurs(const std::string& path) {
+  struct stat info{};
+  return ::lstat(path.c_str(), &info) == 0 && info.st_uid == ::geteuid();
+}
+
+void removeAbandonedRuns(const std::string& folder) {
+  for (const std::string& name : PDXFiles::list(folder)) {
+    const std::string path = PDXFiles::joined(folder, name);
+    if (isDead(ownerOf(name, kRunPrefix)) && isOurs(path)) PDXFiles::removeTree(path);
+  }
+}
+
 /// A name beside `path` that no other thread or process uses. Short whatever the name of the file is.
 std::string besidePath(const std::string& path) {
   static std::atomic<unsigned> counter = 0;
-  return PDXFiles::joined(PDXFiles::folderOf(path), ".pocketdex-" + std::to_string(::getpid()) + "-" +
+  return PDXFiles::joined(PDXFiles::folderOf(path), std::string(kPartPrefix) + std::to_string(::getpid()) + "-" +
                                                         std::to_string(++counter) + ".part");
 }
 
@@ -176,6 +208,12 @@ void removeTree(const std::string& path) {
   fs::remove_all(path, failed);
 }
 
+void removeAbandonedParts(const std::string& folder) {
+  for (const std::string& name : list(folder)) {
+    if (name.ends_with(".part") && isDead(ownerOf(name, kPartPrefix))) remove(joined(folder, name));
+  }
+}
+
 CopyResult copy(const std::string& from, const std::string& to, const std::stop_token& stop) {
   using Outcome = CopyResult::Outcome;
   if (!sizeOf(from)) return {Outcome::noSource, std::strerror(isFolder(from) ? EISDIR : ENOENT)};
@@ -221,7 +259,8 @@ void setTemporary(const std::string& folder) {
 }  // namespace PDXFiles
 
 PDXTemporaryRun::PDXTemporaryRun() : outer_(PDXFiles::temporary()) {
-  std::string pattern = PDXFiles::joined(outer_, "pocketdex-XXXXXX");
+  std::string pattern = PDXFiles::joined(outer_, std::string(kRunPrefix) + std::to_string(::getpid()) + "-XXXXXX");
+  removeAbandonedRuns(outer_);
   if (::mkdtemp(pattern.data()) == nullptr) return;
   path_ = pattern;
   PDXFiles::setTemporary(path_);

@@ -71,6 +71,14 @@ TEST_F(Command, MistakesAreOneLineAndTheirStatus) {
       {"info empty", 3, "is not a backup"},
       {"info ./file", 3, "it is not a folder"},
       {"export phone --to file/out", 5, "cannot write"},
+      {"export phone --to phone/out", 2, "it lies in the backup"},
+      {"get phone x --domain MediaDomain --to ./phone", 2, "it lies in the backup"},
+      {"get phone ../x --domain MediaDomain --to out", 2, "is no path inside a domain"},
+      {"get phone x --domain MediaDomian --to out", 2, "the nearest: \"MediaDomain\""},
+      {"files phone --domain Home", 2, "the nearest: \"HomeDomain\""},
+      {"get phone nothing.jpg --domain MediaDomain --to out", 1, "the backup does not hold \"nothing.jpg\""},
+      {"backups --in nowhere", 3, "there is no folder"},
+      {"info phone --json >/dev/full", 5, "cannot write to standard output"},
       {"sample phone", 5, "is not empty"},
   };
   for (const auto& c : cases) {
@@ -96,6 +104,31 @@ TEST_F(Command, FindsBackupsByTheBeginningOfTheirIdentifier) {
   const Ran several = run("info 00008120-A");
   EXPECT_EQ(several.status, 3);
   EXPECT_NE(several.errors.find("00008120-AAAA, 00008120-AABB"), std::string::npos) << several.errors;
+}
+
+TEST_F(Command, ListsAndCopiesSingleFiles) {
+  const auto files = nlohmann::json::parse(run("files phone --domain MediaDomain --json").output);
+  const auto& quoted = *std::find_if(files["items"].begin(), files["items"].end(), [](const auto& item) {
+    return item["relativePath"].template get<std::string>().find('\'') != std::string::npos;
+  });
+  const std::string path = quoted["relativePath"];
+  EXPECT_EQ(run("get phone \"" + path + "\" --domain MediaDomain --to got").status, 0);
+  const std::string id = quoted["fileId"];
+  EXPECT_EQ(fileText(folder_ / ("got/MediaDomain/" + path)),
+            fileText(folder_ / ("phone/" + id.substr(0, 2) + "/" + id)));
+  EXPECT_NE(run("domains phone").output.find("HomeDomain\n"), std::string::npos);
+  const auto backups = nlohmann::json::parse(run("backups --in . --json").output);
+  ASSERT_EQ(backups["items"].size(), 1U);
+  EXPECT_EQ(backups["items"][0]["deviceName"], "Ann's iPhone");
+}
+
+TEST_F(Command, AKilledRunIsClearedAway) {
+  PDXFiles::makeFolders(folder_ / "tmp/pocketdex-999999999-abc/Pocketdex");
+  PDXFiles::makeFolders(folder_ / "out/Messages");
+  folder_.write("out/Messages/.pocketdex-999999999-4.part", "half a page");
+  EXPECT_EQ(run("export phone --to out").status, 0);
+  for (const std::string& name : PDXFiles::list(folder_ / "out/Messages"))
+    EXPECT_FALSE(name.ends_with(".part")) << name;
 }
 
 TEST_F(Command, InfoAndListSpeakJson) {
@@ -147,6 +180,12 @@ TEST_F(Command, ADamagedStoreIsSaidAndTheRestComesOut) {
   EXPECT_EQ(ran.status, 1);
   EXPECT_NE(ran.errors.find("messages could not be read"), std::string::npos) << ran.errors;
   EXPECT_TRUE(PDXFiles::exists(folder_ / "out/export.json"));
+
+  const std::string store = "3d/3d0d7e5fb2ce288813306e4d4636395e047a3d28";
+  PDXFiles::remove(folder_ / ("phone/" + store));
+  const Ran lost = run("export phone --to out");
+  EXPECT_EQ(lost.status, 1);
+  EXPECT_NE(lost.errors.find("the manifest lists it, but"), std::string::npos) << lost.errors;
 
   PDXSampleBackupFolder without(folder_ / "without");
   EXPECT_TRUE(without.finish());

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 
 namespace {
@@ -37,6 +38,12 @@ void PDXConsole::progress(const std::string& what, std::size_t done, std::size_t
   const std::string bar = std::string(filled, '#') + std::string(kWidth - filled, '.');
   fmt::print(stderr, "\r{} [{}] {}/{}", what, bar, done, total);
   std::fflush(stderr);
+}
+
+bool PDXConsole::outputArrived() {
+  errno = 0;
+  const bool arrived = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+  return arrived || errno == EPIPE;
 }
 
 void PDXConsole::endProgress() {

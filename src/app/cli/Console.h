@@ -22,6 +22,9 @@ class PDXConsole {
   /// Shows how far the work has come, when standard error is a terminal.
   void progress(const std::string& what, std::size_t done, std::size_t total);
 
+  /// Whether everything said on standard output has arrived. A reader that went away counts as content.
+  static bool outputArrived();
+
   /// Removes the progress line.
   void endProgress();
 

@@ -18,6 +18,22 @@ std::string counted(std::size_t count, const char* one, const char* many) {
   return fmt::format("{} {}", count, count == 1 ? one : many);
 }
 
+/// Adds an option whose value is one of some words; `target` receives the word's place among them.
+void addChoice(CLI::App& app, const std::string& name, std::int32_t& target, const std::vector<std::string>& words,
+               const std::string& help) {
+  const std::string list = fmt::format("{}", fmt::join(words, ", "));
+  app.add_option_function<std::string>(
+         name,
+         [&target, words](const std::string& word) {
+           target = static_cast<std::int32_t>(std::find(words.begin(), words.end(), word) - words.begin());
+         },
+         help + ": " + list)
+      ->type_name("WORD")
+      ->check([words, list](const std::string& word) {
+        return std::find(words.begin(), words.end(), word) != words.end() ? "" : "\"" + word + "\" is none of " + list;
+      });
+}
+
 class ExportCommand final : public PDXCommand {
  public:
   void addOptions(CLI::App& app) override {
@@ -42,6 +58,7 @@ class ExportCommand final : public PDXCommand {
     }
     PDXExitStatus status = PDXExitStatus::done;
     const auto found = PDXOpenedBackup::find(backupOptions_.backup, status);
+    if (found && found->refusesOutput(options_.outputFolder)) return PDXExitStatus::usage;
     const auto deviceData = found ? found->open(status) : nullptr;
     if (deviceData != nullptr) found->warnIfUnfinished();
     return deviceData == nullptr ? status : exportTo(context, found->information(), *deviceData);
@@ -49,15 +66,11 @@ class ExportCommand final : public PDXCommand {
 
  private:
   void addPageOptions(CLI::App& app) {
-    app.add_option("--layout", options_.page.exportLayout, "bubble or compact")
-        ->transform(CLI::CheckedTransformer(std::map<std::string, int>{{"bubble", 0}, {"compact", 1}}));
-    app.add_option("--order", options_.page.messageOrder, "oldest or newest first")
-        ->transform(CLI::CheckedTransformer(std::map<std::string, int>{{"oldest", 0}, {"newest", 1}}));
-    app.add_option("--font", options_.page.fontSizeStyle, "small, medium, large or extra-large")
-        ->transform(CLI::CheckedTransformer(
-            std::map<std::string, int>{{"small", 0}, {"medium", 1}, {"large", 2}, {"extra-large", 3}}));
+    addChoice(app, "--layout", options_.page.exportLayout, {"bubble", "compact"}, "How messages look");
+    addChoice(app, "--order", options_.page.messageOrder, {"oldest", "newest"}, "Which messages come first");
+    addChoice(app, "--font", options_.page.fontSizeStyle, {"small", "medium", "large", "extra-large"}, "Size of text");
     app.add_flag("--contact-numbers", options_.page.includeMessageContactNumber,
-                 "Senders' numbers beside their names");
+                 "Senders' numbers beside their names, where they begin with a digit");
     app.add_flag("--contact-pictures", options_.page.includeContactImages, "Senders' pictures");
   }
 
@@ -65,6 +78,7 @@ class ExportCommand final : public PDXCommand {
     for (const std::string& kind : options_.kinds) {
       if (auto mistake = kindMistake(kind)) return mistake;
     }
+    if (options_.outputFolder.empty()) return "--to names no folder";
     if (format_ != "html")
       return "the format \"" + format_ + "\" is not built yet: leave out --format, or say html";
     return range_.mistake();

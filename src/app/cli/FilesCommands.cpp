@@ -134,6 +134,7 @@ class GetCommand final : public PDXCommand {
   PDXExitStatus run(PDXCommandContext& context) override {
     PDXExitStatus status = PDXExitStatus::done;
     const auto found = PDXOpenedBackup::find(backupOptions_.backup, status);
+    if (found && found->refusesOutput(folder_)) return PDXExitStatus::usage;
     const auto deviceData = found ? found->open(status) : nullptr;
     if (deviceData == nullptr) return status;
     if (const auto mistake = domainMistake(*deviceData, domain_)) {

@@ -101,3 +101,10 @@ void PDXOpenedBackup::warnIfUnfinished() const {
   PDXConsole::error("warning: this backup was not finished (its state is \"" + information_.snapshotState() +
                     "\"); some of the device's content may not be in it");
 }
+
+bool PDXOpenedBackup::refusesOutput(const std::string& folder) const {
+  const std::string target = PDXFiles::absolute(folder);
+  if (target != path_ && !target.starts_with(path_ + "/")) return false;
+  PDXConsole::error("cannot write to " + folder + ": it lies in the backup, which is never changed; choose another folder");
+  return true;
+}

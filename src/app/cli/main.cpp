@@ -93,7 +93,11 @@ PDXExitStatus runParsed(Parsed& parsed) {
     if (app->parsed()) status = command->run(context);
   }
   console.endProgress();
-  if (status == PDXExitStatus::interrupted) PDXConsole::error("stopped; what was written so far is whole");
+  if (status == PDXExitStatus::interrupted) PDXConsole::error("stopped");
+  if (!PDXConsole::outputArrived()) {
+    PDXConsole::error("cannot write to standard output: it is full or closed");
+    return PDXExitStatus::unwritable;
+  }
   return status;
 }
 

@@ -33,6 +33,7 @@ PDXExportJob::PDXExportJob(PDXDeviceData& deviceData, const PDXBackupInformation
 PDXExportJob::~PDXExportJob() = default;
 
 std::optional<std::string> PDXExportJob::prepare() {
+  deviceData_.hasReadableManifest();  // Says in the log when not: the report names it.
   if (!takes_("messages")) return std::nullopt;
   messages_ = std::make_unique<PDXMessageReader>();
   hasMessages_ = messages_->loadConversationsFromDeviceData(&deviceData_);
