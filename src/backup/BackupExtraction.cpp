@@ -29,9 +29,10 @@ std::string PDXBackupExtraction::extractFile(const PDXBackupFile& file) const {
   if (result) return destination;
   PDXFiles::remove(destination);
   if (result.outcome == PDXFiles::CopyResult::Outcome::writeFailed) {
-    PDXLog::report({.what = "scratch folder",
-                    .where = PDXScratchFolder::path(),
-                    .why = result.why + " (for " + file.relativePath + "); set TMPDIR to a folder with more room"});
+    PDXLog::report(
+        {.what = "scratch folder",
+         .where = PDXScratchFolder::path(),
+         .why = result.why + " (for " + file.relativePath + "); set TMPDIR to a folder with more room"});
   } else {
     PDXLog::report({.what = "file", .where = file.relativePath, .why = result.why});
   }
@@ -41,10 +42,10 @@ std::string PDXBackupExtraction::extractFile(const PDXBackupFile& file) const {
 std::string PDXBackupExtraction::storedPath(const PDXBackupFile& file) const {
   if (!isIdentifier(file.fileId)) return "";
   std::string flat = PDXFiles::joined(fullBackupPath_, file.fileId);
-  if (PDXFiles::sizeOf(flat)) return flat;
+  if (!PDXFiles::isMissing(flat)) return flat;
   const std::string nested =
       PDXFiles::joined(PDXFiles::joined(fullBackupPath_, file.fileId.substr(0, 2)), file.fileId);
-  return PDXFiles::sizeOf(nested) ? nested : "";
+  return PDXFiles::isMissing(nested) ? "" : nested;
 }
 
 void PDXBackupExtraction::setAppIsClosing(bool isClosing) {

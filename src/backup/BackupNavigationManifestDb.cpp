@@ -9,17 +9,8 @@
 
 namespace {
 
-/// Whether the header says that a database keeps its changes in a write-ahead log.
-bool usesWriteAheadLog(const std::string& path) {
-  const PDXBytes header = PDXFiles::readBeginning(path, 20);
-  return header.size() == 20 && header[18] == 2 && header[19] == 2;
-}
-
-/// Whether changes wait beside a database, in a log or in a journal left by an interrupted writer.
-bool hasPendingChanges(const std::string& path) {
-  return PDXFiles::sizeOf(path + "-wal").value_or(0) > 0 ||
-         PDXFiles::sizeOf(path + "-journal").value_or(0) > 0;
-}
+/// Whether changes wait in a write-ahead log beside a database.
+bool hasLog(const std::string& path) { return PDXFiles::sizeOf(path + "-wal").value_or(0) > 0; }
 
 PDXBackupFile recordOf(const PDXSQLiteStatement& rows) { return {rows.text(1), rows.text(0), rows.text(2)}; }
 
@@ -90,10 +81,9 @@ PDXSQLiteDatabase PDXBackupNavigationManifestDb::openManifest_() {
     reportOnce_("there is no such file");
     return {};
   }
-  if (hasPendingChanges(manifestPath_)) return PDXSQLiteDatabase(scratchCopyOf_(manifestPath_));
-  const bool immutable = usesWriteAheadLog(manifestPath_);
-  PDXSQLiteDatabase database(manifestPath_,
-                             immutable ? PDXSQLiteAccess::immutable : PDXSQLiteAccess::readOnly);
+  if (hasLog(manifestPath_)) return PDXSQLiteDatabase(scratchCopyOf_(manifestPath_));
+  // Also keeps SQLite from a journal beside it, whose last bytes may name any file for it to delete.
+  PDXSQLiteDatabase database(manifestPath_, PDXSQLiteAccess::immutable);
   if (!database.isOpen()) reportOnce_(database.error());
   return database;
 }
@@ -105,7 +95,7 @@ std::string PDXBackupNavigationManifestDb::scratchCopyOf_(const std::string& man
   std::string copy = PDXFiles::joined(scratchFolder_, "Manifest.db");
   if (PDXFiles::exists(copy)) return copy;
   PDXFiles::makePrivateFolder(scratchFolder_);
-  for (const char* companion : {"-wal", "-journal", ""}) {
+  for (const char* companion : {"-wal", ""}) {
     const std::string source = manifest + companion;
     if (PDXFiles::sizeOf(source).value_or(0) == 0) continue;
     if (const auto result = PDXFiles::copy(source, copy + companion); !result) reportOnce_(result.why);
@@ -120,6 +110,8 @@ void PDXBackupNavigationManifestDb::reportOnce_(const std::string& why) {
 
 std::optional<PDXBackupFile> PDXBackupNavigationManifestDb::GetFileByRelativePathInDomain(
     const std::string& path, const std::string& domain) {
+  // A quote would end the text in the statement, and what follows it be run: such a name finds nothing.
+  if (path.find('\'') != std::string::npos || domain.find('\'') != std::string::npos) return std::nullopt;
   Session session(*this);
   if (!session) return std::nullopt;
   auto rows = manifestDatabase_->prepare("select fileID from Files where relativePath = '" + path +

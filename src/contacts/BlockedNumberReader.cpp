@@ -30,8 +30,9 @@ std::string nameIn(const PDXSQLiteStatement& row) {
 }
 
 /// Adds what the address book knows of the owner of the number. The number goes into the statement as it
-/// stands: one with a quote finds nobody.
+/// stands: one with a quote finds nobody, and nothing behind the quote is run.
 void addOwner(PDXBlockedNumber& blocked, const PDXSQLiteDatabase& database, const std::string& phoneColumn) {
+  if (blocked.number.find('\'') != std::string::npos) return;
   auto rows = database.prepare("SELECT c0First, c2Middle, c1Last, " + phoneColumn + " FROM " +
                                PDXSearchTexts::kTable + " WHERE " + phoneColumn + " LIKE '%" +
                                blocked.number + "%';");
@@ -55,7 +56,9 @@ std::vector<PDXBlockedNumber> PDXBlockedNumberReader::readBlockedNumbersFromPLis
   if (plistPath.empty() || !PDXFiles::exists(plistPath)) return {};
   const auto list = PDXPropertyList::parseFile(plistPath);
   if (!list) {
-    PDXLog::report({.what = "blocked numbers", .where = plistPath, .why = "not a readable property list"});
+    PDXLog::report({.what = "blocked numbers",
+                    .where = std::string(PDXText::lastPathComponent(plistPath)),
+                    .why = "not a readable property list"});
     return {};
   }
   const auto* items = itemsOf(*list);

@@ -134,7 +134,9 @@ class OpenedDatabase {
   void complain() {
     if (hasComplained_ || !PDXFiles::exists(path_)) return;
     hasComplained_ = true;
-    PDXLog::report({.what = "contacts", .where = path_, .why = database_.error()});
+    PDXLog::report({.what = "contacts",
+                    .where = std::string(PDXText::lastPathComponent(path_)),
+                    .why = database_.error()});
   }
 
  private:
@@ -244,6 +246,8 @@ std::vector<PDXContactEntry> PDXContactsDatabaseReader::readContacts() {
 }
 
 std::string PDXContactsDatabaseReader::searchForContactNameWithAddress(std::string_view address) const {
+  // A quote would end the text in the statement, and what follows it be run: such an address is nobody's.
+  if (address.find('\'') != std::string_view::npos) return "";
   const PDXSQLiteDatabase database(databasePath_);
   if (!PDXSearchTexts::existIn(database)) return "";
   const bool isEmailAddress = address.find('@') != std::string_view::npos;

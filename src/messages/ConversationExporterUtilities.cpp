@@ -49,13 +49,14 @@ PDXBytes pictureOf(const PDXContactEntry& contact) {
   return picture;
 }
 
-std::string savePicture(const PDXMessageParticipant& participant, const std::string& folder) {
+std::string savePicture(const PDXMessageParticipant& participant, const std::string& folder,
+                        std::size_t number) {
   const PDXContactEntry* contact = PDXContactsDatabase::getContactWithAddress(participant.address());
   if (contact == nullptr) return "";
   const PDXBytes picture = pictureOf(*contact);
   const std::string extension = PDXImages::extensionFor(picture);
   if (extension.empty() || !PDXFiles::makeFolders(folder)) return "";
-  const std::string name = PDXFileName::safe("Contact " + participant.address(), 190) + "." + extension;
+  const std::string name = "Contact " + std::to_string(number) + "." + extension;
   PDXAtomicFile file(PDXFiles::joined(folder, name));
   file.append({reinterpret_cast<const char*>(picture.data()), picture.size()});
   return file.commit() ? file.path() : "";
@@ -140,7 +141,7 @@ std::string PDXConversationExporterUtilities::getImageForParticipantWithOptionsA
     const PDXMessageParticipant& participant, const PDXConversationExportOptions& options,
     std::unordered_map<std::string, std::string>& cache) {
   const auto [known, isNew] = cache.try_emplace(participant.address());
-  if (isNew) known->second = savePicture(participant, options.mediaPath);
+  if (isNew) known->second = savePicture(participant, options.mediaPath, cache.size());
   return known->second;
 }
 

@@ -39,6 +39,8 @@ std::vector<const PDXMessageDetail*> ordered(const std::vector<PDXMessageDetail>
   return order;
 }
 
+constexpr std::string_view kCloudNotesPrefix = POCKETDEX_CLOUD_NOTES_PREFIX;
+
 bool has(const std::string& text, const char* part) { return text.find(part) != std::string::npos; }
 
 /// The sentence that tells a page's date range; "" without one.
@@ -304,7 +306,7 @@ void PDXConversationHTMLExporter::appendPiece_(std::string& html, const PDXMessa
     appendStandardImageHTMLTypeLocationOptions(html, type, piece.contentLocation, options);
   } else if (has(type, "video/")) {
     appendStandardVideoHTMLLocationOptions(html, piece.contentLocation, options);
-  } else if (type == "ic_note") {
+  } else if (type == "ic_note" && !piece.isFile) {
     appendNoteHTMLLocationOptions(html, piece.contentLocation, options);
   } else {
     appendStandardAttachmentHTMLTypeLocationOptions(html, type, piece.contentLocation, options);
@@ -360,9 +362,9 @@ void PDXConversationHTMLExporter::appendNoteHTMLLocationOptions(std::string& htm
                               "Width=\"48\" Height=\"48\" style=\"float:left; margin-right:8px;\"") +
                           "<span style=\"font-weight:bold; margin-top:4px; display:inline-block;\">" +
                           heading + "</span><br /><span style=\"color:#666;\">iCloud Note</span>";
-  html += options.isPreview
-              ? box + "\r\n"
-              : "<a href=\"" + PDXText::escapedForHtmlAttribute(location) + "\">" + box + "</a>\r\n";
+  const bool isLink = !options.isPreview && location.starts_with(kCloudNotesPrefix);
+  html += !isLink ? box + "\r\n"
+                  : "<a href=\"" + PDXText::escapedForHtmlAttribute(location) + "\">" + box + "</a>\r\n";
 }
 
 std::optional<std::string> PDXConversationHTMLExporter::copyAttachment_(

@@ -16,6 +16,8 @@ class PDXConversationWorkingList {
   /// The conversation that was first given this id, new when there is none.
   PDXMessagesConversation& conversationWithId(std::int32_t conversationId);
 
+  bool hasConversationWithId(std::int32_t conversationId) const { return byId_.contains(conversationId); }
+
   /// A new conversation with that handle of the first iMessage layout; null when there is one already.
   PDXMessagesConversation* newConversationWithHandle(const std::string& madridHandle);
 

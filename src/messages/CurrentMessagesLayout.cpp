@@ -1,12 +1,14 @@
 #include "messages/CurrentMessagesLayout.h"
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
 #include <string>
 #include <string_view>
 
 #include "backup/SQLiteHelper.h"
 #include "messages/MessageRows.h"
+#include "platform/Log.h"
 #include "platform/Text.h"
 
 namespace {
@@ -150,6 +152,7 @@ class Attachments {
       }
       message.messagePieces.emplace_back(rows_.text(1), 0, rows_.text(0)).isFile = true;
     }
+    PDXMessageRows::reportUnlessComplete(rows_, "attachments");
   }
 
  private:
@@ -169,7 +172,16 @@ class ChatCounts {
   }
 
   /// Whether the last count could not be made, so that its 0 says nothing about the chat.
-  bool isCountDamaged() const { return count_.failed(); }
+  bool isCountDamaged() {
+    if (count_.failed()) damage_ = count_.error();
+    return count_.failed();
+  }
+
+  /// Says in the log when a count could not be made.
+  void reportDamage() const {
+    if (!damage_.empty())
+      PDXLog::report({.what = "messages", .where = "the count of messages", .why = damage_});
+  }
 
   /// 0 for a handle without messages.
   std::uint64_t getLastUpdatedValueForHandle_(std::int64_t handleId) {
@@ -185,14 +197,69 @@ class ChatCounts {
 
   PDXSQLiteStatement count_;
   PDXSQLiteStatement newest_;
+  std::string damage_;
 };
 
+bool fitsAnId(std::int64_t id) {
+  using Limits = std::numeric_limits<std::int32_t>;
+  return id >= Limits::min() && id <= Limits::max();
+}
+
+/// Adds what a row of chat id, address, service and handle id tells.
+void listRow(const PDXSQLiteStatement& row, ChatCounts& counts, PDXConversationWorkingList& list) {
+  if (!fitsAnId(row.int64(0))) {
+    PDXLog::report({.what = "messages", .where = "chat " + row.text(0), .why = "its number is out of range"});
+    return;
+  }
+  const std::int32_t messages = counts.getMessageCountForChatId_(row.int64(0));
+  if (messages <= 0 && !counts.isCountDamaged()) return;
+  PDXMessagesConversation& conversation = list.conversationWithId(static_cast<std::int32_t>(row.int64(0)));
+  conversation.messageCount = messages;
+  conversation.lastUpdated =
+      std::max(conversation.lastUpdated, counts.getLastUpdatedValueForHandle_(row.int64(3)));
+  if (!row.isNull(1)) list.addParticipant(conversation, row.text(1));
+}
+
+/// Lists chat by chat those that are not in the list yet, since one damaged row ends the whole list. A chat
+/// whose handles are gone is named by its identifier.
+void salvageConversations(const PDXSQLiteDatabase& database, ChatCounts& counts,
+                          PDXConversationWorkingList& list) {
+  auto ids = database.prepare("select distinct chat_id from chat_message_join");
+  auto rows = database.prepare(
+      "SELECT chj.chat_id, h.id, h.service, chj.handle_id FROM chat_handle_join chj INNER JOIN handle h ON "
+      "chj.handle_id = h.ROWID WHERE chj.chat_id=?");
+  auto names = database.prepare("SELECT ROWID, chat_identifier, NULL, 0 FROM chat WHERE ROWID=?");
+  while (ids.step()) {
+    const std::int64_t id = ids.int64(0);
+    if (!fitsAnId(id) || list.hasConversationWithId(static_cast<std::int32_t>(id))) continue;
+    for (PDXSQLiteStatement* source : {&rows, &names}) {
+      source->reset();
+      source->bind(1, id);
+      bool isFound = false;
+      for (; source->step(); isFound = true) listRow(*source, counts, list);
+      if (isFound) break;
+    }
+    if (!list.hasConversationWithId(static_cast<std::int32_t>(id))) {
+      PDXMessagesConversation& conversation = list.conversationWithId(static_cast<std::int32_t>(id));
+      conversation.messageCount = counts.getMessageCountForChatId_(id);
+    }
+  }
+}
+
+/// The columns to read of message: those that the store has, in the order of the statement. A store that
+/// lacks one loses what it tells, not its messages.
+std::string messageColumns(const PDXSQLiteDatabase& database) {
+  const auto ifThere = [&](const char* column, const char* text) {
+    return PDXSQLiteHelper::doesDatabaseContainTableWithColumnNamed(database, "message", column) ? text : "";
+  };
+  return std::string("m.ROWID, m.text") + ifThere("subject", ", m.subject") + ", m.date" +
+         ifThere("date_read", ", m.date_read") + ifThere("date_delivered", ", m.date_delivered") + ", h.id" +
+         ifThere("service", ", m.service") + ", m.is_from_me" +
+         (hasStatusColumns(database) ? ", m.is_sent, m.is_delivered, m.is_read" : "");
+}
+
 std::string messagesStatement(const PDXSQLiteDatabase& database, const std::string& where) {
-  const char* status = hasStatusColumns(database) ? ", m.is_sent, m.is_delivered, m.is_read" : "";
-  return std::string(
-             "select m.ROWID, m.text, m.subject, m.date, m.date_read, m.date_delivered, h.id, m.service, "
-             "m.is_from_me") +
-         status +
+  return "select " + messageColumns(database) +
          " from message  m inner join chat_message_join cmj on cmj.message_id = m.ROWID left join handle h "
          "on h.ROWID "
          "= m.handle_id where " +
@@ -235,22 +302,19 @@ void listConversations(const PDXSQLiteDatabase& database, PDXConversationWorking
       "ON "
       "chj.chat_id = c.ROWID INNER JOIN handle h ON chj.handle_id = h.ROWID;");
   ChatCounts counts(database);
-  while (rows.step()) {
-    const std::int32_t messages = counts.getMessageCountForChatId_(rows.int64(0));
-    if (messages <= 0 && !counts.isCountDamaged()) continue;
-    PDXMessagesConversation& conversation = list.conversationWithId(static_cast<std::int32_t>(rows.int64(0)));
-    conversation.messageCount = messages;
-    conversation.lastUpdated =
-        std::max(conversation.lastUpdated, counts.getLastUpdatedValueForHandle_(rows.int64(3)));
-    if (!rows.isNull(1)) list.addParticipant(conversation, rows.text(1));
-  }
-  PDXMessageRows::reportUnlessComplete(database, rows, "the list of conversations");
+  while (rows.step()) listRow(rows, counts, list);
+  PDXMessageRows::reportUnlessComplete(rows, "the list of conversations");
+  if (rows.failed() && !rows.wasInterrupted()) salvageConversations(database, counts, list);
+  counts.reportDamage();
 }
 
 std::vector<std::int64_t> messagesWithAttachments(const PDXSQLiteDatabase& database) {
   std::vector<std::int64_t> ids;
   auto rows = database.prepare("SELECT DISTINCT message_id FROM message_attachment_join ORDER BY message_id");
   while (rows.step()) ids.push_back(rows.int64(0));
+  if (PDXSQLiteHelper::doesDatabaseContainTable(database, "message_attachment_join")) {
+    PDXMessageRows::reportUnlessComplete(rows, "attachments");
+  }
   return ids;
 }
 
@@ -263,10 +327,13 @@ void loadMessages(const PDXSQLiteDatabase& database, const PDXMessagesConversati
   auto rows = database.prepare(sql + " order by m.ROWID asc");
   Attachments attachments(database, withAttachments);
   appendMessages(rows, attachments, messages);
-  PDXMessageRows::reportUnlessComplete(database, rows, conversation.title());
+  PDXMessageRows::reportUnlessComplete(rows, conversation.title());
   if (!rows.failed() || rows.wasInterrupted() || !query.reachesEverything) return;
+  std::vector<PDXMessageDetail> salvaged;
+  salvageMessages(database, sql, conversation, attachments, salvaged);
+  if (salvaged.size() <= messages.size() - first) return;
   messages.resize(first);
-  salvageMessages(database, sql, conversation, attachments, messages);
+  std::move(salvaged.begin(), salvaged.end(), std::back_inserter(messages));
 }
 
 bool hasMessage(const PDXSQLiteDatabase& database, const PDXMessagesConversation& conversation,

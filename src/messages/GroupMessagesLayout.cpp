@@ -58,13 +58,18 @@ enum Column {
   kPartId
 };
 
+PDXDate since1970(std::int64_t seconds) {
+  constexpr std::int64_t kLeast = std::numeric_limits<std::int64_t>::min() + kSecondsTo2001;
+  return PDXDates::fromReferenceSeconds(std::max(seconds, kLeast) - kSecondsTo2001);
+}
+
 PDXMessageDetail messageFromRow(const PDXSQLiteStatement& rows, std::int32_t groupId) {
   PDXMessageDetail message;
   message.groupId = groupId;
   message.rowId = static_cast<std::int32_t>(rows.int64(kRowId));
   message.direction = rows.int64(kFlags) == 2 ? 0 : 1;
   message.message = rows.text(kText);
-  if (!rows.isNull(kDate)) message.time = PDXDates::fromReferenceSeconds(rows.int64(kDate) - kSecondsTo2001);
+  if (!rows.isNull(kDate)) message.time = since1970(rows.int64(kDate));
   return message;
 }
 
@@ -110,8 +115,7 @@ void loadGroup(const PDXSQLiteDatabase& database, const std::string& sql, std::i
   }
   // Newer stores keep a table "message" without groups beside migrated ones: such a statement does not
   // compile.
-  if (rows.isValid())
-    PDXMessageRows::reportUnlessComplete(database, rows, "group " + std::to_string(groupId));
+  if (rows.isValid()) PDXMessageRows::reportUnlessComplete(rows, "group " + std::to_string(groupId));
 }
 
 }  // namespace
@@ -130,7 +134,7 @@ void listConversations(const PDXSQLiteDatabase& database, PDXConversationWorking
     PDXMessagesConversation& conversation = list.conversationWithId(static_cast<std::int32_t>(rows.int64(0)));
     if (!rows.isNull(1)) list.addParticipant(conversation, rows.text(1));
   }
-  PDXMessageRows::reportUnlessComplete(database, rows, "the list of message groups");
+  PDXMessageRows::reportUnlessComplete(rows, "the list of message groups");
 }
 
 void loadMessages(const PDXSQLiteDatabase& database, const PDXMessagesConversation& conversation,

@@ -115,6 +115,7 @@ class Rows {
                                            PDXText::replacedAll(attachments_.text(0), "/var/mobile/", ""));
         message.messagePieces.back().isFile = true;
       }
+      PDXMessageRows::reportUnlessComplete(attachments_, "attachments");
     }
   }
 
@@ -156,7 +157,7 @@ void loadEverything(const PDXSQLiteDatabase& database, const std::string& suffix
     message.messageAddress = reader.handle();
     message.subject = reader.subject();
   }
-  PDXMessageRows::reportUnlessComplete(database, rows, handle);
+  PDXMessageRows::reportUnlessComplete(rows, handle);
 }
 
 }  // namespace
@@ -181,7 +182,7 @@ void listConversations(const PDXSQLiteDatabase& database, PDXConversationWorking
       if (address.string() != nullptr) list.addParticipant(*conversation, *address.string());
     }
   }
-  PDXMessageRows::reportUnlessComplete(database, rows, "the list of the first iMessage chats");
+  PDXMessageRows::reportUnlessComplete(rows, "the list of the first iMessage chats");
 }
 
 void loadMessages(const PDXSQLiteDatabase& database, const PDXMessagesConversation& conversation,

@@ -17,6 +17,9 @@ namespace PDXFiles {
 bool exists(const std::string& path);
 bool isFolder(const std::string& path);
 
+/// Whether nothing lies at the path. What may not be looked at is taken to be there.
+bool isMissing(const std::string& path);
+
 /// Bytes of a regular file; nothing when there is none.
 std::optional<std::uint64_t> sizeOf(const std::string& path);
 
@@ -62,8 +65,8 @@ struct CopyResult {
 };
 
 /// Copies a file's bytes to a new file in the cheapest way the file system offers: sharing its blocks, else
-/// copying inside the kernel. The target appears whole or not at all, replaces an older one, and is readable
-/// and writable for its owner.
+/// copying inside the kernel. A link is not followed: in a backup it could lead to any file of the user's.
+/// The target appears whole or not at all, replaces an older one, and is readable and writable for its owner.
 CopyResult copy(const std::string& from, const std::string& to, const std::stop_token& stop = {});
 
 /// Removes what a run that was killed left directly in a folder: the files it was writing. What belongs to a

@@ -87,7 +87,7 @@ bool isDead(const std::optional<pid_t>& process) {
 }
 
 bool isOurs(const std::string& path) {
-  struct stat info{};
+  struct stat info {};
   return ::lstat(path.c_str(), &info) == 0 && info.st_uid == ::geteuid();
 }
 
@@ -101,8 +101,8 @@ void removeAbandonedRuns(const std::string& folder) {
 /// A name beside `path` that no other thread or process uses. Short whatever the name of the file is.
 std::string besidePath(const std::string& path) {
   static std::atomic<unsigned> counter = 0;
-  return PDXFiles::joined(PDXFiles::folderOf(path), std::string(kPartPrefix) + std::to_string(::getpid()) + "-" +
-                                                        std::to_string(++counter) + ".part");
+  return PDXFiles::joined(PDXFiles::folderOf(path), std::string(kPartPrefix) + std::to_string(::getpid()) +
+                                                        "-" + std::to_string(++counter) + ".part");
 }
 
 }  // namespace
@@ -114,6 +114,11 @@ bool exists(const std::string& path) { return !path.empty() && ::access(path.c_s
 bool isFolder(const std::string& path) {
   struct stat info {};
   return ::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+bool isMissing(const std::string& path) {
+  struct stat info {};
+  return ::lstat(path.c_str(), &info) != 0 && (errno == ENOENT || errno == ENOTDIR);
 }
 
 std::optional<std::uint64_t> sizeOf(const std::string& path) {
@@ -216,9 +221,12 @@ void removeAbandonedParts(const std::string& folder) {
 
 CopyResult copy(const std::string& from, const std::string& to, const std::stop_token& stop) {
   using Outcome = CopyResult::Outcome;
-  if (!sizeOf(from)) return {Outcome::noSource, std::strerror(isFolder(from) ? EISDIR : ENOENT)};
-  const Descriptor source(::open(from.c_str(), O_RDONLY | O_CLOEXEC));
+  if (isMissing(from)) return {Outcome::noSource, std::strerror(ENOENT)};
+  const Descriptor source(::open(from.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
   if (source.get() < 0) return {Outcome::readFailed, std::strerror(errno)};
+  struct stat info {};
+  if (::fstat(source.get(), &info) != 0 || !S_ISREG(info.st_mode))
+    return {Outcome::readFailed, "it is no regular file"};
 
   const std::string part = besidePath(to);
   Descriptor target(::open(part.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
@@ -259,7 +267,8 @@ void setTemporary(const std::string& folder) {
 }  // namespace PDXFiles
 
 PDXTemporaryRun::PDXTemporaryRun() : outer_(PDXFiles::temporary()) {
-  std::string pattern = PDXFiles::joined(outer_, std::string(kRunPrefix) + std::to_string(::getpid()) + "-XXXXXX");
+  std::string pattern =
+      PDXFiles::joined(outer_, std::string(kRunPrefix) + std::to_string(::getpid()) + "-XXXXXX");
   removeAbandonedRuns(outer_);
   if (::mkdtemp(pattern.data()) == nullptr) return;
   path_ = pattern;

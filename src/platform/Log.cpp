@@ -7,6 +7,8 @@
 #include <mutex>
 #include <utility>
 
+#include "platform/Text.h"
+
 namespace {
 
 struct State {
@@ -33,7 +35,8 @@ spdlog::logger& errorLog() {
 
 void PDXLog::report(const PDXProblem& problem) {
   if (state().verbose) {
-    errorLog().warn("{}: {}{}{}", problem.what, problem.where, problem.why.empty() ? "" : ": ", problem.why);
+    const std::string why = problem.why.empty() ? "" : ": " + problem.why;
+    errorLog().warn("{}", PDXText::printable(problem.what + ": " + problem.where + why));
   }
   const std::lock_guard guard(state().lock);
   if (state().listener) state().listener(problem);

@@ -210,6 +210,7 @@ bool follow(std::string_view tag, std::vector<std::string_view>& openElements) {
 
 bool isXmlSafe(std::string_view bytes) {
   std::vector<std::string_view> openElements;
+  std::uint64_t tags = 0;
   for (std::size_t at = bytes.find('<'); at < bytes.size(); at = bytes.find('<', at)) {
     const std::string_view rest = bytes.substr(at);
     if (rest.starts_with("<!-->") || rest.starts_with("<!--->")) return false;
@@ -219,7 +220,9 @@ bool isXmlSafe(std::string_view bytes) {
       at = behind(bytes, at, "]]>");
     } else {
       const std::size_t end = rest.find('>');
-      if (end == std::string_view::npos || !follow(rest.substr(1, end - 1), openElements)) return false;
+      if (++tags > 2 * kMostValues || end == std::string_view::npos ||
+          !follow(rest.substr(1, end - 1), openElements))
+        return false;
       at += end + 1;
     }
   }

@@ -2,6 +2,7 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <cstring>
 #include <mutex>
 #include <utility>
@@ -56,6 +57,14 @@ std::string immutableAddress(const std::string& path) {
   return (encoded.starts_with('/') ? "file://" : "file:") + encoded + "?immutable=1";
 }
 
+/// No value is longer than the file that holds it; a computed column could claim otherwise.
+void limitLengths(sqlite3* handle, const std::string& path) {
+  constexpr std::uint64_t kLeast = std::uint64_t{16} << 20;
+  constexpr std::uint64_t kMost = 1'000'000'000;
+  const std::uint64_t size = PDXFiles::sizeOf(path).value_or(0) + PDXFiles::sizeOf(path + "-wal").value_or(0);
+  sqlite3_limit(handle, SQLITE_LIMIT_LENGTH, static_cast<int>(std::clamp(size, kLeast, kMost)));
+}
+
 void harden(sqlite3* handle, PDXSQLiteAccess access) {
   sqlite3_extended_result_codes(handle, 1);
   sqlite3_busy_timeout(handle, 2000);
@@ -63,6 +72,8 @@ void harden(sqlite3* handle, PDXSQLiteAccess access) {
   sqlite3_db_config(handle, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
   sqlite3_db_config(handle, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
   sqlite3_db_config(handle, SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
+  sqlite3_db_config(handle, SQLITE_DBCONFIG_ENABLE_VIEW, 0,
+                    nullptr);  // One could run for ever under a table's name.
   sqlite3_exec(handle, "PRAGMA cell_size_check=ON", nullptr, nullptr, nullptr);
 }
 
@@ -87,6 +98,7 @@ PDXSQLiteDatabase::PDXSQLiteDatabase(const std::string& path, PDXSQLiteAccess ac
     return;
   }
   harden(handle, access);
+  if (access != PDXSQLiteAccess::create) limitLengths(handle, path);
   constexpr int kStepsBetweenLooks = 10'000;  // Some hundred microseconds.
   stop_ = std::make_unique<std::stop_token>(currentStop());
   if (stop_->stop_possible())
@@ -134,10 +146,14 @@ void PDXSQLiteStatement::Finalize::operator()(sqlite3_stmt* statement) const noe
 }
 
 PDXSQLiteStatement::PDXSQLiteStatement(sqlite3* database, std::string_view sql) {
-  if (database == nullptr) return;
+  if (database == nullptr) {
+    error_ = "cannot be opened";
+    return;
+  }
   sqlite3_stmt* statement = nullptr;
   sqlite3_prepare_v2(database, sql.data(), static_cast<int>(sql.size()), &statement, nullptr);
   statement_.reset(statement);
+  if (statement == nullptr) error_ = sqlite3_errmsg(database);
 }
 
 bool PDXSQLiteStatement::step() {
@@ -145,6 +161,7 @@ bool PDXSQLiteStatement::step() {
   const int result = sqlite3_step(statement_.get());
   failed_ = result != SQLITE_ROW && result != SQLITE_DONE;
   wasInterrupted_ = result == SQLITE_INTERRUPT;
+  if (failed_) error_ = sqlite3_errmsg(sqlite3_db_handle(statement_.get()));
   return result == SQLITE_ROW;
 }
 

@@ -78,6 +78,9 @@ class PDXSQLiteStatement {
   /// Whether the last `step` ended in an error, such as a damaged page, rather than at the end of the rows.
   bool failed() const { return failed_; }
 
+  /// Why the SQL did not compile or the last failed `step` failed; "" when neither did.
+  const std::string& error() const { return error_; }
+
   /// Whether it ended because of the process's stop request.
   bool wasInterrupted() const { return wasInterrupted_; }
 
@@ -109,4 +112,5 @@ class PDXSQLiteStatement {
   std::unique_ptr<sqlite3_stmt, Finalize> statement_;
   bool failed_ = false;
   bool wasInterrupted_ = false;
+  std::string error_;
 };

@@ -169,6 +169,18 @@ std::string replacedAll(std::string text, std::string_view from, std::string_vie
   return result.append(text, copied);
 }
 
+std::string printable(std::string_view text) {
+  std::string result;
+  for (std::size_t position = 0; position < text.size();) {
+    const std::size_t start = position;
+    const UChar32 c = PDXCharacters::nextOrError(text, position);
+    const bool turns = (c >= 0x202A && c <= 0x202E) || (c >= 0x2066 && c <= 0x2069);
+    const bool shows = c >= 0 && !turns && u_charType(c) != U_CONTROL_CHAR;
+    result += shows ? text.substr(start, position - start) : "?";
+  }
+  return result;
+}
+
 std::size_t length(std::string_view text) {
   return static_cast<std::size_t>(std::count_if(
       text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));

@@ -42,6 +42,10 @@ std::string_view trimmedOf(std::string_view text, std::string_view characters);
 
 std::string replacedAll(std::string text, std::string_view from, std::string_view to);
 
+/// `text` on one line for a terminal: control characters, and those that turn the direction of writing, as
+/// "?".
+std::string printable(std::string_view text);
+
 /// Number of code points.
 std::size_t length(std::string_view text);
 

@@ -169,6 +169,12 @@ TEST_F(DeviceData, NothingLeavesTheScratchFolder) {
   EXPECT_EQ(device->GetFileByRelativePathInDomain("a", "D"), "");
   EXPECT_EQ(device->GetFileByRelativePathInDomain("x/..", "D"), "");
 
+  const std::string linked = folder_ / ("phone/" + sha_1("MediaDomain-gone.jpg"));
+  ASSERT_EQ(symlink((folder_ / "secret").c_str(), linked.c_str()), 0);
+  EXPECT_EQ(device->copyOfFileByRelativePathInDomain("gone.jpg", "MediaDomain", folder_ / "1.jpg").outcome,
+            PDXFiles::CopyResult::Outcome::readFailed)
+      << "a link would lead out of the backup, and is not nothing either";
+
   const std::string scratch = PDXDeviceData::TemporaryExtractPath();
   PDXFiles::removeTree(scratch);
   PDXFiles::makeFolders(folder_ / "elsewhere");

@@ -106,6 +106,25 @@ TEST(ManifestDb, NeverChangesTheBackupFolder) {
   }
 }
 
+TEST(ManifestDb, AJournalBesideItIsNotPlayedBack) {
+  const PDXTestFolder folder;
+  manifest().writeTo(folder / "Manifest.db");
+  // The last bytes of a journal may name a file, which SQLite deletes when it plays the journal back.
+  const std::string victim = folder.write("thesis.txt", "years of work");
+  const auto number = [](std::size_t value) {
+    std::string bytes;
+    for (int shift = 24; shift >= 0; shift -= 8) bytes += static_cast<char>(value >> shift);
+    return bytes;
+  };
+  const std::size_t sum = std::accumulate(victim.begin(), victim.end(), std::size_t{0});
+  folder.write("Manifest.db-journal", std::string(512, 'X') + number(0x40000000 / 4096 + 1) + victim +
+                                          number(victim.size()) + number(sum) +
+                                          "\xd9\xd5\x05\xf9\x20\xa1\x63\xd7");
+  PDXBackupNavigationManifestDb navigator(folder.path());
+  EXPECT_TRUE(navigator.findFile("Library/SMS/sms.db", "HomeDomain"));
+  EXPECT_EQ(fileText(victim), "years of work");
+}
+
 TEST(ManifestDb, SaysOnceThatAManifestCannotBeRead) {
   const PDXTestFolder folder;
   const std::string whole = fileText(manifest().writeTo(folder / "good.db"));

@@ -195,7 +195,7 @@ TEST(ContactsDatabaseReader, KeepsWhatADamagedBookStillHoldsAndSaysSoOnce) {
   const auto contacts = PDXContactsDatabaseReader(folder / "book", "").readContacts();
   EXPECT_GT(contacts.size(), 0U);
   EXPECT_LT(contacts.size(), 2000U);
-  EXPECT_EQ(problems.list(), std::vector<std::string>{folder / "book"});
+  EXPECT_EQ(problems.list(), std::vector<std::string>{"book"});
 }
 
 TEST(ContactsDatabaseReader, IsQuietAboutAMissingBookOnly) {
@@ -206,12 +206,12 @@ TEST(ContactsDatabaseReader, IsQuietAboutAMissingBookOnly) {
 
   const std::string book = folder.write("book", "no database, and long enough to look at");
   EXPECT_EQ(listed(book, book), "");
-  EXPECT_EQ(problems.list(), (std::vector<std::string>{book, book}));
+  EXPECT_EQ(problems.list(), (std::vector<std::string>{"book", "book"}));
 
   const std::string whole = fileText(ann().writeTo(folder / "cut off"));
   const std::string cutOff = folder.write("cut off", whole.substr(0, whole.size() / 2));
   EXPECT_EQ(listed(cutOff), "");
-  EXPECT_EQ(problems.list().back(), cutOff);
+  EXPECT_EQ(problems.list().back(), "cut off");
 }
 
 TEST(ContactsDatabaseReader, FindsANameByAddress) {

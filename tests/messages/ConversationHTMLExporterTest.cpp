@@ -190,6 +190,15 @@ TEST_F(ConversationHTMLExporter, CopiesAttachmentsAndSaysWhichAreMissing) {
   EXPECT_TRUE(result_.unreadable.empty());
 }
 
+TEST_F(ConversationHTMLExporter, LinksOnlyNotesOfTheService) {
+  auto note = message("", std::nullopt);
+  note.messagePieces = {{"ic_note", 1, "https://www.icloud.com/notes/0a#List"},
+                        {"ic_note", 1, "javascript:alert(1)#List"}};
+  const std::string html = page({note, attachment("ic_note", "javascript:alert(1)#Click")});
+  EXPECT_NE(html.find("<a href=\"https://www.icloud.com/notes/0a#List\"><img"), std::string::npos);
+  EXPECT_EQ(html.find("href=\"javascript"), std::string::npos) << html;
+}
+
 TEST_F(ConversationHTMLExporter, LeavesNothingHalfDone) {
   page({attachment("image/png", "nowhere.png")});
   EXPECT_EQ(PDXFiles::list(folder_ / "out"), std::vector<std::string>{"Ann's #1.html"})

@@ -206,6 +206,35 @@ TEST_F(MessagesDbReader, RangesMatchBothUnitsAndTermsGoIntoTheStatement) {
   EXPECT_EQ(found({}, {}, "nowhere"), "");
 }
 
+TEST_F(MessagesDbReader, AMissingColumnOrAViewCostsOnlyItself) {
+  auto database =
+      PDXSampleDatabase()
+          .table("chat", "ROWID INTEGER PRIMARY KEY")
+          .table("handle", "ROWID INTEGER PRIMARY KEY, id, service")
+          .table("chat_handle_join", "chat_id INTEGER, handle_id INTEGER")
+          .table("chat_message_join", "chat_id INTEGER, message_id INTEGER")
+          .table("message", "ROWID INTEGER PRIMARY KEY, handle_id, text, date INTEGER, is_from_me")
+          .row("message", 1, 1, "hi", 600000000, 1)
+          .row("chat_message_join", 1, 1);
+  database = withChat(database.row("chat", std::int64_t{4294967297}), 1, 1, "ann")
+                 .row("chat_handle_join", std::int64_t{4294967297}, 1);
+  database = database.row("chat_message_join", std::int64_t{4294967297}, 1);
+  auto made = reader(database);
+  const auto conversations = made.getConversationList();
+  ASSERT_EQ(conversations.size(), 1U) << "a number beyond 32 bits is another chat, not chat 1";
+  EXPECT_EQ(conversations[0]->participants.size(), 1U);
+  EXPECT_EQ(shown(made.everyMessageOfConversation(*conversations[0], {}, {})),
+            "1 sent 0 2020-01-06T10:40:00Z [text:0:hi]\n");
+
+  const auto view =
+      store()
+          .sql("DROP TABLE handle")
+          .sql(
+              "CREATE VIEW handle AS WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n) "
+              "SELECT i AS id, 'SMS' AS service FROM n");
+  EXPECT_TRUE(reader(view.row("chat", 1).row("chat_handle_join", 1, 1)).getConversationList().empty());
+}
+
 TEST_F(MessagesDbReader, KeepsWhatCanBeReadOfADamagedStore) {
   auto database = withChat(store(), 1, 1, "ann");
   for (int id = 1; id <= 3000; ++id)

@@ -6,25 +6,16 @@
 #include <cerrno>
 #include <cstdio>
 
-namespace {
+#include "platform/Text.h"
 
-std::string withoutControls(std::string text) {
-  for (char& c : text) {
-    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = '?';
-  }
-  return text;
-}
-
-}  // namespace
-
-void PDXConsole::line(const std::string& text) const { fmt::print("{}\n", withoutControls(text)); }
+void PDXConsole::line(const std::string& text) const { fmt::print("{}\n", PDXText::printable(text)); }
 
 void PDXConsole::note(const std::string& text) const {
   if (!quiet) line(text);
 }
 
 void PDXConsole::error(const std::string& text) {
-  fmt::print(stderr, "pocketdex: {}\n", withoutControls(text));
+  fmt::print(stderr, "pocketdex: {}\n", PDXText::printable(text));
 }
 
 void PDXConsole::progress(const std::string& what, std::size_t done, std::size_t total) {

@@ -19,8 +19,8 @@ std::string counted(std::size_t count, const char* one, const char* many) {
 }
 
 /// Adds an option whose value is one of some words; `target` receives the word's place among them.
-void addChoice(CLI::App& app, const std::string& name, std::int32_t& target, const std::vector<std::string>& words,
-               const std::string& help) {
+void addChoice(CLI::App& app, const std::string& name, std::int32_t& target,
+               const std::vector<std::string>& words, const std::string& help) {
   const std::string list = fmt::format("{}", fmt::join(words, ", "));
   app.add_option_function<std::string>(
          name,
@@ -30,7 +30,9 @@ void addChoice(CLI::App& app, const std::string& name, std::int32_t& target, con
          help + ": " + list)
       ->type_name("WORD")
       ->check([words, list](const std::string& word) {
-        return std::find(words.begin(), words.end(), word) != words.end() ? "" : "\"" + word + "\" is none of " + list;
+        return std::find(words.begin(), words.end(), word) != words.end()
+                   ? ""
+                   : "\"" + word + "\" is none of " + list;
       });
 }
 
@@ -68,7 +70,8 @@ class ExportCommand final : public PDXCommand {
   void addPageOptions(CLI::App& app) {
     addChoice(app, "--layout", options_.page.exportLayout, {"bubble", "compact"}, "How messages look");
     addChoice(app, "--order", options_.page.messageOrder, {"oldest", "newest"}, "Which messages come first");
-    addChoice(app, "--font", options_.page.fontSizeStyle, {"small", "medium", "large", "extra-large"}, "Size of text");
+    addChoice(app, "--font", options_.page.fontSizeStyle, {"small", "medium", "large", "extra-large"},
+              "Size of text");
     app.add_flag("--contact-numbers", options_.page.includeMessageContactNumber,
                  "Senders' numbers beside their names, where they begin with a digit");
     app.add_flag("--contact-pictures", options_.page.includeContactImages, "Senders' pictures");

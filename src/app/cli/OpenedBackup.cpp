@@ -105,6 +105,7 @@ void PDXOpenedBackup::warnIfUnfinished() const {
 bool PDXOpenedBackup::refusesOutput(const std::string& folder) const {
   const std::string target = PDXFiles::absolute(folder);
   if (target != path_ && !target.starts_with(path_ + "/")) return false;
-  PDXConsole::error("cannot write to " + folder + ": it lies in the backup, which is never changed; choose another folder");
+  PDXConsole::error("cannot write to " + folder +
+                    ": it lies in the backup, which is never changed; choose another folder");
   return true;
 }
