@@ -11,6 +11,9 @@
 
 namespace {
 
+/// Of pictures that are encoded again; high enough that no difference shows.
+constexpr int kQuality = 92;
+
 /// Failures are told by our own answers; the library would write each to standard error as well.
 void swallow(const char*, GLogLevelFlags, const char*, void*) {}
 
@@ -56,6 +59,15 @@ vips::VImage opened(const std::string& path, PDXPictureFormat format) {
       vips::VImage::option()->set("access", VIPS_ACCESS_SEQUENTIAL)->set("fail_on", VIPS_FAIL_ON_WARNING);
   return format == PDXPictureFormat::heic ? vips::VImage::heifload(path.c_str(), options)
                                           : vips::VImage::jpegload(path.c_str(), options);
+}
+
+/// Cameras store colours at half the width and height. Writing more of them doubles a file and shows nothing.
+VipsForeignSubsample coloursOf(const vips::VImage& image, PDXPictureFormat format) {
+  constexpr const char* kField = "jpeg-chroma-subsample";
+  const bool isHalf =
+      format == PDXPictureFormat::heic ||
+      (image.get_typeof(kField) != 0 && std::string_view(image.get_string(kField)) == "4:2:0");
+  return isHalf ? VIPS_FOREIGN_SUBSAMPLE_ON : VIPS_FOREIGN_SUBSAMPLE_OFF;
 }
 
 /// Held in memory for it: the library would otherwise put the pixels into a file that others might read.
@@ -140,7 +152,9 @@ std::optional<PDXBytes> turned(const std::string& path, PDXPictureFormat format,
     void* buffer = nullptr;
     std::size_t size = 0;
     turnedImage(image, orientation)
-        .write_to_buffer(".jpg", &buffer, &size, vips::VImage::option()->set("Q", 95));
+        .write_to_buffer(
+            ".jpg", &buffer, &size,
+            vips::VImage::option()->set("Q", kQuality)->set("subsample_mode", coloursOf(image, format)));
     return takenFrom(buffer, size);
   } catch (const vips::VError&) {
     vips_error_clear();
