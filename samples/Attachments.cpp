@@ -18,10 +18,21 @@ PDXBytes picture(std::uint64_t seed) {
   return PDXImages::encoded(raster, kFormat).value_or(PDXBytes());
 }
 
+PDXBytes heldAs(const PDXRaster& raster, int orientation) {
+  const auto file =
+      PDXImages::encoded(PDXSamplePictures::heldAs(raster, orientation), PDXPictureFormat::jpeg);
+  return file ? PDXSamplePictures::markedAs(*file, orientation) : PDXBytes();
+}
+
 PDXBytes uprightPicture(std::uint64_t seed) {
-  const PDXRaster raster = PDXSamplePictures::scene(Scene::garden, 600, 800, seed);
-  const auto file = PDXImages::encoded(PDXSamplePictures::turnedLeft(raster), PDXPictureFormat::jpeg);
-  return file ? PDXSamplePictures::markedAsTurned(*file) : PDXBytes();
+  return heldAs(PDXSamplePictures::scene(Scene::garden, 600, 800, seed), 6);
+}
+
+template <int kOrientation>
+PDXBytes turnedSign(std::uint64_t) {
+  // Half of them do not end where a JPEG's blocks end, so that both ways to turn one are needed.
+  const int width = kOrientation % 2 == 0 ? 240 : 236;
+  return heldAs(PDXSamplePictures::signpost(width, 160), kOrientation);
 }
 
 template <PDXBytes (*kMake)()>
@@ -56,6 +67,14 @@ constexpr PDXSampleAttachment kAttachments[] = {
     {"cloudClip", "IMG_1988.MOV", "video/quicktime", "com.apple.quicktime-movie", nullptr, Kept::notListed},
     {"lost", "IMG_1990.jpeg", "image/jpeg", "public.jpeg", nullptr, Kept::notStored},
     {"pending", "IMG_2101.jpeg", "image/jpeg", "public.jpeg", nullptr, Kept::notDownloaded},
+    {"turned1", "IMG_3001.jpeg", "image/jpeg", "public.jpeg", turnedSign<1>},
+    {"turned2", "IMG_3002.jpeg", "image/jpeg", "public.jpeg", turnedSign<2>},
+    {"turned3", "IMG_3003.jpeg", "image/jpeg", "public.jpeg", turnedSign<3>},
+    {"turned4", "IMG_3004.jpeg", "image/jpeg", "public.jpeg", turnedSign<4>},
+    {"turned5", "IMG_3005.jpeg", "image/jpeg", "public.jpeg", turnedSign<5>},
+    {"turned6", "IMG_3006.jpeg", "image/jpeg", "public.jpeg", turnedSign<6>},
+    {"turned7", "IMG_3007.jpeg", "image/jpeg", "public.jpeg", turnedSign<7>},
+    {"turned8", "IMG_3008.jpeg", "image/jpeg", "public.jpeg", turnedSign<8>},
     {"untyped", "backup.dat", "", "", document<PDXSampleDocuments::text>},
 };
 

@@ -1,8 +1,10 @@
 #include "samples/Pictures.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <string_view>
+#include <utility>
 
 #include "samples/Canvas.h"
 #include "samples/Random.h"
@@ -177,31 +179,52 @@ PDXRaster portrait(int size, std::uint64_t variety) {
   return canvas.take();
 }
 
-PDXRaster turnedLeft(const PDXRaster& picture) {
-  PDXRaster turned{picture.height, picture.width, {}};
-  turned.pixels.reserve(picture.pixels.size());
-  for (int column = picture.width - 1; column >= 0; --column) {
-    for (int row = 0; row < picture.height; ++row) {
-      const auto at = picture.pixels.begin() + (std::ptrdiff_t{row} * picture.width + column) * 3;
-      turned.pixels.insert(turned.pixels.end(), at, at + 3);
-    }
-  }
-  return turned;
+PDXRaster signpost(int width, int height) {
+  PDXSampleCanvas canvas(width, height);
+  const double middle = canvas.width() / 2;
+  canvas.gradient({0.75, 0.88, 1}, {0.98, 0.95, 0.85});
+  canvas.triangle(middle - 0.3, 0.08, middle - 0.08, 0.42, middle - 0.52, 0.42, {0.8, 0.2, 0.15});
+  canvas.rectangle(middle - 0.37, 0.4, 0.14, 0.5, {0.8, 0.2, 0.15});
+  canvas.rectangle(middle + 0.1, 0.12, 0.12, 0.78, kDark);
+  canvas.rectangle(middle + 0.1, 0.12, 0.45, 0.12, kDark);
+  canvas.rectangle(middle + 0.1, 0.44, 0.34, 0.12, kDark);
+  return canvas.take();
 }
 
-PDXBytes markedAsTurned(const PDXBytes& jpeg) {
-  // Camera metadata with one entry: orientation (tag 0x112, a short) is 6.
+PDXRaster heldAs(const PDXRaster& picture, int orientation) {
+  const bool isOnSide = orientation > 4;
+  const bool fromRight = orientation == 2 || orientation == 3 || orientation == 6 || orientation == 7;
+  const bool fromBottom = orientation == 3 || orientation == 4 || orientation == 7 || orientation == 8;
+  PDXRaster held = picture;
+  if (isOnSide) std::swap(held.width, held.height);
+  auto target = held.pixels.begin();
+  for (int row = 0; row < held.height; ++row) {
+    for (int column = 0; column < held.width; ++column) {
+      const int across = isOnSide ? row : column;
+      const int down = isOnSide ? column : row;
+      const int x = fromRight ? picture.width - 1 - across : across;
+      const int y = fromBottom ? picture.height - 1 - down : down;
+      target = std::copy_n(picture.pixels.begin() + (std::ptrdiff_t{y} * picture.width + x) * 3, 3, target);
+    }
+  }
+  return held;
+}
+
+PDXBytes markedAs(const PDXBytes& jpeg, int orientation) {
+  // Camera metadata with one entry: orientation (tag 0x112, a short).
   static constexpr std::string_view kMetadata(
       "\xFF\xE1\x00\x22"
       "Exif\0\0"
       "MM\0\x2A\0\0\0\x08"
       "\0\x01"
-      "\x01\x12\0\x03\0\0\0\x01\0\x06\0\0"
+      "\x01\x12\0\x03\0\0\0\x01\0\x01\0\0"
       "\0\0\0\0",
       36);
+  constexpr std::ptrdiff_t kOrientation = 2 + 29;
   PDXBytes marked = jpeg;
   marked.erase(marked.begin() + 2, marked.begin() + endOfMetadata(jpeg));
   marked.insert(marked.begin() + 2, kMetadata.begin(), kMetadata.end());
+  marked[kOrientation] = static_cast<std::uint8_t>(orientation);
   return marked;
 }
 

@@ -15,11 +15,14 @@ PDXRaster scene(Scene scene, int width, int height, std::uint64_t variety);
 /// A person, in a square of `size` pixels.
 PDXRaster portrait(int size, std::uint64_t variety);
 
-/// The picture, lying on its left side.
-PDXRaster turnedLeft(const PDXRaster& picture);
+/// An arrow that points up and the letter F, so that every way to turn or mirror it can be told.
+PDXRaster signpost(int width, int height);
 
-/// A JPEG file whose metadata tells a viewer to turn its pixels to the right by 90 degrees, as a camera does
-/// that was held upright.
-PDXBytes markedAsTurned(const PDXBytes& jpeg);
+/// The picture as a camera stores it that was held so.
+/// @param orientation  1 to 8, as EXIF counts them: which sides the stored first row and column are.
+PDXRaster heldAs(const PDXRaster& picture, int orientation);
+
+/// A JPEG file whose metadata names that orientation, and no other metadata.
+PDXBytes markedAs(const PDXBytes& jpeg, int orientation);
 
 }  // namespace PDXSamplePictures

@@ -48,6 +48,12 @@ const Line kLines[] = {
     {at(2021, 7, 3, 12, 4), Role::family, 4, "And from the other side \uFFFC", Kind::message, {"lost"}},
     {at(2024, 3, 9, 21, 10), Role::ann, 0, "\uFFFC", Kind::message, {"pending"}},
     {at(2022, 11, 20, 8, 30), Role::mailFriend, 0, "\uFFFC", Kind::message, {"untyped"}},
+    {at(2023, 9, 10, 10, 30),
+     Role::siobhan,
+     0,
+     "\uFFFC\uFFFC\uFFFC\uFFFC\uFFFC\uFFFC\uFFFC\uFFFC The sign, held every way",
+     Kind::message,
+     {"turned1", "turned2", "turned3", "turned4", "turned5", "turned6", "turned7", "turned8"}},
     // A day ends between a message and its answer.
     {at(2024, 1, 12, 23, 58), Role::ann, kMe, "Are you still awake?"},
     {at(2024, 1, 13, 0, 3), Role::ann, 0, "Now I am 😴"},

@@ -26,7 +26,7 @@ struct PDXSampleScriptLine {
   int sender = 0;  ///< Place among the conversation's addresses; `kMe` for the device's owner.
   const char* text = nullptr;
   Kind kind = Kind::message;
-  std::array<std::string_view, 2> attachments = {};  ///< Their keys; "" for none.
+  std::array<std::string_view, 8> attachments = {};  ///< Their keys; "" for none.
   const char* subject = "";
 
   static constexpr int kMe = -1;

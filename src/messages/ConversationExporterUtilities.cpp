@@ -3,6 +3,7 @@
 #include <re2/re2.h>
 
 #include <algorithm>
+#include <atomic>
 
 #include "backup/DeviceData.h"
 #include "contacts/ContactsDatabase.h"
@@ -11,6 +12,7 @@
 #include "platform/Images.h"
 #include "platform/Localisation.h"
 #include "platform/Text.h"
+#include "platform/UprightPicture.h"
 
 namespace {
 
@@ -167,6 +169,27 @@ std::string PDXConversationExporterUtilities::standardFileAtLocationDomainDevice
     const std::string& location, const std::string& domain, PDXDeviceData& deviceData) {
   return deviceData.GetFileByRelativePathInDomain(getBackupPathForStandardLocation(location),
                                                   domain.empty() ? "MediaDomain" : domain);
+}
+
+std::string PDXConversationExporterUtilities::rotateImageAtPath(const std::string& path, std::string* why) {
+  static std::atomic<unsigned> counter = 0;
+  const std::string folder = PDXFiles::joined(PDXDeviceData::TemporaryExtractPath(), "rotatedImages");
+  PDXFiles::makeFolders(folder);
+  const std::string copy = PDXFiles::joined(folder, std::to_string(++counter) + ".jpg");
+  const auto failure = PDXUprightPicture::write(path, copy);
+  if (failure && why != nullptr) *why = *failure;
+  return failure ? "" : copy;
+}
+
+void PDXConversationExporterUtilities::deleteTemporaryFile(const std::string& path) {
+  PDXFiles::remove(path);
+}
+
+bool PDXConversationExporterUtilities::convertHeicImageToJpeg(const std::string& heic,
+                                                              const std::string& jpeg, std::string* why) {
+  const auto failure = PDXUprightPicture::write(heic, jpeg);
+  if (failure && why != nullptr) *why = *failure;
+  return !failure;
 }
 
 std::string PDXConversationExporterUtilities::formatUrlsInTextDisableLinks(std::string_view text,

@@ -77,6 +77,21 @@ class PDXConversationExporterUtilities {
                                                             const std::string& domain,
                                                             PDXDeviceData& deviceData);
 
+  /// A temporary copy of a picture, turned upright as its metadata tells, in the scratch folder
+  /// "rotatedImages" under a name that no other has. Remove it with `deleteTemporaryFile`.
+  /// @param why  receives one line on failure; may be null.
+  /// @return its path; "" when the picture cannot be read.
+  static std::string rotateImageAtPath(const std::string& path, std::string* why = nullptr);
+
+  static void deleteTemporaryFile(const std::string& path);
+
+  /// Writes the HEIC picture at `heic` as an upright JPEG to `jpeg`, which may be the same file. Files whose
+  /// name or type says HEIC and that are JPEG inside do as well.
+  /// @param why  receives one line on failure; may be null.
+  /// @return false when the picture cannot be read; nothing is written then.
+  static bool convertHeicImageToJpeg(const std::string& heic, const std::string& jpeg,
+                                     std::string* why = nullptr);
+
   /// `text` (already escaped) with every web address in it made a link, or only underlined.
   static std::string formatUrlsInTextDisableLinks(std::string_view text, bool disableLinks);
 

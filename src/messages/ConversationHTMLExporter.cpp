@@ -11,6 +11,7 @@
 #include "platform/FileName.h"
 #include "platform/Localisation.h"
 #include "platform/Text.h"
+#include "platform/UprightPicture.h"
 
 namespace {
 
@@ -116,6 +117,13 @@ bool needsEncodingHint(const std::vector<const PDXMessageDetail*>& messages, con
 }
 
 std::string bold(const std::string& text) { return "<span style=\"font-weight:bold;\">" + text + "</span>"; }
+
+bool isJpeg(const std::string& type) { return has(type, "image/jpeg") || has(type, "image/jpg"); }
+
+bool isHeic(const std::string& type, const std::string& location) {
+  const std::string extension = PDXText::lowercased(PDXText::pathExtension(location));
+  return has(type, "image/hei") || (has(type, "image/") && (extension == "heic" || extension == "heif"));
+}
 
 /// The path below "Library/SMS/" of a location that begins in another way than the usual two.
 std::string pathBelowMessages(const std::string& location) {
@@ -314,9 +322,9 @@ void PDXConversationHTMLExporter::appendPiece_(std::string& html, const PDXMessa
 }
 
 void PDXConversationHTMLExporter::appendStandardImageHTMLTypeLocationOptions(
-    std::string& html, const std::string&, const std::string& location,
+    std::string& html, const std::string& type, const std::string& location,
     const PDXConversationExportOptions& options) {
-  const auto path = copyAttachment_(location, options, html);
+  const auto path = copyAttachment_(location, options, html, type);
   if (!path) return;
   const std::string image = "<img src='" + *path + "' width='179px'/>";
   html += options.isPreview ? image : "<a href='" + *path + "' border=0>" + image + "</a>";
@@ -368,23 +376,21 @@ void PDXConversationHTMLExporter::appendNoteHTMLLocationOptions(std::string& htm
 }
 
 std::optional<std::string> PDXConversationHTMLExporter::copyAttachment_(
-    const std::string& location, const PDXConversationExportOptions& options, std::string& html) {
+    const std::string& location, const PDXConversationExportOptions& options, std::string& html,
+    const std::string& imageType) {
   using Outcome = PDXFiles::CopyResult::Outcome;
   if (options.isPreview) {
     const std::string copy = Utilities::standardFileAtLocationDomainDeviceData(location, "", deviceData_);
     return PDXText::pathForHtmlLink(Utilities::relativePathForMediaPath(copy));
   }
   PDXFiles::makeFolders(options.mediaPath);
-  const std::string number = std::to_string(attachmentCounter_ + 1);
-  const std::string extension(PDXText::pathExtension(location));
-  const std::string name =
-      PDXFileName::safeWithExtension(extension.empty() ? number : number + "." + extension);
-  const std::string destination = PDXFiles::joined(options.mediaPath, name);
+  const std::string destination = mediaFileFor_(location, options);
   const auto copied = copyToMediaFolder_(location, destination);
   if (copied) {
     ++attachmentCounter_;
     ++result_.attachments;
-    return PDXText::pathForHtmlLink(Utilities::relativePathForMediaPath(destination));
+    const std::string file = uprightPicture_(destination, imageType, location);
+    return PDXText::pathForHtmlLink(Utilities::relativePathForMediaPath(file));
   }
   if (copied.outcome == Outcome::writeFailed) {
     result_.outcome = PDXConversationExportResult::Outcome::unwritable;
@@ -393,6 +399,41 @@ std::optional<std::string> PDXConversationHTMLExporter::copyAttachment_(
     noteMissing_(location, copied, html);
   }
   return std::nullopt;
+}
+
+std::string PDXConversationHTMLExporter::mediaFileFor_(const std::string& location,
+                                                       const PDXConversationExportOptions& options) const {
+  const std::string number = std::to_string(attachmentCounter_ + 1);
+  const std::string extension(PDXText::pathExtension(location));
+  const std::string name =
+      PDXFileName::safeWithExtension(extension.empty() ? number : number + "." + extension);
+  return PDXFiles::joined(options.mediaPath, name);
+}
+
+/// Turns a picture in the media folder upright, and makes a JPEG of a HEIC one. Answers its path, which then
+/// is another; the picture stays as it is when that fails.
+std::string PDXConversationHTMLExporter::uprightPicture_(const std::string& copy, const std::string& type,
+                                                         const std::string& location) {
+  std::string why;
+  if (isHeic(type, location)) {
+    std::string jpeg =
+        PDXFiles::joined(PDXFiles::folderOf(copy), std::to_string(attachmentCounter_) + ".jpg");
+    if (Utilities::convertHeicImageToJpeg(copy, jpeg, &why)) {
+      if (jpeg != copy) PDXFiles::remove(copy);
+      return jpeg;
+    }
+    noteNotTurned_(location, why);
+  } else if (isJpeg(type) && !PDXUprightPicture::isUpright(copy)) {
+    const std::string upright = Utilities::rotateImageAtPath(copy, &why);
+    if (!upright.empty()) why = PDXFiles::copy(upright, copy).why;
+    Utilities::deleteTemporaryFile(upright);
+    if (!why.empty()) noteNotTurned_(location, why);
+  }
+  return copy;
+}
+
+void PDXConversationHTMLExporter::noteNotTurned_(const std::string& location, const std::string& why) {
+  result_.notTurned.push_back({.what = "picture could not be turned", .where = location, .why = why});
 }
 
 PDXFiles::CopyResult PDXConversationHTMLExporter::copyToMediaFolder_(const std::string& location,

@@ -38,6 +38,8 @@ struct PDXConversationExportResult {
   std::size_t neverDownloaded = 0;     ///< Attachments that the store lists without a file name.
   std::vector<PDXProblem> missing;     ///< Attachments that the backup does not hold.
   std::vector<PDXProblem> unreadable;  ///< Attachments that it holds and that could not be read.
+  std::vector<PDXProblem>
+      notTurned;  ///< Pictures copied as they are, since they could not be turned upright.
 };
 
 /// Writes one conversation as one HTML page, with its attachments in a folder beside it that bears the page's
@@ -114,7 +116,11 @@ class PDXConversationHTMLExporter {
                           const PDXConversationExportOptions& options);
   std::string timeText_(const PDXMessageDetail& message);
   std::optional<std::string> copyAttachment_(const std::string& location,
-                                             const PDXConversationExportOptions& options, std::string& html);
+                                             const PDXConversationExportOptions& options, std::string& html,
+                                             const std::string& imageType = "");
+  std::string mediaFileFor_(const std::string& location, const PDXConversationExportOptions& options) const;
+  std::string uprightPicture_(const std::string& copy, const std::string& type, const std::string& location);
+  void noteNotTurned_(const std::string& location, const std::string& why);
   PDXFiles::CopyResult copyToMediaFolder_(const std::string& location, const std::string& destination);
   void noteMissing_(const std::string& location, const PDXFiles::CopyResult& result, std::string& html);
 

@@ -7,7 +7,15 @@
 #include <memory>
 #include <string_view>
 
+#include "platform/ImageLimits.h"
+
 namespace {
+
+/// Of pictures that are encoded again; high enough that no difference shows.
+constexpr int kQuality = 92;
+
+/// Failures are told by our own answers; the library would write each to standard error as well.
+void swallow(const char*, GLogLevelFlags, const char*, void*) {}
 
 bool start() {
   // The library keeps its own threads and cache; our pictures come one at a time.
@@ -15,6 +23,8 @@ bool start() {
     if (vips_init("pocketdex") != 0) return false;
     vips_concurrency_set(1);
     vips_cache_set_max(0);
+    vips_block_untrusted_set(1);
+    g_log_set_handler("VIPS", G_LOG_LEVEL_WARNING, swallow, nullptr);
     return true;
   }();
   return started;
@@ -37,10 +47,75 @@ vips::VOption* optionsFor(PDXPictureFormat format, int quality) {
   return format == PDXPictureFormat::png ? options : options->set("Q", quality);
 }
 
+/// What a `write_to_buffer` gave; the buffer goes back to the library.
+PDXBytes takenFrom(void* buffer, std::size_t size) {
+  const std::unique_ptr<void, void (*)(void*)> owned(buffer, g_free);
+  const auto* bytes = static_cast<const std::uint8_t*>(buffer);
+  return PDXBytes(bytes, bytes + size);
+}
+
+vips::VImage opened(const std::string& path, PDXPictureFormat format) {
+  vips::VOption* options =
+      vips::VImage::option()->set("access", VIPS_ACCESS_SEQUENTIAL)->set("fail_on", VIPS_FAIL_ON_WARNING);
+  return format == PDXPictureFormat::heic ? vips::VImage::heifload(path.c_str(), options)
+                                          : vips::VImage::jpegload(path.c_str(), options);
+}
+
+/// Cameras store colours at half the width and height. Writing more of them doubles a file and shows nothing.
+VipsForeignSubsample coloursOf(const vips::VImage& image, PDXPictureFormat format) {
+  constexpr const char* kField = "jpeg-chroma-subsample";
+  const bool isHalf =
+      format == PDXPictureFormat::heic ||
+      (image.get_typeof(kField) != 0 && std::string_view(image.get_string(kField)) == "4:2:0");
+  return isHalf ? VIPS_FOREIGN_SUBSAMPLE_ON : VIPS_FOREIGN_SUBSAMPLE_OFF;
+}
+
+/// Held in memory for it: the library would otherwise put the pixels into a file that others might read.
+vips::VImage turnedImage(const vips::VImage& picture, int orientation) {
+  vips::VImage image = orientation == 1 ? picture : picture.copy_memory();
+  switch (orientation) {
+    case 2:
+      return image.fliphor();
+    case 3:
+      return image.rot180();
+    case 4:
+      return image.flipver();
+    case 5:
+      return image.rot90().fliphor();
+    case 6:
+      return image.rot90();
+    case 7:
+      return image.rot270().fliphor();
+    case 8:
+      return image.rot270();
+    default:
+      return image;
+  }
+}
+
 bool hasAt(const PDXBytes& bytes, std::size_t at, std::string_view text) {
   return bytes.size() >= at + text.size() &&
          std::equal(text.begin(), text.end(), bytes.begin() + static_cast<std::ptrdiff_t>(at),
                     [](char a, std::uint8_t b) { return static_cast<std::uint8_t>(a) == b; });
+}
+
+/// Whether the file's type box, whose size its first four bytes tell, names one of the brands: its own at 8,
+/// then those it is compatible with from 16 on.
+bool hasBrand(const PDXBytes& file, std::initializer_list<std::string_view> brands) {
+  std::size_t size = 0;
+  for (std::size_t i = 0; i < 4; ++i) size = size << 8 | file[i];
+  for (std::size_t at = 8; at + 4 <= std::min(size, file.size()); at += at == 8 ? 8 : 4) {
+    for (const std::string_view brand : brands) {
+      if (hasAt(file, at, brand)) return true;
+    }
+  }
+  return false;
+}
+
+/// Films begin with the same kind of box.
+std::string extensionOfBoxes(const PDXBytes& file) {
+  if (hasBrand(file, {"avif", "avis"})) return "avif";
+  return hasBrand(file, {"heic", "heix", "heim", "heis", "hevc", "hevx", "mif1", "msf1"}) ? "heic" : "";
 }
 
 }  // namespace
@@ -59,9 +134,28 @@ std::optional<PDXBytes> encoded(const PDXRaster& raster, PDXPictureFormat format
     std::size_t size = 0;
     image.copy(vips::VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB))
         .write_to_buffer(suffixFor(format), &buffer, &size, optionsFor(format, quality));
-    const std::unique_ptr<void, void (*)(void*)> owned(buffer, g_free);
-    const auto* bytes = static_cast<const std::uint8_t*>(buffer);
-    return PDXBytes(bytes, bytes + size);
+    return takenFrom(buffer, size);
+  } catch (const vips::VError&) {
+    vips_error_clear();
+    return std::nullopt;
+  }
+}
+
+std::optional<PDXBytes> turned(const std::string& path, PDXPictureFormat format, int orientation) {
+  if (!start()) return std::nullopt;
+  try {
+    const vips::VImage image = opened(path, format);
+    const auto pixels =
+        static_cast<std::uint64_t>(image.width()) * static_cast<std::uint64_t>(image.height());
+    if (pixels > PDXImageLimits::kMostPixels) return std::nullopt;
+    const auto turn = PDXImageLimits::turnFor(pixels);
+    void* buffer = nullptr;
+    std::size_t size = 0;
+    turnedImage(image, orientation)
+        .write_to_buffer(
+            ".jpg", &buffer, &size,
+            vips::VImage::option()->set("Q", kQuality)->set("subsample_mode", coloursOf(image, format)));
+    return takenFrom(buffer, size);
   } catch (const vips::VError&) {
     vips_error_clear();
     return std::nullopt;
@@ -72,7 +166,7 @@ std::string extensionFor(const PDXBytes& picture) {
   if (hasAt(picture, 0, "\xFF\xD8\xFF")) return "jpg";
   if (hasAt(picture, 0, "\x89PNG")) return "png";
   if (hasAt(picture, 0, "GIF8")) return "gif";
-  if (hasAt(picture, 4, "ftyp")) return "heic";
+  if (hasAt(picture, 4, "ftyp")) return extensionOfBoxes(picture);
   return "";
 }
 

@@ -23,8 +23,14 @@ namespace PDXImages {
 /// @param quality  1 to 100, for JPEG and HEIC.
 std::optional<PDXBytes> encoded(const PDXRaster& raster, PDXPictureFormat format, int quality = 85);
 
-/// The file extension ("jpg", "png", "heic", "gif") that the first bytes of a picture call for; "" when they
-/// are no picture's.
+/// The picture in a JPEG or HEIC file as a JPEG of high quality, with its metadata as it was. Decoded by
+/// libraries that are kept up against hostile files; see `PDXUprightPicture` for the limits.
+/// @param orientation  1 to 8, as EXIF counts them: how the decoded pixels have to be turned.
+/// @return nothing when the file is cut, damaged, larger than its kind may be or of another format.
+std::optional<PDXBytes> turned(const std::string& path, PDXPictureFormat format, int orientation);
+
+/// The file extension ("jpg", "png", "heic", "avif", "gif") that the first bytes of a picture call for; ""
+/// when they are no picture's. Some 64 bytes are enough.
 std::string extensionFor(const PDXBytes& picture);
 
 }  // namespace PDXImages

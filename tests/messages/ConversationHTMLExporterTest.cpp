@@ -1,7 +1,9 @@
 #include "messages/ConversationHTMLExporter.h"
 
 #include "backup/DeviceData.h"
+#include "platform/UprightPicture.h"
 #include "samples/BackupFolder.h"
+#include "samples/Pictures.h"
 #include "tests/support/TestFolder.h"
 
 namespace {
@@ -18,6 +20,11 @@ class ConversationHTMLExporter : public testing::Test {
     PDXSampleBackupFolder backup(folder_ / "phone");
     for (const char* name : {"a.JPG", "Ann's notes.pdf", "clip.mp4", "words.txt", "x<y.png"}) {
       backup.addFile("MediaDomain", "Library/SMS/Attachments/" + std::string(name), std::string_view(name));
+    }
+    const auto sign = PDXImages::encoded(PDXSamplePictures::signpost(32, 16), PDXPictureFormat::jpeg);
+    for (const char* name : {"side.jpeg", "photo.HEIC"}) {
+      backup.addFile("MediaDomain", "Library/SMS/Attachments/" + std::string(name),
+                     PDXSamplePictures::markedAs(*sign, 6));
     }
     backup.addMissingFile("MediaDomain", "Library/SMS/Attachments/gone.jpg");
     EXPECT_TRUE(backup.finish()) << backup.error();
@@ -197,6 +204,28 @@ TEST_F(ConversationHTMLExporter, LinksOnlyNotesOfTheService) {
   const std::string html = page({note, attachment("ic_note", "javascript:alert(1)#Click")});
   EXPECT_NE(html.find("<a href=\"https://www.icloud.com/notes/0a#List\"><img"), std::string::npos);
   EXPECT_EQ(html.find("href=\"javascript"), std::string::npos) << html;
+}
+
+TEST_F(ConversationHTMLExporter, TurnsPicturesUprightAndSaysWhichItCannot) {
+  options_.path = folder_ / "out/A.B.html";
+  options_.mediaPath = folder_ / "out/A.B Media";
+  const std::string html = page({attachment("image/jpeg", "~/Library/SMS/Attachments/side.jpeg"),
+                                 attachment("image/heic", "~/Library/SMS/Attachments/photo.HEIC"),
+                                 attachment("image/heic", "~/Library/SMS/Attachments/words.txt"),
+                                 attachment("image/jpeg", "~/Library/SMS/Attachments/a.JPG")});
+  EXPECT_EQ(PDXFiles::list(options_.mediaPath),
+            (std::vector<std::string>{"1.jpeg", "2.jpg", "3.txt", "4.JPG"}));
+  for (const char* name : {"/1.jpeg", "/2.jpg"}) {
+    EXPECT_NE(html.find("<img src='A.B Media" + std::string(name) + "' "), std::string::npos);
+    EXPECT_TRUE(PDXUprightPicture::isUpright(options_.mediaPath + name)) << name;
+  }
+  EXPECT_EQ(fileText(options_.mediaPath + "/3.txt"), "words.txt");
+  EXPECT_EQ(result_.notTurned,
+            (std::vector<PDXProblem>{{"picture could not be turned", "~/Library/SMS/Attachments/words.txt",
+                                      "it is neither a JPEG nor a HEIC picture"},
+                                     {"picture could not be turned", "~/Library/SMS/Attachments/a.JPG",
+                                      "it is neither a JPEG nor a HEIC picture"}}));
+  EXPECT_TRUE(PDXFiles::list(folder_ / "Pocketdex/rotatedImages").empty());
 }
 
 TEST_F(ConversationHTMLExporter, LeavesNothingHalfDone) {

@@ -144,6 +144,10 @@ class ExportCommand final : public PDXCommand {
       console.note(fmt::format("  {} never downloaded to the device",
                                counted(kind.neverDownloaded, "attachment was", "attachments were")));
     }
+    if (!kind.notTurned.empty()) {
+      console.note(fmt::format("  {} not be turned upright: export.json names them",
+                               counted(kind.notTurned.size(), "picture could", "pictures could")));
+    }
     for (const PDXProblem& problem : kind.unreadable) {
       PDXConsole::error(problem.what + " could not be read: " + problem.where + ": " + problem.why);
     }

@@ -27,6 +27,7 @@ struct PDXKindReport {
   std::vector<PDXProblem> missing;     ///< What the backup never held; no failure.
   std::size_t neverDownloaded = 0;     ///< Attachments that the store lists without a file name; no failure.
   std::vector<PDXProblem> unreadable;  ///< What it holds and could not be read.
+  std::vector<PDXProblem> notTurned;   ///< Pictures written whole, but as they lay; no failure.
 
   std::size_t messageCount() const;
   std::size_t attachmentCount() const;

@@ -152,6 +152,7 @@ void addTo(PDXKindReport& kind, PDXExportReport& report, const Task& task, const
   kind.neverDownloaded += page.neverDownloaded;
   append(kind.missing, page.missing, task.title);
   append(kind.unreadable, page.unreadable, task.title);
+  append(kind.notTurned, page.notTurned, task.title);
 }
 
 }  // namespace

@@ -76,6 +76,8 @@ std::string kindSection(const PDXKindReport& kind) {
                       kind.missing);
   html +=
       problemList(counted(kind.unreadable.size(), "item", "items") + " could not be read", kind.unreadable);
+  html += problemList(counted(kind.notTurned.size(), "picture", "pictures") + " could not be turned upright",
+                      kind.notTurned);
   html += "<table>\n";
   for (const PDXExportedItem& item : kind.written) html += itemRow(item);
   return html + "</table></section>\n";
@@ -105,6 +107,7 @@ Json kindJson(const PDXKindReport& kind) {
           {"attachmentsNeverDownloaded", kind.neverDownloaded},
           {"attachmentsMissing", PDXBackupJson::problems(kind.missing)},
           {"unreadable", PDXBackupJson::problems(kind.unreadable)},
+          {"picturesNotTurned", PDXBackupJson::problems(kind.notTurned)},
           {"pages", pages}};
 }
 

@@ -1,0 +1,100 @@
+#include "platform/UprightPicture.h"
+
+#include <utility>
+
+#include "platform/Files.h"
+#include "platform/ImageLimits.h"
+#include "platform/ImageOrientation.h"
+#include "platform/ImageTransform.h"
+#include "platform/Images.h"
+
+namespace {
+
+using Why = std::optional<std::string>;
+
+constexpr const char* kDamaged = "the picture is cut or damaged";
+
+std::string formatOf(const std::string& path) {
+  return PDXImages::extensionFor(PDXFiles::readBeginning(path, 256));
+}
+
+/// The metadata is small and in front in nearly every file, so most of a file is not read.
+std::optional<PDXJpegHead> headOfFile(const std::string& path) {
+  std::optional<PDXJpegHead> head;
+  for (const std::size_t count : {std::size_t{64} << 10, std::size_t{1} << 20, std::size_t{16} << 20}) {
+    const PDXBytes beginning = PDXFiles::readBeginning(path, count);
+    head = PDXImageOrientation::headOf(beginning);
+    if (!head || head->reachesPixels || beginning.size() < count) break;
+  }
+  return head;
+}
+
+/// Scans of all pictures in the file, its thumbnail included.
+std::uint64_t scanCount(const PDXBytes& jpeg) {
+  std::uint64_t count = 0;
+  for (std::size_t i = 1; i < jpeg.size(); ++i) {
+    if (jpeg[i] == 0xDA && jpeg[i - 1] == 0xFF) ++count;
+  }
+  return count;
+}
+
+Why writeBytes(const PDXBytes& bytes, const std::string& to) {
+  PDXAtomicFile file(to);
+  file.append({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+  return file.commit() ? Why() : file.error();
+}
+
+Why writeUpright(PDXBytes jpeg, const std::string& to) {
+  PDXImageOrientation::markUpright(jpeg);
+  return writeBytes(jpeg, to);
+}
+
+Why writeEncoded(const std::string& from, PDXPictureFormat format, int orientation, const std::string& to) {
+  auto encoded = PDXImages::turned(from, format, orientation);
+  return encoded ? writeUpright(std::move(*encoded), to) : kDamaged;
+}
+
+Why writeTurned(const std::string& from, const PDXJpegHead& head, const std::string& to) {
+  using Outcome = PDXImageTransform::Turned::Outcome;
+  const std::uint64_t pixels = std::uint64_t{head.width} * head.height;
+  {
+    const auto jpeg = PDXFiles::read(from);
+    if (!jpeg || !PDXImageLimits::canHold(jpeg->size(), pixels) ||
+        pixels * scanCount(*jpeg) > PDXImageLimits::kMostWork)
+      return "the picture is too large or claims to be";
+    const auto turn = PDXImageLimits::turnFor(pixels);
+    auto turned = PDXImageTransform::turned(*jpeg, head.orientation);
+    if (turned.outcome == Outcome::done) return writeUpright(std::move(turned.jpeg), to);
+    if (turned.outcome == Outcome::damaged) return kDamaged;
+  }
+  return writeEncoded(from, PDXPictureFormat::jpeg, head.orientation, to);
+}
+
+Why writeJpeg(const std::string& from, const std::string& to) {
+  const auto head = headOfFile(from);
+  if (!head || !head->reachesPixels) return kDamaged;
+  if (head->orientation != 1) return writeTurned(from, *head, to);
+  const auto copied = PDXFiles::copy(from, to);
+  return copied ? Why() : copied.why;
+}
+
+}  // namespace
+
+namespace PDXUprightPicture {
+
+bool isUpright(const std::string& path) {
+  const std::string format = formatOf(path);
+  if (format != "jpg") return format == "png" || format == "gif";
+  const auto head = headOfFile(path);
+  return head && head->reachesPixels && head->orientation == 1;
+}
+
+std::optional<std::string> write(const std::string& from, const std::string& to) {
+  const std::string format = formatOf(from);
+  if (format == "jpg") return writeJpeg(from, to);
+  // Decoders of this format turn the pixels by themselves.
+  if (format == "heic") return writeEncoded(from, PDXPictureFormat::heic, 1, to);
+  return "it is neither a JPEG nor a HEIC picture";
+}
+
+}  // namespace PDXUprightPicture

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+/// Pictures that stand upright in every viewer. A phone stores pixels as its sensor lies and only notes how
+/// it was held, and its HEIC files open on few other systems.
+/// Safe on any thread. Pictures above 200 megapixels are not decoded.
+namespace PDXUprightPicture {
+
+/// Whether the file at `path` can be taken as it is: a JPEG without orientation or with 1, or a format that
+/// has none (PNG, GIF). No image library is started.
+bool isUpright(const std::string& path);
+
+/// Writes the picture in the file `from` as an upright JPEG to `to`, which may be the same file. Dates,
+/// place and other metadata stay. A JPEG that is upright already is copied, another is turned without loss
+/// where its size allows and else encoded again.
+/// @return nothing on success, else one line that says why; then nothing is written.
+std::optional<std::string> write(const std::string& from, const std::string& to);
+
+}  // namespace PDXUprightPicture
