@@ -73,12 +73,18 @@ TEST_F(ExportJob, ReportCountsWhatThePagesHold) {
   EXPECT_EQ(kind.found, kind.written.size());
   EXPECT_GE(kind.missing.size(), 2U);
   std::size_t bubbles = 0;
+  std::string pages;
   for (const auto& item : kind.written) {
     const std::string html = fileText(PDXFiles::joined(options_.outputFolder, item.path));
+    pages += html;
     for (std::size_t at = 0; (at = html.find("<div class='message ", at)) != std::string::npos; ++at)
       ++bubbles;
   }
   EXPECT_EQ(bubbles, kind.messageCount());
+  for (const char* words : {"Who is bringing the tent?", "The view from the top!", "你好，世界",
+                            "Hello, is the bicycle still for sale?"}) {
+    EXPECT_NE(pages.find(words), std::string::npos) << words;
+  }
   const auto json = nlohmann::json::parse(fileText(options_.outputFolder + "/export.json"));
   EXPECT_EQ(json["schema"], 1);
   EXPECT_EQ(json["backup"]["deviceName"], "Ann's iPhone");
