@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "messages/MessageDetail.h"
+#include "messages/MessageRowCounts.h"
 #include "messages/MessagesConversation.h"
 
 using PDXConversationList = std::vector<std::unique_ptr<PDXMessagesConversation>>;
@@ -44,6 +45,14 @@ class PDXMessagesReader {
   /// How many messages the store holds in all chats of the conversation, whether they can be shown or not.
   virtual std::size_t storedMessageCount(const PDXMessagesConversation& conversation) {
     return static_cast<std::size_t>(conversation.messageCount);
+  }
+
+  /// What the store's tables hold, counted apart from the loading above. Nothing when they are damaged, or
+  /// the store has no such count.
+  /// @param leftOut  conversations of this reader that are not wanted.
+  virtual std::optional<PDXMessageRowCounts> rowCounts(
+      const std::vector<const PDXMessagesConversation*>& /*leftOut*/) {
+    return std::nullopt;
   }
 
   /// A reader of the same store for another thread.

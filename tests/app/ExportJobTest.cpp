@@ -89,6 +89,13 @@ TEST_F(ExportJob, ReportCountsWhatThePagesHold) {
   EXPECT_EQ(json["schema"], 1);
   EXPECT_EQ(json["backup"]["deviceName"], "Ann's iPhone");
   EXPECT_EQ(json["items"][0]["written"]["messages"], bubbles);
+  EXPECT_EQ(json["items"][0]["found"]["messages"], 400);
+  EXPECT_EQ(json["items"][0]["leftOut"]["messages"], nlohmann::json({{"in no conversation", 1},
+                                                                     {"chat without participants", 2},
+                                                                     {"recently deleted", 1},
+                                                                     {"no text and no attachment", 3},
+                                                                     {"filtered", 0}}));
+  EXPECT_EQ(json["items"][0]["unaccounted"]["messages"], 0);
   EXPECT_EQ(json["items"][0]["attachmentsMissing"].size(), kind.missing.size());
   EXPECT_EQ(json["notBuilt"], (nlohmann::json{"contacts", "blocked"}));
 }
@@ -104,8 +111,11 @@ TEST_F(ExportJob, FiltersLeaveConversationsOutUnlessNamed) {
   EXPECT_TRUE(report.kinds[0].written.empty());
   EXPECT_FALSE(PDXFiles::exists(options_.outputFolder + "/Messages"));
 
+  EXPECT_EQ(report.kinds[0].messageRows->unaccounted, 0);
+
   options_.conversations = {title};
   report = run();
+  EXPECT_EQ(report.kinds[0].messageRows->leftOutRows(), 400U);
   ASSERT_EQ(report.kinds[0].written.size(), 1U);
   EXPECT_NE(fileText(options_.outputFolder + "/" + report.kinds[0].written[0].path)
                 .find("noMessagesInDateRange\">"),
