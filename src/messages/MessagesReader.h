@@ -34,7 +34,7 @@ class PDXMessagesReader {
       const std::optional<PDXDate>& endDate, const std::optional<std::string>& searchTerm) = 0;
 
   /// Everything that the store holds of the conversation in the range, for export: also what the loading
-  /// above cannot reach in older layouts.
+  /// above cannot reach, in older layouts and in the attributed bodies of newer ones.
   virtual std::vector<PDXMessageDetail> everyMessageOfConversation(
       const PDXMessagesConversation& conversation, const std::optional<PDXDate>& startDate,
       const std::optional<PDXDate>& endDate) {
