@@ -15,7 +15,8 @@ constexpr std::string_view kChatColumns =
     "ROWID, guid, style, state, account_id, chat_identifier, service_name, room_name, account_login, "
     "last_addressed_handle, display_name, group_id, is_filtered, successful_query, original_group_id";
 constexpr std::string_view kMessageColumns =
-    "ROWID, guid, text, handle_id, subject, country, version, service, account, account_guid, error, date, "
+    "ROWID, guid, text, attributedBody, handle_id, subject, country, version, service, account, "
+    "account_guid, error, date, "
     "date_read, date_delivered, is_delivered, is_finished, is_from_me, is_empty, is_read, is_sent, "
     "cache_has_attachments, cache_roomnames, was_data_detected, item_type, other_handle, group_title, "
     "group_action_type, associated_message_guid, associated_message_type, associated_message_range_length, "
@@ -76,10 +77,13 @@ void PDXSampleMessageStore::addParticipant(std::int64_t chat, std::int64_t handl
 std::int64_t PDXSampleMessageStore::addMessage(const PDXSampleMessage& message) {
   constexpr auto text = PDXSampleTable::textOrNull;
   const PDXSampleTable::Value body = message.text ? PDXSampleTable::Value(*message.text) : nullptr;
+  const PDXSampleTable::Value attributedBody =
+      message.attributedBody.empty() ? PDXSampleTable::Value(nullptr) : &message.attributedBody;
   const bool isEmpty = message.text && message.text->empty();
   messages_.add({++lastMessage_,
                  message.guid,
                  body,
+                 attributedBody,
                  message.handle,
                  text(message.subject),
                  "gb",

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/Bytes.h"
 #include "platform/Sqlite.h"
 #include "samples/Table.h"
 
@@ -14,6 +15,7 @@ struct PDXSampleMessage {
   std::int64_t handle = 0;  ///< Whose message it is; 0 for most of the owner's.
   std::string guid;
   std::optional<std::string_view> text;
+  PDXBytes attributedBody;  ///< The text in the form of newer systems; empty for none.
   std::string_view subject;
   std::string_view service;
   std::string_view roomName;  ///< Of the group that holds it.

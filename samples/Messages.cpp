@@ -1,11 +1,13 @@
 #include "samples/Messages.h"
 
 #include <algorithm>
+#include <limits>
 #include <map>
 #include <utility>
 
 #include "platform/Files.h"
 #include "samples/Attachments.h"
+#include "samples/AttributedText.h"
 #include "samples/Chatter.h"
 #include "samples/MessageStore.h"
 #include "samples/Random.h"
@@ -21,6 +23,9 @@ constexpr sys_seconds kNow = std::chrono::floor<seconds>(kSampleNow);
 
 /// Devices counted seconds before this day, and nanoseconds since.
 constexpr sys_seconds kNanosecondsSince = std::chrono::sys_days(std::chrono::year(2017) / 9 / 19);
+
+/// From then on the device writes a text only in its attributed form, with few exceptions.
+constexpr sys_seconds kBodiesAloneSince = std::chrono::sys_days(std::chrono::year(2022) / 3 / 10);
 
 constexpr int kSendFailed = 22;
 constexpr int kLikedReaction = 2001;
@@ -72,8 +77,9 @@ class Writer {
     apply_(line.kind, chat, message);
     const std::int64_t row = put_(chat, message);
     chat.lastText = message.text.value_or("");
-    for (const std::string_view key : line.attachments) {
-      if (!key.empty()) addAttachment_(PDXSampleAttachments::named(key), row, message, line.time);
+    const auto guids = PDXSampleAttributedText::attachmentGuids(chat.lastText, message.guid);
+    for (std::size_t i = 0; i < guids.size(); ++i) {
+      addAttachment_(PDXSampleAttachments::named(line.attachments.at(i)), row, guids[i], message, line.time);
     }
   }
 
@@ -184,19 +190,30 @@ class Writer {
     message.text = text;
     message.associatedGuid = "p:0/" + chat.lastGuid;
     message.associatedType = kLikedReaction;
-    store_.addMessage(message);
+    add_(message);
   }
 
   std::int64_t put_(Chat& chat, const PDXSampleMessage& message) {
     if (message.chat != 0 && message.itemType == 0 && message.dateDeleted == 0) chat.lastGuid = message.guid;
+    return add_(message);
+  }
+
+  /// Adds the attributed form of the text, as far as the system of the message's time knew it.
+  std::int64_t add_(PDXSampleMessage message) {
+    static const std::int64_t kBodiesAlone = PDXDates::referenceSeconds(kBodiesAloneSince) * 1'000'000'000;
+    const bool isInNanoseconds = message.date > std::numeric_limits<std::int32_t>::max();
+    if (isInNanoseconds && message.text && !message.text->empty()) {
+      message.attributedBody = PDXSampleAttributedText::archived(*message.text, message.guid);
+      if (message.date >= kBodiesAlone && ++newest_ % 8 != 0) message.text.reset();
+    }
     return store_.addMessage(message);
   }
 
-  void addAttachment_(const PDXSampleAttachment& attachment, std::int64_t message,
+  void addAttachment_(const PDXSampleAttachment& attachment, std::int64_t message, const std::string& guid,
                       const PDXSampleMessage& about, sys_seconds time) {
     PDXSampleAttachmentRow row;
     row.message = message;
-    row.guid = random_.guid();
+    row.guid = guid;
     row.created = PDXDates::referenceSeconds(time);
     row.uti = attachment.uti;
     row.mimeType = attachment.mimeType;
@@ -242,6 +259,7 @@ class Writer {
   PDXSampleMessageStore store_;
   PDXSampleRandom random_;
   std::uint64_t seed_;
+  std::int64_t newest_ = 0;
   std::vector<Chat> chats_;
   std::map<std::pair<std::string, std::string>, std::int64_t> handles_;
 };

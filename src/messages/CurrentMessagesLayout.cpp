@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "backup/SQLiteHelper.h"
+#include "messages/AttributedBody.h"
 #include "messages/MessageRows.h"
 #include "platform/Log.h"
 #include "platform/Text.h"
@@ -59,6 +60,7 @@ struct Columns {
   explicit Columns(const PDXSQLiteStatement& rows)
       : rowId(index("ROWID", rows)),
         text(index("text", rows)),
+        attributedBody(index("attributedBody", rows)),
         subject(index("subject", rows)),
         date(index("date", rows)),
         dateRead(index("date_read", rows)),
@@ -74,8 +76,8 @@ struct Columns {
     return PDXSQLiteHelper::indexOfColumnNamedWithinStatment(name, rows);
   }
 
-  int rowId, text, subject, date, dateRead, dateDelivered, address, service, isFromMe, isSent, isDelivered,
-      isRead;
+  int rowId, text, attributedBody, subject, date, dateRead, dateDelivered, address, service, isFromMe, isSent,
+      isDelivered, isRead;
 };
 
 /// Splits a shared note's link off the front of a text. "" when the text does not begin with one.
@@ -87,9 +89,42 @@ std::string takeNoteLink(std::string& text) {
   return link;
 }
 
-void readText(const PDXSQLiteStatement& rows, const Columns& columns, PDXMessageDetail& message) {
-  if (rows.isNull(columns.text)) return;
-  message.message = PDXText::replacedAll(rows.text(columns.text), kAttachmentPlaceholder, "");
+/// The attributed bodies of a conversation that could not be read.
+struct DamagedBodies {
+  std::size_t count = 0;
+  std::int64_t firstRowId = 0;
+
+  void add(std::int64_t rowId) {
+    if (count++ == 0) firstRowId = rowId;
+  }
+
+  /// Once for all of them, so that a damaged store does not fill the report.
+  void reportUnlessNone(const std::string& conversation) const {
+    if (count == 0) return;
+    const std::string first = "message " + std::to_string(firstRowId);
+    const std::string why = count == 1 ? "the attributed body of " + first + " is damaged"
+                                       : "the attributed bodies of " + std::to_string(count) +
+                                             " messages are damaged, the first of " + first;
+    PDXLog::report({.what = "message text", .where = conversation, .why = why});
+  }
+};
+
+/// A message's text with a character for each attachment. Nothing for one without text.
+std::optional<std::string> storedText(const PDXSQLiteStatement& rows, const Columns& columns,
+                                      DamagedBodies& damaged) {
+  if (!rows.isNull(columns.attributedBody)) {
+    auto text = PDXAttributedBody::text(rows.blob(columns.attributedBody));
+    if (!text) damaged.add(rows.int64(columns.rowId));
+    if (text && !text->empty()) return text;
+  }
+  return rows.isNull(columns.text) ? std::nullopt : std::optional(rows.text(columns.text));
+}
+
+void readText(const PDXSQLiteStatement& rows, const Columns& columns, DamagedBodies& damaged,
+              PDXMessageDetail& message) {
+  auto text = storedText(rows, columns, damaged);
+  if (!text) return;
+  message.message = PDXText::replacedAll(*std::move(text), kAttachmentPlaceholder, "");
   if (std::string link = takeNoteLink(message.message); !link.empty()) {
     message.messagePieces.emplace_back("ic_note", 1, std::move(link));
   }
@@ -119,9 +154,10 @@ void readStatus(const PDXSQLiteStatement& rows, const Columns& columns, PDXMessa
   }
 }
 
-PDXMessageDetail messageFromRow(const PDXSQLiteStatement& rows, const Columns& columns) {
+PDXMessageDetail messageFromRow(const PDXSQLiteStatement& rows, const Columns& columns,
+                                DamagedBodies& damaged) {
   PDXMessageDetail message;
-  readText(rows, columns, message);
+  readText(rows, columns, damaged, message);
   message.subject = rows.text(columns.subject);
   message.rowId = static_cast<std::int32_t>(rows.int64(columns.rowId));
   message.direction = rows.int64(columns.isFromMe) == 1 ? 1 : 0;
@@ -258,19 +294,29 @@ std::string messageColumns(const PDXSQLiteDatabase& database) {
          (hasStatusColumns(database) ? ", m.is_sent, m.is_delivered, m.is_read" : "");
 }
 
-std::string messagesStatement(const PDXSQLiteDatabase& database, const std::string& where) {
-  return "select " + messageColumns(database) +
+/// A body is fetched only where it stands in for the text: bodies make up most of a newer store.
+const char* bodyColumn(const PDXSQLiteDatabase& database, const PDXMessagesQuery& query) {
+  const bool hasBody = query.reachesEverything && PDXSQLiteHelper::doesDatabaseContainTableWithColumnNamed(
+                                                      database, "message", "attributedBody");
+  return hasBody ? ", CASE WHEN (m.text IS NULL OR m.text = '') AND length(m.attributedBody) > 0 "
+                   "THEN m.attributedBody END AS attributedBody"
+                 : "";
+}
+
+std::string messagesStatement(const PDXSQLiteDatabase& database, const PDXMessagesQuery& query,
+                              const std::string& where) {
+  return "select " + messageColumns(database) + bodyColumn(database, query) +
          " from message  m inner join chat_message_join cmj on cmj.message_id = m.ROWID left join handle h "
          "on h.ROWID "
          "= m.handle_id where " +
          where;
 }
 
-void appendMessages(PDXSQLiteStatement& rows, Attachments& attachments,
+void appendMessages(PDXSQLiteStatement& rows, Attachments& attachments, DamagedBodies& damaged,
                     std::vector<PDXMessageDetail>& messages) {
   const Columns columns(rows);
   while (rows.step()) {
-    PDXMessageDetail message = messageFromRow(rows, columns);
+    PDXMessageDetail message = messageFromRow(rows, columns, damaged);
     attachments.addTo(message, rows.int64(columns.rowId));
     if (!message.message.empty() || message.containsMessagePieces()) messages.push_back(std::move(message));
   }
@@ -279,7 +325,7 @@ void appendMessages(PDXSQLiteStatement& rows, Attachments& attachments,
 /// Reads the conversation's messages one by one, since the rows of a statement end at the first damaged page.
 void salvageMessages(const PDXSQLiteDatabase& database, const std::string& sql,
                      const PDXMessagesConversation& conversation, Attachments& attachments,
-                     std::vector<PDXMessageDetail>& messages) {
+                     DamagedBodies& damaged, std::vector<PDXMessageDetail>& messages) {
   auto ids =
       database.prepare("select distinct cmj.message_id from chat_message_join cmj where cmj.chat_id IN (" +
                        conversation.conversationIdArrayString() + ") ");
@@ -287,7 +333,7 @@ void salvageMessages(const PDXSQLiteDatabase& database, const std::string& sql,
   while (ids.step() && !rows.wasInterrupted()) {
     rows.reset();
     rows.bind(1, ids.int64(0));
-    appendMessages(rows, attachments, messages);
+    appendMessages(rows, attachments, damaged, messages);
   }
 }
 
@@ -323,17 +369,23 @@ void loadMessages(const PDXSQLiteDatabase& database, const PDXMessagesConversati
                   std::vector<PDXMessageDetail>& messages) {
   if (!PDXSQLiteHelper::doesDatabaseContainTable(database, "chat")) return;
   const std::size_t first = messages.size();
-  const std::string sql = messagesStatement(database, condition(conversation, query));
+  const std::string sql = messagesStatement(database, query, condition(conversation, query));
   auto rows = database.prepare(sql + " order by m.ROWID asc");
   Attachments attachments(database, withAttachments);
-  appendMessages(rows, attachments, messages);
+  DamagedBodies damaged;
+  appendMessages(rows, attachments, damaged, messages);
   PDXMessageRows::reportUnlessComplete(rows, conversation.title());
-  if (!rows.failed() || rows.wasInterrupted() || !query.reachesEverything) return;
-  std::vector<PDXMessageDetail> salvaged;
-  salvageMessages(database, sql, conversation, attachments, salvaged);
-  if (salvaged.size() <= messages.size() - first) return;
-  messages.resize(first);
-  std::move(salvaged.begin(), salvaged.end(), std::back_inserter(messages));
+  if (rows.failed() && !rows.wasInterrupted() && query.reachesEverything) {
+    std::vector<PDXMessageDetail> salvaged;
+    DamagedBodies damagedOfSalvaged;
+    salvageMessages(database, sql, conversation, attachments, damagedOfSalvaged, salvaged);
+    if (salvaged.size() > messages.size() - first) {
+      messages.resize(first);
+      std::move(salvaged.begin(), salvaged.end(), std::back_inserter(messages));
+      damaged = damagedOfSalvaged;
+    }
+  }
+  damaged.reportUnlessNone(conversation.title());
 }
 
 bool hasMessage(const PDXSQLiteDatabase& database, const PDXMessagesConversation& conversation,

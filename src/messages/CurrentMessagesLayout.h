@@ -22,7 +22,8 @@ void listConversations(const PDXSQLiteDatabase& database, PDXConversationWorking
 /// spares a query for each of the others.
 std::vector<std::int64_t> messagesWithAttachments(const PDXSQLiteDatabase& database);
 
-/// Appends the messages of every chat of the conversation, in the order of their rows.
+/// Appends the messages of every chat of the conversation, in the order of their rows. When everything is to
+/// be reached, a message without a text takes it from its attributed body; damaged bodies are reported once.
 /// @param withAttachments  as `messagesWithAttachments` answers.
 void loadMessages(const PDXSQLiteDatabase& database, const PDXMessagesConversation& conversation,
                   const PDXMessagesQuery& query, const std::vector<std::int64_t>& withAttachments,

@@ -39,7 +39,8 @@ struct PDXMessageDetail {
 
   std::vector<PDXMessagePiece> messagePieces;
 
-  /// Without the characters that stand for attachments. Source: message.text.
+  /// Without the characters that stand for attachments. Source: message.text; for exports also
+  /// message.attributedBody where that is NULL or empty.
   std::string message;
 
   /// Source: message.subject.

@@ -119,7 +119,7 @@ std::optional<PDXMessageThread> PDXMessageReader::messageThreadForConversationFi
 std::optional<PDXMessageThread> PDXMessageReader::messageThreadForConversationWithStartDateEndDateSearchTerm(
     const PDXMessagesConversation& conversation, const std::optional<PDXDate>& startDate,
     const std::optional<PDXDate>& endDate, const std::optional<std::string>& searchTerm) {
-  PDXMessagesReader* reader = readerOf_(conversation);
+  PDXMessagesReader* reader = readerOf_(conversation.conversationType);
   if (!holds_(conversation) || reader == nullptr) return std::nullopt;
   // An end date alone makes no filter: the filter's range begins with its start.
   PDXMessageThread thread(conversation,
@@ -136,7 +136,7 @@ bool PDXMessageReader::conversationIsInDateRangeEndDateOrMatchesSearchTerm(
       PDXText::containsIgnoringCase(conversation.title(), *searchTerm)) {
     return true;
   }
-  PDXMessagesReader* reader = readerOf_(conversation);
+  PDXMessagesReader* reader = readerOf_(conversation.conversationType);
   return reader != nullptr && reader->conversationIsInDateRangeEndDateOrMatchesSearchTerm(
                                   conversation, startDate, endDate, searchTerm);
 }
@@ -152,9 +152,14 @@ std::vector<PDXMessageDetail> PDXMessageReader::messagesForExport(PDXMessagesRea
   return messages;
 }
 
-PDXMessagesReader* PDXMessageReader::readerOf_(const PDXMessagesConversation& conversation) const {
-  return conversation.conversationType == EConversationTypeWhatsApp ? whatsAppReader_.get()
-                                                                    : standardReader_.get();
+std::optional<PDXMessageRowCounts> PDXMessageReader::rowCounts(
+    EConversationType type, const std::vector<const PDXMessagesConversation*>& leftOut) const {
+  PDXMessagesReader* reader = readerOf_(type);
+  return reader == nullptr ? std::nullopt : reader->rowCounts(leftOut);
+}
+
+PDXMessagesReader* PDXMessageReader::readerOf_(EConversationType type) const {
+  return type == EConversationTypeWhatsApp ? whatsAppReader_.get() : standardReader_.get();
 }
 
 bool PDXMessageReader::holds_(const PDXMessagesConversation& conversation) const {

@@ -61,8 +61,12 @@ class PDXMessageReader {
                                                          const std::optional<PDXDate>& endDate,
                                                          const std::string& searchTerm);
 
+  /// What the store of that type holds, see PDXMessagesReader::rowCounts. Nothing before it was loaded.
+  std::optional<PDXMessageRowCounts> rowCounts(
+      EConversationType type, const std::vector<const PDXMessagesConversation*>& leftOut) const;
+
  private:
-  PDXMessagesReader* readerOf_(const PDXMessagesConversation& conversation) const;
+  PDXMessagesReader* readerOf_(EConversationType type) const;
   bool holds_(const PDXMessagesConversation& conversation) const;
   void append_(PDXConversationList conversations);
 

@@ -80,6 +80,11 @@ std::size_t PDXMessagesDbReader::storedMessageCount(const PDXMessagesConversatio
   return PDXCurrentMessagesLayout::messageCount(open_(), conversation);
 }
 
+std::optional<PDXMessageRowCounts> PDXMessagesDbReader::rowCounts(
+    const std::vector<const PDXMessagesConversation*>& leftOut) {
+  return PDXMessageRowCounts::of(open_(), leftOut);
+}
+
 std::unique_ptr<PDXMessagesReader> PDXMessagesDbReader::forAnotherThread() const {
   return std::make_unique<PDXMessagesDbReader>(messagesDbPath_, contactsDbPath_, mobileSMSPlistPath_);
 }

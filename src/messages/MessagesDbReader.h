@@ -51,6 +51,9 @@ class PDXMessagesDbReader final : public PDXMessagesReader {
   /// Of the current layout's chats; the older layouts are not counted.
   std::size_t storedMessageCount(const PDXMessagesConversation& conversation) override;
 
+  std::optional<PDXMessageRowCounts> rowCounts(
+      const std::vector<const PDXMessagesConversation*>& leftOut) override;
+
   std::unique_ptr<PDXMessagesReader> forAnotherThread() const override;
 
   /// A date of the current layout as a moment; nothing for 0 and below.

@@ -12,7 +12,8 @@ struct PDXMessagesQuery {
   std::optional<PDXDate> endDate;         ///< The first moment that is not.
   std::optional<std::string> searchTerm;  ///< Goes into the SQL as it stands: a quote makes it match nothing.
 
-  /// Also loads what the given statements of the older layouts cannot reach. Without a search term.
+  /// Also loads what the given statements cannot reach: in the older layouts, and texts that only the
+  /// attributed body holds. Without a search term.
   bool reachesEverything = false;
 
   bool hasDates() const { return startDate || endDate; }

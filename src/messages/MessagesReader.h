@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "messages/MessageDetail.h"
+#include "messages/MessageRowCounts.h"
 #include "messages/MessagesConversation.h"
 
 using PDXConversationList = std::vector<std::unique_ptr<PDXMessagesConversation>>;
@@ -33,7 +34,7 @@ class PDXMessagesReader {
       const std::optional<PDXDate>& endDate, const std::optional<std::string>& searchTerm) = 0;
 
   /// Everything that the store holds of the conversation in the range, for export: also what the loading
-  /// above cannot reach in older layouts.
+  /// above cannot reach, in older layouts and in the attributed bodies of newer ones.
   virtual std::vector<PDXMessageDetail> everyMessageOfConversation(
       const PDXMessagesConversation& conversation, const std::optional<PDXDate>& startDate,
       const std::optional<PDXDate>& endDate) {
@@ -44,6 +45,14 @@ class PDXMessagesReader {
   /// How many messages the store holds in all chats of the conversation, whether they can be shown or not.
   virtual std::size_t storedMessageCount(const PDXMessagesConversation& conversation) {
     return static_cast<std::size_t>(conversation.messageCount);
+  }
+
+  /// What the store's tables hold, counted apart from the loading above. Nothing when they are damaged, or
+  /// the store has no such count.
+  /// @param leftOut  conversations of this reader that are not wanted.
+  virtual std::optional<PDXMessageRowCounts> rowCounts(
+      const std::vector<const PDXMessagesConversation*>& /*leftOut*/) {
+    return std::nullopt;
   }
 
   /// A reader of the same store for another thread.

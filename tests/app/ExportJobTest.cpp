@@ -73,16 +73,29 @@ TEST_F(ExportJob, ReportCountsWhatThePagesHold) {
   EXPECT_EQ(kind.found, kind.written.size());
   EXPECT_GE(kind.missing.size(), 2U);
   std::size_t bubbles = 0;
+  std::string pages;
   for (const auto& item : kind.written) {
     const std::string html = fileText(PDXFiles::joined(options_.outputFolder, item.path));
+    pages += html;
     for (std::size_t at = 0; (at = html.find("<div class='message ", at)) != std::string::npos; ++at)
       ++bubbles;
   }
   EXPECT_EQ(bubbles, kind.messageCount());
+  for (const char* words : {"Who is bringing the tent?", "The view from the top!", "你好，世界",
+                            "Hello, is the bicycle still for sale?"}) {
+    EXPECT_NE(pages.find(words), std::string::npos) << words;
+  }
   const auto json = nlohmann::json::parse(fileText(options_.outputFolder + "/export.json"));
   EXPECT_EQ(json["schema"], 1);
   EXPECT_EQ(json["backup"]["deviceName"], "Ann's iPhone");
   EXPECT_EQ(json["items"][0]["written"]["messages"], bubbles);
+  EXPECT_EQ(json["items"][0]["found"]["messages"], 400);
+  EXPECT_EQ(json["items"][0]["leftOut"]["messages"], nlohmann::json({{"in no conversation", 1},
+                                                                     {"chat without participants", 2},
+                                                                     {"recently deleted", 1},
+                                                                     {"no text and no attachment", 3},
+                                                                     {"filtered", 0}}));
+  EXPECT_EQ(json["items"][0]["unaccounted"]["messages"], 0);
   EXPECT_EQ(json["items"][0]["attachmentsMissing"].size(), kind.missing.size());
   EXPECT_EQ(json["notBuilt"], (nlohmann::json{"contacts", "blocked"}));
 }
@@ -98,8 +111,11 @@ TEST_F(ExportJob, FiltersLeaveConversationsOutUnlessNamed) {
   EXPECT_TRUE(report.kinds[0].written.empty());
   EXPECT_FALSE(PDXFiles::exists(options_.outputFolder + "/Messages"));
 
+  EXPECT_EQ(report.kinds[0].messageRows->unaccounted, 0);
+
   options_.conversations = {title};
   report = run();
+  EXPECT_EQ(report.kinds[0].messageRows->leftOutRows(), 400U);
   ASSERT_EQ(report.kinds[0].written.size(), 1U);
   EXPECT_NE(fileText(options_.outputFolder + "/" + report.kinds[0].written[0].path)
                 .find("noMessagesInDateRange\">"),

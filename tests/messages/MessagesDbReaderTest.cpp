@@ -2,7 +2,9 @@
 
 #include <fmt/format.h>
 
+#include "messages/MessageReader.h"
 #include "platform/Log.h"
+#include "samples/AttributedText.h"
 #include "tests/support/SampleDatabase.h"
 #include "tests/support/TestFolder.h"
 
@@ -233,6 +235,48 @@ TEST_F(MessagesDbReader, AMissingColumnOrAViewCostsOnlyItself) {
               "CREATE VIEW handle AS WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n) "
               "SELECT i AS id, 'SMS' AS service FROM n");
   EXPECT_TRUE(reader(view.row("chat", 1).row("chat_handle_join", 1, 1)).getConversationList().empty());
+}
+
+TEST_F(MessagesDbReader, ExportsTextsThatOnlyTheAttributedBodyHolds) {
+  const PDXBytes body = PDXSampleAttributedText::archived("\uFFFCGr\u00FC\u00DFe", "G");
+  const PDXBytes link = PDXSampleAttributedText::archived("https://www.icloud.com/notes/0aB Plan", "G");
+  const PDXBytes damaged(body.begin(), body.begin() + 100);
+  const PDXBytes none;
+  auto database = withChat(store(), 1, 1, "ann").sql("ALTER TABLE message ADD COLUMN attributedBody");
+  int id = 0;
+  const auto add = [&](auto text, const PDXBytes& attributed) {
+    ++id;
+    database = database.row("message", id, 1, text, nullptr, 600000000, 0, 0, "SMS", 0, 1, 1, 1, attributed)
+                   .row("chat_message_join", 1, id);
+  };
+  add(nullptr, body);
+  add("", body);
+  add("plain", damaged);
+  add(nullptr, link);
+  add(nullptr, damaged);
+  add("", damaged);
+  add(nullptr, none);
+  std::vector<PDXProblem> problems;
+  const auto before = PDXLog::listen([&](const PDXProblem& problem) { problems.push_back(problem); });
+  auto made = reader(database);
+  const auto conversations = made.getConversationList();
+  const auto messages = made.everyMessageOfConversation(*conversations[0], {}, {});
+  const auto given = made.getMessagesFromConversationWithStartDateAndEndDate(*conversations[0], {}, {});
+  const auto found = PDXMessageReader::messagesForExport(made, *conversations[0], {}, {}, "GR\u00DC\u00DFE");
+  PDXLog::listen(before);
+
+  const std::string head = " received 0 2020-01-06T10:40:00Z ";
+  EXPECT_EQ(shown(messages), "1" + head + "[text:0:Gr\u00FC\u00DFe]\n2" + head +
+                                 "[text:0:Gr\u00FC\u00DFe]\n3" + head + "[text:0:plain]\n4" + head +
+                                 "[ic_note:1:https://www.icloud.com/notes/0aB] [text:0:Plan]\n6" + head +
+                                 "[text:0:]\n");
+  EXPECT_EQ(shown(given), "2" + head + "[text:0:]\n3" + head + "[text:0:plain]\n6" + head + "[text:0:]\n");
+  EXPECT_EQ(found.size(), 2U);
+  const PDXProblem expected = {
+      .what = "message text",
+      .where = "ann",
+      .why = "the attributed bodies of 2 messages are damaged, the first of message 5"};
+  EXPECT_EQ(problems, (std::vector{expected, expected})) << "once for each of the two exports";
 }
 
 TEST_F(MessagesDbReader, KeepsWhatCanBeReadOfADamagedStore) {

@@ -125,6 +125,13 @@ TEST(SampleBackup, MessagesAgreeWithThemselves) {
        "SELECT count(*) FROM message WHERE ROWID NOT IN (SELECT message_id FROM chat_message_join) "
        "AND ROWID NOT IN (SELECT message_id FROM chat_recoverable_message_join)",
        "1"},
+      {"message that says nothing and is no event of a group",
+       "SELECT count(*) FROM message WHERE text IS NULL AND attributedBody IS NULL AND item_type = 0", "0"},
+      {"attributed body from before there were any",
+       "SELECT count(*) FROM message WHERE attributedBody IS NOT NULL AND date < 1000000000", "0"},
+      {"recent texts that are not in the attributed body alone, beyond an eighth",
+       "SELECT sum(text IS NULL) * 8 >= count(*) * 7 - 16 FROM message WHERE date >= 668563200000000000",
+       "1"},
       {"message of the future", "SELECT count(*) FROM message WHERE date > 731755800000000000", "0"},
   };
   const PDXTestFolder folder;

@@ -132,6 +132,7 @@ class ExportCommand final : public PDXCommand {
                              counted(kind.written.size(), "conversation", "conversations"),
                              counted(kind.messageCount(), "message", "messages"),
                              counted(kind.attachmentCount(), "attachment", "attachments")));
+    summariseRows(console, kind);
     if (kind.filtered > 0) {
       console.note(fmt::format("  {} left out: nothing in them matches",
                                counted(kind.filtered, "conversation", "conversations")));
@@ -150,6 +151,17 @@ class ExportCommand final : public PDXCommand {
     }
     for (const PDXProblem& problem : kind.unreadable) {
       PDXConsole::error(problem.what + " could not be read: " + problem.where + ": " + problem.why);
+    }
+  }
+
+  static void summariseRows(const PDXConsole& console, const PDXKindReport& kind) {
+    if (!kind.messageRows) return;
+    if (const std::size_t leftOut = kind.messageRows->leftOutRows(); leftOut > 0) {
+      console.note(fmt::format("  {} left out: {}", counted(leftOut, "message", "messages"),
+                               kind.messageRows->leftOutText()));
+    }
+    if (kind.messageRows->unaccounted != 0) {
+      console.note(fmt::format("  unaccounted messages: {}", kind.messageRows->unaccounted));
     }
   }
 

@@ -55,6 +55,7 @@ PDXExportReport PDXExportJob::run(const PDXProgressSink& progress, const std::st
                                                 "Messages", report, progress, stop);
     kind.kind = "messages";
     kind.title = "Messages";
+    if (report.outcome == PDXExportReport::Outcome::done && !stop.stop_requested()) countRows_(kind);
     report.kinds.push_back(std::move(kind));
   }
   for (const PDXContentKind& kind : PDXContentKinds::all()) {
@@ -68,6 +69,12 @@ PDXExportReport PDXExportJob::run(const PDXProgressSink& progress, const std::st
   if (stop.stop_requested()) report.outcome = PDXExportReport::Outcome::stopped;
   if (report.outcome != PDXExportReport::Outcome::stopped) writeOverview_(report);
   return report;
+}
+
+void PDXExportJob::countRows_(PDXKindReport& kind) const {
+  const auto leftOut = PDXMessagesExport::leftOut(messages_->standardConversations(), options_);
+  const auto counts = messages_->rowCounts(EConversationTypeStandard, leftOut);
+  if (counts) kind.messageRows = PDXRowAccount::of(*counts, kind.messageCount(), options_.hasFilter());
 }
 
 bool PDXExportJob::takes_(const std::string& kind) const {

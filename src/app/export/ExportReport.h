@@ -2,9 +2,11 @@
 
 #include <cstddef>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "app/export/RowAccount.h"
 #include "platform/Log.h"
 
 /// One page or file that an export wrote.
@@ -20,7 +22,10 @@ struct PDXKindReport {
   std::string kind;   ///< As the command names it, e.g. "messages".
   std::string title;  ///< As people call it, e.g. "Messages".
 
-  std::size_t found = 0;     ///< Conversations that the store holds.
+  std::size_t found = 0;  ///< Conversations that the store holds.
+  /// What became of the store's messages. Nothing when they could not be counted.
+  std::optional<PDXRowAccount> messageRows;
+
   std::size_t filtered = 0;  ///< Conversations left out because nothing in them matches.
   std::vector<PDXExportedItem> written;
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <iterator>
 #include <mutex>
 #include <thread>
 #include <utility>
@@ -32,6 +33,10 @@ bool isNamed(const std::string& title, const PDXExportOptions& options) {
          options.conversations.end();
 }
 
+bool isTaken(const std::string& title, const PDXExportOptions& options) {
+  return options.conversations.empty() || isNamed(title, options);
+}
+
 /// The conversations to write. Names are given to all of them, so that a filter does not change them.
 std::vector<Task> tasksFor(const std::vector<PDXMessagesConversation*>& conversations,
                            const PDXExportOptions& options) {
@@ -40,7 +45,7 @@ std::vector<Task> tasksFor(const std::vector<PDXMessagesConversation*>& conversa
   for (const PDXMessagesConversation* conversation : conversations) {
     std::string title = conversation->title();
     std::string name = names.nameFor(title);
-    if (!options.conversations.empty() && !isNamed(title, options)) continue;
+    if (!isTaken(title, options)) continue;
     tasks.push_back({conversation, std::move(title), std::move(name)});
   }
   return tasks;
@@ -169,4 +174,12 @@ PDXKindReport PDXMessagesExport::run(PDXDeviceData& deviceData,
   const auto results = Workers(deviceData, options, folder, progress, stop).run(tasks);
   for (std::size_t i = 0; i < tasks.size(); ++i) addTo(kind, report, tasks[i], results[i], folder);
   return kind;
+}
+
+std::vector<const PDXMessagesConversation*> PDXMessagesExport::leftOut(
+    const std::vector<PDXMessagesConversation*>& conversations, const PDXExportOptions& options) {
+  std::vector<const PDXMessagesConversation*> others;
+  std::copy_if(conversations.begin(), conversations.end(), std::back_inserter(others),
+               [&](const auto* conversation) { return !isTaken(conversation->title(), options); });
+  return others;
 }

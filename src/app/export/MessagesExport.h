@@ -23,4 +23,8 @@ PDXKindReport run(PDXDeviceData& deviceData, const std::vector<PDXMessagesConver
                   const PDXExportOptions& options, const std::string& folder, PDXExportReport& report,
                   const PDXProgressSink& progress, const std::stop_token& stop);
 
+/// The conversations that `run` does not take, because the options name others.
+std::vector<const PDXMessagesConversation*> leftOut(
+    const std::vector<PDXMessagesConversation*>& conversations, const PDXExportOptions& options);
+
 }  // namespace PDXMessagesExport

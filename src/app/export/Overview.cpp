@@ -58,12 +58,28 @@ std::string itemRow(const PDXExportedItem& item) {
          "</td></tr>\n";
 }
 
+/// What became of the messages that stand on no page.
+std::string accountNotes(const PDXKindReport& kind) {
+  if (!kind.messageRows) return "<p class=\"note\">The messages in the store could not be counted</p>\n";
+  std::string html;
+  if (const std::size_t leftOut = kind.messageRows->leftOutRows(); leftOut > 0) {
+    html += "<p class=\"note\">" + counted(leftOut, "message", "messages") +
+            " left out: " + PDXText::escapedForHtml(kind.messageRows->leftOutText()) + "</p>\n";
+  }
+  if (kind.messageRows->unaccounted != 0) {
+    html +=
+        "<p class=\"note\">unaccounted messages: " + std::to_string(kind.messageRows->unaccounted) + "</p>\n";
+  }
+  return html;
+}
+
 std::string kindSection(const PDXKindReport& kind) {
   std::string html = "<section id=\"" + kind.kind + "\"><h2>" + PDXText::escapedForHtml(kind.title) +
                      "</h2>\n<p class=\"note\">" +
                      counted(kind.written.size(), "conversation", "conversations") + ", " +
                      counted(kind.messageCount(), "message", "messages") + ", " +
                      counted(kind.attachmentCount(), "attachment", "attachments") + "</p>\n";
+  html += accountNotes(kind);
   if (kind.filtered > 0) {
     html += "<p class=\"note\">" + counted(kind.filtered, "conversation", "conversations") +
             " left out: nothing in the chosen range or search</p>\n";
@@ -89,6 +105,22 @@ std::string joined(const std::vector<std::string>& names) {
   return text;
 }
 
+/// The parts of the report that say what became of the store's messages; null for what is not known.
+struct AccountJson {
+  explicit AccountJson(const std::optional<PDXRowAccount>& account) {
+    if (!account) return;
+    found = account->rows;
+    repeated = account->repeated;
+    unaccounted = account->unaccounted;
+    for (const PDXRowAccount::Reason& reason : account->leftOut) leftOut[reason.why] = reason.rows;
+  }
+
+  Json found;
+  Json repeated;
+  Json leftOut;
+  Json unaccounted;
+};
+
 Json kindJson(const PDXKindReport& kind) {
   auto pages = Json::array();
   for (const PDXExportedItem& item : kind.written) {
@@ -97,12 +129,16 @@ Json kindJson(const PDXKindReport& kind) {
                      {"messages", item.messages},
                      {"attachments", item.attachments}});
   }
+  const AccountJson account(kind.messageRows);
   return {{"kind", kind.kind},
-          {"found", {{"conversations", kind.found}}},
+          {"found", {{"conversations", kind.found}, {"messages", account.found}}},
           {"written",
            {{"conversations", kind.written.size()},
             {"messages", kind.messageCount()},
             {"attachments", kind.attachmentCount()}}},
+          {"repeated", {{"messages", account.repeated}}},
+          {"leftOut", {{"messages", account.leftOut}}},
+          {"unaccounted", {{"messages", account.unaccounted}}},
           {"filtered", {{"conversations", kind.filtered}}},
           {"attachmentsNeverDownloaded", kind.neverDownloaded},
           {"attachmentsMissing", PDXBackupJson::problems(kind.missing)},

@@ -1,0 +1,183 @@
+#include "messages/MessageRowCounts.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <string>
+#include <unordered_set>
+
+#include "backup/SQLiteHelper.h"
+
+namespace {
+
+using Ids = std::unordered_set<std::int64_t>;
+
+bool hasTable(const PDXSQLiteDatabase& database, const std::string& table) {
+  return PDXSQLiteHelper::doesDatabaseContainTable(database, table);
+}
+
+bool hasColumn(const PDXSQLiteDatabase& database, const std::string& table, const char* column) {
+  return PDXSQLiteHelper::doesDatabaseContainTableWithColumnNamed(database, table, column);
+}
+
+/// The numbers of a statement's first column; those before an error, when it ends in one.
+Ids idsOf(const PDXSQLiteDatabase& database, const std::string& sql) {
+  Ids ids;
+  auto rows = database.prepare(sql);
+  while (rows.step()) ids.insert(rows.int64(0));
+  return ids;
+}
+
+/// What is left out, as the stores name it.
+struct LeftOut {
+  explicit LeftOut(const std::vector<const PDXMessagesConversation*>& conversations) {
+    for (const PDXMessagesConversation* conversation : conversations) {
+      ids.insert(conversation->conversationIdArray.begin(), conversation->conversationIdArray.end());
+      handles.insert(conversation->madridHandleArray.begin(), conversation->madridHandleArray.end());
+    }
+  }
+
+  Ids ids;
+  std::unordered_set<std::string> handles;
+};
+
+/// Where one row is met: in how many chats, groups or handles of each sort.
+struct Places {
+  std::size_t wanted = 0;
+  std::size_t leftOut = 0;
+  std::size_t withoutParticipants = 0;
+
+  void add(bool hasParticipants, bool isLeftOut) {
+    ++(!hasParticipants ? withoutParticipants : isLeftOut ? leftOut : wanted);
+  }
+};
+
+void addRow(PDXMessageRowCounts& counts, const Places& places, bool hasContent, bool isDeleted) {
+  ++counts.rows;
+  if (places.wanted > 0 && hasContent) {
+    counts.expected += places.wanted;
+    counts.repeated += places.wanted - 1;
+  } else {
+    ++(places.wanted > 0                ? counts.withoutContent
+       : places.leftOut > 0             ? counts.notWanted
+       : places.withoutParticipants > 0 ? counts.withoutParticipants
+       : isDeleted                      ? counts.recentlyDeleted
+                                        : counts.inNoConversation);
+  }
+}
+
+/// The chats of single messages, which must be asked for in ascending order: so one pass over the join table
+/// does, whether it has an index or not.
+class ChatsOfMessages {
+ public:
+  ChatsOfMessages(const PDXSQLiteDatabase& database, const LeftOut& leftOut)
+      : leftOut_(leftOut),
+        withParticipants_(idsOf(database,
+                                "SELECT c.ROWID FROM chat c WHERE EXISTS (SELECT 1 FROM chat_handle_join j "
+                                "JOIN handle h ON h.ROWID = j.handle_id WHERE j.chat_id = c.ROWID)")),
+        rows_(database.prepare("SELECT message_id, chat_id FROM chat_message_join ORDER BY message_id")),
+        hasRow_(rows_.step()) {}
+
+  Places placesOf(std::int64_t message) {
+    Places places;
+    for (; hasRow_ && rows_.int64(0) <= message; hasRow_ = rows_.step()) {
+      if (rows_.int64(0) < message) continue;
+      const std::int64_t chat = rows_.int64(1);
+      places.add(withParticipants_.contains(chat), leftOut_.ids.contains(chat));
+    }
+    return places;
+  }
+
+  bool failed() const { return !rows_.isValid() || rows_.failed(); }
+
+ private:
+  const LeftOut& leftOut_;
+  Ids withParticipants_;
+  PDXSQLiteStatement rows_;
+  bool hasRow_;
+};
+
+bool countCurrent(const PDXSQLiteDatabase& database, const LeftOut& leftOut, PDXMessageRowCounts& counts) {
+  ChatsOfMessages chats(database, leftOut);
+  const Ids deleted = idsOf(database, "SELECT message_id FROM chat_recoverable_message_join");
+  const Ids withFile =
+      idsOf(database,
+            "SELECT j.message_id FROM message_attachment_join j JOIN attachment a ON a.ROWID = "
+            "j.attachment_id WHERE a.filename IS NOT NULL");
+  const bool hasBody = hasColumn(database, "message", "attributedBody");
+  auto rows =
+      database.prepare(std::string("SELECT ROWID, text IS NOT NULL") +
+                       (hasBody ? " OR length(attributedBody) > 0" : "") + " FROM message ORDER BY ROWID");
+  while (rows.step()) {
+    const std::int64_t id = rows.int64(0);
+    addRow(counts, chats.placesOf(id), rows.int64(1) != 0 || withFile.contains(id), deleted.contains(id));
+  }
+  return rows.isValid() && !rows.failed() && !chats.failed();
+}
+
+/// The groups of the earliest layout and the handles of the first iMessage layout, which share a table.
+class OlderConversations {
+ public:
+  OlderConversations(const PDXSQLiteDatabase& database, const std::string& suffix, const LeftOut& leftOut)
+      : leftOut_(leftOut) {
+    const std::string table = "message" + suffix;
+    hasGroups_ = hasTable(database, "msg_pieces" + suffix) && hasColumn(database, table, "group_id");
+    hasHandles_ = hasTable(database, "madrid_chat" + suffix) && hasColumn(database, table, "madrid_handle");
+    if (hasGroups_) {
+      groups_ = idsOf(database, "SELECT ROWID FROM msg_group" + suffix);
+      groupsWithMembers_ = idsOf(database, "SELECT group_id FROM group_member" + suffix);
+    }
+    if (!hasHandles_) return;
+    auto rows = database.prepare("SELECT chat_identifier FROM madrid_chat" + suffix);
+    while (rows.step()) handles_.insert(rows.text(0));
+  }
+
+  /// The columns by which a row says where it belongs.
+  std::string columns() const {
+    return std::string(hasGroups_ ? "group_id" : "NULL") +
+           (hasHandles_ ? ", CASE WHEN madrid_roomname <> '' THEN madrid_roomname ELSE madrid_handle END"
+                        : ", NULL");
+  }
+
+  Places placesOf(const PDXSQLiteStatement& row) const {
+    Places places;
+    const std::int64_t group = row.int64(0);
+    if (groups_.contains(group)) {
+      places.add(groupsWithMembers_.contains(group), leftOut_.ids.contains(group));
+    }
+    if (const std::string handle = row.text(1); !row.isNull(1) && handles_.contains(handle)) {
+      places.add(true, leftOut_.handles.contains(handle));
+    }
+    return places;
+  }
+
+ private:
+  const LeftOut& leftOut_;
+  bool hasGroups_ = false;
+  bool hasHandles_ = false;
+  Ids groups_;
+  Ids groupsWithMembers_;
+  std::unordered_set<std::string> handles_;
+};
+
+/// Every row of these layouts has content: a text, or else an empty bubble on the page.
+bool countOlder(const PDXSQLiteDatabase& database, const std::string& suffix, const LeftOut& leftOut,
+                PDXMessageRowCounts& counts) {
+  const OlderConversations conversations(database, suffix, leftOut);
+  auto rows = database.prepare("SELECT " + conversations.columns() + " FROM message" + suffix);
+  while (rows.step()) addRow(counts, conversations.placesOf(rows), true, false);
+  return rows.isValid() && !rows.failed();
+}
+
+}  // namespace
+
+std::optional<PDXMessageRowCounts> PDXMessageRowCounts::of(
+    const PDXSQLiteDatabase& database, const std::vector<const PDXMessagesConversation*>& leftOut) {
+  const LeftOut unwanted(leftOut);
+  PDXMessageRowCounts counts;
+  const bool isCurrent = hasTable(database, "chat") && hasTable(database, "chat_message_join");
+  const bool isWhole =
+      isCurrent ? countCurrent(database, unwanted, counts) : countOlder(database, "", unwanted, counts);
+  const bool hasLegacy = hasTable(database, "message_legacy");
+  if (!isWhole || (hasLegacy && !countOlder(database, "_legacy", unwanted, counts))) return std::nullopt;
+  return counts;
+}
