@@ -27,4 +27,7 @@ std::optional<PDXBytes> encoded(const PDXRaster& raster, PDXPictureFormat format
 /// are no picture's.
 std::string extensionFor(const PDXBytes& picture);
 
+/// Starts the image library when it has not been yet. False when it cannot be used.
+bool isReady();
+
 }  // namespace PDXImages

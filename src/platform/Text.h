@@ -42,6 +42,9 @@ std::string_view trimmedOf(std::string_view text, std::string_view characters);
 
 std::string replacedAll(std::string text, std::string_view from, std::string_view to);
 
+/// `text` with every "%XX" read as a byte, as web addresses have them; valid UTF-8 afterwards.
+std::string percentDecoded(std::string_view text);
+
 /// Number of code points.
 std::size_t length(std::string_view text);
 
