@@ -34,6 +34,7 @@ class PDXExportJob {
 
  private:
   bool takes_(const std::string& kind) const;
+  bool takesContacts_() const;
   void writeOverview_(PDXExportReport& report) const;
 
   PDXDeviceData& deviceData_;
