@@ -65,9 +65,11 @@ Colour colourAt(double x, double y) {
 /// The mean of a few points of the pixel, so that edges are smooth.
 void drawPixel(PDXRaster& raster, int column, int row) {
   constexpr int kSteps = 3;
+  const auto within = [](int step) { return (step + 0.5) / kSteps; };
   Colour sum{0, 0, 0};
   for (int i = 0; i < kSteps * kSteps; ++i) {
-    const Colour colour = colourAt(column + (i % kSteps + 0.5) / kSteps, row + (i / kSteps + 0.5) / kSteps);
+    const int stepDown = i / kSteps;
+    const Colour colour = colourAt(column + within(i % kSteps), row + within(stepDown));
     sum = {sum.red + colour.red, sum.green + colour.green, sum.blue + colour.blue};
   }
   for (const int part : {sum.red, sum.green, sum.blue}) {
@@ -109,8 +111,10 @@ void write(PDXRaster& raster, const std::string& text, const char* font, const C
   const int height = std::min(mask.height, kHeight - top);
   for (int row = 0; row < height; ++row) {
     for (int column = 0; column < width; ++column) {
-      const auto at = static_cast<std::size_t>((top + row) * kWidth + kMargin + column) * 3;
-      const int share = mask.shares[static_cast<std::size_t>(row * mask.width + column)];
+      const int pixel = (top + row) * kWidth + kMargin + column;
+      const int place = row * mask.width + column;
+      const std::size_t at = static_cast<std::size_t>(pixel) * 3;
+      const int share = mask.shares[static_cast<std::size_t>(place)];
       blend(raster.pixels[at], colour.red, share);
       blend(raster.pixels[at + 1], colour.green, share);
       blend(raster.pixels[at + 2], colour.blue, share);
