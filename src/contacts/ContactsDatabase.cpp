@@ -11,6 +11,7 @@
 #include "contacts/BlockedNumberReader.h"
 #include "contacts/ContactsDatabaseReader.h"
 #include "contacts/PhoneNumberComparison.h"
+#include "contacts/VCardReader.h"
 #include "platform/Files.h"
 
 namespace {
@@ -179,6 +180,6 @@ void PDXContactsDatabase::sortContacts_(std::vector<PDXContactEntry>& contacts) 
   });
 }
 
-std::vector<PDXContactEntry> PDXContactsDatabase::readContactsInFolder(const std::string& /*folder*/) {
-  return {};
+std::vector<PDXContactEntry> PDXContactsDatabase::readContactsInFolder(const std::string& folder) {
+  return PDXVCardReader::readContactsInFolder(folder);
 }

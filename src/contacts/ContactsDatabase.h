@@ -58,6 +58,6 @@ class PDXContactsDatabase {
  private:
   static void sortContacts_(std::vector<PDXContactEntry>& contacts);
 
-  /// The contacts of a folder's contact files. Answers none until there is a reader for such files.
+  /// The contacts of a folder's contact files ("*.vcf"), in the order of their names.
   static std::vector<PDXContactEntry> readContactsInFolder(const std::string& folder);
 };

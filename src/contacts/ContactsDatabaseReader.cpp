@@ -82,8 +82,8 @@ std::optional<std::string> fullNameOf(const PDXContactEntry& contact) {
   return name;
 }
 
-/// The contact of a row of kPeople; nothing for a row without name and organisation.
-std::optional<PDXContactEntry> personOf(const PDXSQLiteStatement& row) {
+/// The contact of a row of kPeople.
+PDXContactEntry contactOf(const PDXSQLiteStatement& row) {
   PDXContactEntry contact;
   contact.uid = std::to_string(row.int64(0));
   contact.givenName = textUnlessEmpty(row, 1);
@@ -96,8 +96,21 @@ std::optional<PDXContactEntry> personOf(const PDXSQLiteStatement& row) {
   contact.note = textUnlessEmpty(row, 8);
   contact.fullName = fullNameOf(contact);
   contact.searchReference = contact.fullName ? contact.fullName : contact.organisation();
-  if (!contact.searchReference) return std::nullopt;
   return contact;
+}
+
+/// Whether a row makes a contact: it has a name or an organisation.
+bool isNamed(const PDXContactEntry& contact) { return contact.searchReference.has_value(); }
+
+bool saysSomething(const PDXContactEntry& contact) {
+  return contact.hasPhoneNumbers() || contact.hasEmailAddresses() || contact.hasPostalAddresses() ||
+         contact.url || contact.note || contact.title || !contact.picture.empty();
+}
+
+/// What somebody without a name is called by: an address that leads there.
+std::optional<std::string> addressAsName(const PDXContactEntry& contact) {
+  if (contact.hasEmailAddresses()) return contact.emailAddresses.front().address();
+  return contact.hasPhoneNumbers() ? contact.phoneNumbers.front().address() : contact.url;
 }
 
 std::string queryForPictures(const PDXSQLiteDatabase& database) {
@@ -158,21 +171,43 @@ class AddressBook {
       : book_(path), pictures_(picturesPath) {}
 
   std::vector<PDXContactEntry> people() {
-    readLabels();
     std::vector<PDXContactEntry> contacts;
-    auto rows = book_.handle().prepare(kPeople);
-    if (!rows.isValid()) book_.complain();
-    pictures_.complainUnlessReadable();
-    book_.forEachRow(rows, [&] {
-      auto contact = personOf(rows);
-      if (!contact) return;
-      fill(*contact, rows.int64(0));
-      contacts.push_back(std::move(*contact));
+    forEachPerson([&](PDXContactEntry contact, std::int64_t person) {
+      if (!isNamed(contact)) return;
+      fill(contact, person);
+      contacts.push_back(std::move(contact));
     });
     return contacts;
   }
 
+  PDXNamelessContacts nameless() {
+    PDXNamelessContacts result;
+    forEachPerson([&](PDXContactEntry contact, std::int64_t person) {
+      if (isNamed(contact)) {
+        ++result.namedRows;
+        return;
+      }
+      fill(contact, person);
+      contact.fullName = contact.searchReference = addressAsName(contact);
+      if (saysSomething(contact)) {
+        result.contacts.push_back(std::move(contact));
+      } else {
+        ++result.emptyRows;
+      }
+    });
+    return result;
+  }
+
  private:
+  template <typename Use>
+  void forEachPerson(Use use) {
+    readLabels();
+    auto rows = book_.handle().prepare(kPeople);
+    if (!rows.isValid()) book_.complain();
+    pictures_.complainUnlessReadable();
+    book_.forEachRow(rows, [&] { use(contactOf(rows), rows.int64(0)); });
+  }
+
   void readLabels() {
     auto rows = book_.handle().prepare("SELECT * FROM ABMultiValueLabel;");
     book_.forEachRow(rows, [&] { labels_.push_back(textOf(rows, 0)); });
@@ -243,6 +278,10 @@ PDXContactsDatabaseReader::PDXContactsDatabaseReader(std::string databasePath,
 std::vector<PDXContactEntry> PDXContactsDatabaseReader::readContacts() {
   AddressBook book(databasePath_, picturesDatabasePath_);
   return PDXContactMerger::mergeIdenticalContactsInArray(book.people());
+}
+
+PDXNamelessContacts PDXContactsDatabaseReader::readContactsWithoutName() {
+  return AddressBook(databasePath_, picturesDatabasePath_).nameless();
 }
 
 std::string PDXContactsDatabaseReader::searchForContactNameWithAddress(std::string_view address) const {

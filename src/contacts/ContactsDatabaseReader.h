@@ -1,10 +1,21 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "contacts/ContactEntry.h"
+
+/// What an address book holds beside its contacts.
+struct PDXNamelessContacts {
+  /// Rows without name and organisation that say something all the same, in the store's order. Their full
+  /// name is an address of theirs, if there is one.
+  std::vector<PDXContactEntry> contacts;
+
+  std::size_t namedRows = 0;  ///< Rows that `readContacts` makes contacts of, before it merges them.
+  std::size_t emptyRows = 0;  ///< Rows that say nothing at all.
+};
 
 /// Reads an address book once.
 ///
@@ -22,6 +33,10 @@ class PDXContactsDatabaseReader {
   /// store first names them; empty when there are none.
   /// Source: ABPerson, ABMultiValue, ABMultiValueLabel, ABMultiValueEntry, ABMultiValueEntryKey.
   std::vector<PDXContactEntry> readContacts();
+
+  /// Who `readContacts` leaves out: people kept by a number or an address alone. They are nobody's contact in
+  /// lists and look-ups, but an export would lose them. Source: as above.
+  PDXNamelessContacts readContactsWithoutName();
 
   /// The name of the first person who has the address, for when no contacts are loaded: "First Last", the one
   /// of the two that there is, or the organisation; "" when nobody has it, the store keeps no search texts,

@@ -7,10 +7,12 @@
 
 #include "backup/DeviceData.h"
 #include "contacts/ContactsDatabase.h"
+#include "messages/SharedLocation.h"
 #include "platform/FileName.h"
 #include "platform/Files.h"
 #include "platform/Images.h"
 #include "platform/Localisation.h"
+#include "platform/LocationPicture.h"
 #include "platform/Text.h"
 #include "platform/UprightPicture.h"
 
@@ -207,6 +209,28 @@ std::string PDXConversationExporterUtilities::formatUrlsInTextDisableLinks(std::
     position = start + match.size();
   }
   return result.append(text.substr(position));
+}
+
+std::optional<std::string> PDXConversationExporterUtilities::getVCFLocationMapDestinationLabel(
+    const std::string& vcfPath, const std::string& destination, std::string& label) {
+  const auto place = getLatitudeLongitudeFromVCFLabel_(vcfPath, label);
+  const auto picture = place ? PDXImages::locationPicture(label, place->first, place->second) : std::nullopt;
+  if (!picture) return std::nullopt;
+  PDXAtomicFile file(destination);
+  file.append({reinterpret_cast<const char*>(picture->data()), picture->size()});
+  return file.commit() ? "" : file.error();
+}
+
+std::optional<std::pair<double, double>> PDXConversationExporterUtilities::getLatitudeLongitudeFromVCFLabel_(
+    const std::string& vcfPath, std::string& label) {
+  constexpr std::uint64_t kLargestCard = 1U << 20;
+  const auto bytes = PDXFiles::read(vcfPath, kLargestCard);
+  if (!bytes) return std::nullopt;
+  const auto location =
+      PDXSharedLocation::fromVCard({reinterpret_cast<const char*>(bytes->data()), bytes->size()});
+  if (!location) return std::nullopt;
+  label = location->label;
+  return std::pair(location->latitude, location->longitude);
 }
 
 bool PDXConversationExporterUtilities::addressIsEqualToAddress_(std::string_view a, std::string_view b) {

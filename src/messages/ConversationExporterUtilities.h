@@ -1,8 +1,10 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "messages/ConversationExportOptions.h"
@@ -92,11 +94,26 @@ class PDXConversationExporterUtilities {
   static bool convertHeicImageToJpeg(const std::string& heic, const std::string& jpeg,
                                      std::string* why = nullptr);
 
+  /// Draws a picture of the place that a shared location's card names, and saves it as a PNG. No map is asked
+  /// for: nothing of ours uses the network.
+  /// @param vcfPath      a readable copy of the card.
+  /// @param destination  where the picture goes; an older one is replaced.
+  /// @param label        receives the place's name; empty when the card gives none.
+  /// @return nothing when the card names no place, or the picture cannot be drawn; else why it could not be
+  ///         written, "" when it was.
+  static std::optional<std::string> getVCFLocationMapDestinationLabel(const std::string& vcfPath,
+                                                                      const std::string& destination,
+                                                                      std::string& label);
+
   /// `text` (already escaped) with every web address in it made a link, or only underlined.
   static std::string formatUrlsInTextDisableLinks(std::string_view text, bool disableLinks);
 
   static bool isCharacterDigit(char c) { return c >= '0' && c <= '9'; }
 
  private:
+  /// The coordinates of the card's map link in degrees, latitude and longitude.
+  static std::optional<std::pair<double, double>> getLatitudeLongitudeFromVCFLabel_(
+      const std::string& vcfPath, std::string& label);
+
   static bool addressIsEqualToAddress_(std::string_view a, std::string_view b);
 };

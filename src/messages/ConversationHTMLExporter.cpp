@@ -1,7 +1,6 @@
 #include "messages/ConversationHTMLExporter.h"
 
 #include <algorithm>
-#include <charconv>
 #include <utility>
 
 #include "backup/DeviceData.h"
@@ -72,28 +71,11 @@ std::string noMessagesBox(bool isPreview) {
   return html + "</div>\r\n<br/><br/>";
 }
 
-/// Text with "%XX" read as bytes.
-std::string percentDecoded(std::string_view text) {
-  std::string result;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    unsigned value = 0;
-    const char* digits = text.data() + i + 1;
-    if (text[i] == '%' && i + 2 < text.size() &&
-        std::from_chars(digits, digits + 2, value, 16).ptr == digits + 2) {
-      result += static_cast<char>(value);
-      i += 2;
-    } else {
-      result += text[i];
-    }
-  }
-  return PDXText::valid(std::move(result));
-}
-
 /// The title that a shared note's address carries behind "#", words joined by "_"; "" when it has none.
 std::string noteTitle(const std::string& link) {
   const std::size_t hash = link.find('#');
   if (hash == std::string::npos) return "";
-  return PDXText::replacedAll(percentDecoded(std::string_view(link).substr(hash + 1)), "_", " ");
+  return PDXText::replacedAll(PDXText::percentDecoded(std::string_view(link).substr(hash + 1)), "_", " ");
 }
 
 bool isAscii(std::string_view text) {
@@ -310,6 +292,10 @@ void PDXConversationHTMLExporter::appendPiece_(std::string& html, const PDXMessa
   if (has(type, "text") && !piece.isFile) {
     const std::string text = escapeHTMLSpecialCharacters(piece.contentLocation);
     html += Utilities::formatUrlsInTextDisableLinks(text, options.isPreview) + "<br/>\r\n";
+  } else if (has(type, "text") && has(type, "vcard")) {
+    appendVCardHTMLVCardLocationOptions(html, piece.contentLocation, options);
+  } else if (has(type, "text") && has(type, "vlocation")) {
+    appendVLocationHTMLVLocationPathOptions(html, piece.contentLocation, options);
   } else if (has(type, "image/")) {
     appendStandardImageHTMLTypeLocationOptions(html, type, piece.contentLocation, options);
   } else if (has(type, "video/")) {

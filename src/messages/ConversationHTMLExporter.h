@@ -97,6 +97,16 @@ class PDXConversationHTMLExporter {
   void appendNoteHTMLLocationOptions(std::string& html, const std::string& location,
                                      const PDXConversationExportOptions& options);
 
+  /// A shared contact: its name, numbers and e-mail addresses, with the card in the media folder. Of several
+  /// in one file the first is shown. A file that holds no contact is shown as any other.
+  void appendVCardHTMLVCardLocationOptions(std::string& html, const std::string& vCardLocation,
+                                           const PDXConversationExportOptions& options);
+
+  /// A shared place, as a picture in the media folder; see getVCFLocationMapDestinationLabel. A file that
+  /// names no place is shown as any other.
+  void appendVLocationHTMLVLocationPathOptions(std::string& html, const std::string& vLocationPath,
+                                               const PDXConversationExportOptions& options);
+
   /// "&", double quote, "<" and ">" as entities.
   static std::string escapeHTMLSpecialCharacters(std::string_view text);
 
@@ -122,6 +132,9 @@ class PDXConversationHTMLExporter {
   std::string uprightPicture_(const std::string& copy, const std::string& type, const std::string& location);
   void noteNotTurned_(const std::string& location, const std::string& why);
   PDXFiles::CopyResult copyToMediaFolder_(const std::string& location, const std::string& destination);
+  std::string readableCard_(const std::string& location, std::string& html);
+  std::string saveCard_(const std::string& card, const std::string& name, const std::string& mediaPath);
+  void noteUnwritable_(const std::string& why);
   void noteMissing_(const std::string& location, const PDXFiles::CopyResult& result, std::string& html);
 
   PDXDeviceData& deviceData_;

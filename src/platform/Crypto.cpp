@@ -31,3 +31,14 @@ std::string base64(std::string_view bytes) {
   base64_encode_raw(encoded.data(), bytes.size(), bytesOf(bytes));
   return encoded;
 }
+
+std::optional<PDXBytes> base64Decoded(std::string_view text) {
+  base64_decode_ctx context;
+  base64_decode_init(&context);
+  PDXBytes decoded(BASE64_DECODE_LENGTH(text.size()));
+  std::size_t size = decoded.size();
+  const bool isBase64 = base64_decode_update(&context, &size, decoded.data(), text.size(), text.data()) == 1;
+  if (!isBase64 || base64_decode_final(&context) != 1) return std::nullopt;
+  decoded.resize(size);
+  return decoded;
+}

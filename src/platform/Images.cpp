@@ -170,4 +170,6 @@ std::string extensionFor(const PDXBytes& picture) {
   return "";
 }
 
+bool isReady() { return start(); }
+
 }  // namespace PDXImages

@@ -33,4 +33,7 @@ std::optional<PDXBytes> turned(const std::string& path, PDXPictureFormat format,
 /// when they are no picture's. Some 64 bytes are enough.
 std::string extensionFor(const PDXBytes& picture);
 
+/// Starts the image library when it has not been yet. False when it cannot be used.
+bool isReady();
+
 }  // namespace PDXImages

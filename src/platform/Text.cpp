@@ -181,6 +181,22 @@ std::string printable(std::string_view text) {
   return result;
 }
 
+std::string percentDecoded(std::string_view text) {
+  std::string result;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    unsigned value = 0;
+    const char* digits = text.data() + i + 1;
+    if (text[i] == '%' && i + 2 < text.size() &&
+        std::from_chars(digits, digits + 2, value, 16).ptr == digits + 2) {
+      result += static_cast<char>(value);
+      i += 2;
+    } else {
+      result += text[i];
+    }
+  }
+  return valid(std::move(result));
+}
+
 std::size_t length(std::string_view text) {
   return static_cast<std::size_t>(std::count_if(
       text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));

@@ -46,6 +46,9 @@ std::string replacedAll(std::string text, std::string_view from, std::string_vie
 /// "?".
 std::string printable(std::string_view text);
 
+/// `text` with every "%XX" read as a byte, as web addresses have them; valid UTF-8 afterwards.
+std::string percentDecoded(std::string_view text);
+
 /// Number of code points.
 std::size_t length(std::string_view text);
 

@@ -64,7 +64,10 @@ TEST_F(Command, MistakesAreOneLineAndTheirStatus) {
       {"export phone --to out --layout big", 2, "--layout"},
       {"export phone --to out --jobs 0", 2, "--jobs"},
       {"export phone --to out --conversation 'Ann Fletchr'", 2, "the nearest: \"Ann Fletcher\""},
-      {"list phone contacts", 2, "\"contacts\" is not built yet"},
+      {"list phone calls", 2, "\"calls\" is not built yet: this version reads messages, contacts, blocked"},
+      {"export phone blocked --to out", 2, "\"blocked\" can be listed but not exported"},
+      {"list phone contacts --from 2023-01-01", 2, "say nothing about contacts"},
+      {"list phone blocked --search x", 2, "--search does not apply to blocked"},
       {"sample other --encrypted file", 2, "not built yet"},
       {"info nothing-here", 3, "there is no backup \"nothing-here\""},
       {"info ./nothing-here", 3, "there is no such folder"},
@@ -148,6 +151,23 @@ TEST_F(Command, InfoAndListSpeakJson) {
   const auto found = nlohmann::json::parse(run("list phone messages --json --search \"don't\"").output);
   EXPECT_GT(found["items"].size(), 0U);
   EXPECT_LT(found["items"].size(), list["items"].size());
+}
+
+TEST_F(Command, ListsPeopleAndBlockedNumbers) {
+  const auto people = nlohmann::json::parse(run("list phone contacts --json").output);
+  const auto& ann = people["items"][0];
+  EXPECT_EQ(ann["sortName"], "Fletcher, Ann");
+  EXPECT_EQ(ann["givenName"], "Ann");
+  EXPECT_EQ(ann["emailAddresses"][1]["location"], 2) << "at work";
+  EXPECT_EQ(
+      run("list phone contacts --search ann.FLETCHER@ --quiet").output,
+      "Fletcher, Ann (07700 900101, 020 7946 0101, ann.fletcher@example.com, a.fletcher@example.org)\n");
+  EXPECT_EQ(run("list phone contacts --search 0207946-0121 --quiet").output,
+            "Harbour Street Dental Practice (020 7946 0121, smile@example.org)\n");
+  const auto blocked = nlohmann::json::parse(run("list phone blocked --json").output);
+  EXPECT_EQ(blocked["items"][0]["number"], "+447700900991");
+  EXPECT_EQ(run("list phone blocked --quiet").output,
+            "+447700900991\n+447700900123\n07700 900106\n07700900871\n");
 }
 
 TEST_F(Command, ExportNeverChangesTheBackup) {

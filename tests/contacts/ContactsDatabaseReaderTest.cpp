@@ -252,3 +252,25 @@ TEST(ContactsDatabaseReader, FindsANameByAddress) {
         << c.fault;
   }
 }
+
+TEST(ContactsDatabaseReader, KeepsPeopleWithoutNameApart) {
+  const PDXTestFolder folder;
+  const std::string path = addressBook()
+                               .row("ABPerson", 1, "Ann")
+                               .row("ABPerson", 2)
+                               .row("ABPerson", 3, "", nullptr, "")
+                               .row("ABPerson", 4)
+                               .row("ABPerson", 5, nullptr, nullptr, nullptr, "Dr.")
+                               .row("ABMultiValue", 1, 2, 3, 1, "5550199")
+                               .row("ABMultiValue", 2, 2, 4, 1, "x@y.z")
+                               .row("ABMultiValue", 3, 3, 3, 1, "5550300")
+                               .writeTo(folder / "AddressBook.sqlitedb");
+  const PDXNamelessContacts found = PDXContactsDatabaseReader(path, "").readContactsWithoutName();
+  ASSERT_EQ(found.contacts.size(), 2U);
+  EXPECT_EQ(found.contacts[0].fullName, "x@y.z");
+  EXPECT_EQ(found.contacts[0].phoneNumbers.size(), 1U);
+  EXPECT_EQ(found.contacts[1].fullName, "5550300");
+  EXPECT_EQ(found.namedRows, 1U);
+  EXPECT_EQ(found.emptyRows, 2U);
+  EXPECT_EQ(PDXContactsDatabaseReader(path, "").readContacts().size(), 1U);
+}

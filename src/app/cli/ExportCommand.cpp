@@ -41,7 +41,7 @@ class ExportCommand final : public PDXCommand {
   void addOptions(CLI::App& app) override {
     backupOptions_.addTo(app);
     app.add_option("KIND", options_.kinds,
-                   "What to export: messages. Everything that is built when left out");
+                   "What to export: messages, contacts. Everything that is built when left out");
     app.add_option("--to", options_.outputFolder, "The folder to write into; made when missing")->required();
     range_.addTo(app);
     app.add_option("--conversation", options_.conversations,
@@ -79,7 +79,7 @@ class ExportCommand final : public PDXCommand {
 
   std::optional<std::string> mistakeInOptions() const {
     for (const std::string& kind : options_.kinds) {
-      if (auto mistake = kindMistake(kind)) return mistake;
+      if (auto mistake = exportKindMistake(kind)) return mistake;
     }
     if (options_.outputFolder.empty()) return "--to names no folder";
     if (format_ != "html")
@@ -127,7 +127,20 @@ class ExportCommand final : public PDXCommand {
     return report.isComplete() ? PDXExitStatus::done : PDXExitStatus::incomplete;
   }
 
+  static void summariseFiles(const PDXConsole& console, const PDXKindReport& kind) {
+    console.note(fmt::format("{}: {}", kind.title, counted(kind.rows->written, "contact", "contacts")));
+    if (kind.filtered > 0) {
+      console.note(
+          fmt::format("  {} left out: nothing matches", counted(kind.filtered, "contact", "contacts")));
+    }
+    if (kind.rows->unaccounted() != 0) {
+      PDXConsole::error(fmt::format("{} rows of {} are unaccounted for: export.json has the figures",
+                                    kind.rows->unaccounted(), kind.rows->table));
+    }
+  }
+
   void summarise(const PDXConsole& console, const PDXKindReport& kind) const {
+    if (kind.rows) return summariseFiles(console, kind);
     console.note(fmt::format("{}: {}, {}, {}", kind.title,
                              counted(kind.written.size(), "conversation", "conversations"),
                              counted(kind.messageCount(), "message", "messages"),

@@ -25,7 +25,8 @@ class PDXOpenedBackup {
   /// standard error; `status` as above.
   std::unique_ptr<PDXDeviceData> open(PDXExitStatus& status) const;
 
-  /// Whether a folder that is to be written to is the backup's own or lies inside it; says so on standard error.
+  /// Whether a folder that is to be written to is the backup's own or lies inside it; says so on standard
+  /// error.
   bool refusesOutput(const std::string& folder) const;
 
   /// Says on standard error that the backup was never finished, when it was not.

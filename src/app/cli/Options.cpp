@@ -11,6 +11,14 @@ std::string dayMistake(const std::string& text) {
   return PDXDates::fromDayText(text) ? "" : "\"" + text + "\" is no date: write it as YYYY-MM-DD";
 }
 
+std::string builtKinds() {
+  std::string names;
+  for (const PDXContentKind& kind : PDXContentKinds::all()) {
+    if (kind.isBuilt) names += (names.empty() ? "" : ", ") + kind.name;
+  }
+  return names;
+}
+
 }  // namespace
 
 void PDXBackupOptions::addTo(CLI::App& app) {
@@ -34,8 +42,14 @@ std::optional<std::string> PDXRangeOptions::mistake() const {
 std::optional<std::string> kindMistake(const std::string& kind) {
   const PDXContentKind* known = PDXContentKinds::named(kind);
   if (known != nullptr && known->isBuilt) return std::nullopt;
-  if (known != nullptr) return "\"" + kind + "\" is not built yet: this version reads messages only";
+  if (known != nullptr) return "\"" + kind + "\" is not built yet: this version reads " + builtKinds();
   std::vector<std::string> names;
   for (const PDXContentKind& each : PDXContentKinds::all()) names.push_back(each.name);
   return "there is no content kind \"" + kind + "\"" + nearestNamesHint(kind, names);
+}
+
+std::optional<std::string> exportKindMistake(const std::string& kind) {
+  if (auto mistake = kindMistake(kind)) return mistake;
+  if (!PDXContentKinds::named(kind)->isListOnly) return std::nullopt;
+  return "\"" + kind + "\" can be listed but not exported: use `pocketdex list`";
 }

@@ -39,3 +39,6 @@ struct PDXRangeOptions {
 
 /// Nothing when `kind` names a content kind that this version can read, else one line that says why not.
 std::optional<std::string> kindMistake(const std::string& kind);
+
+/// The same for a kind that is to be exported: some can be listed only.
+std::optional<std::string> exportKindMistake(const std::string& kind);

@@ -11,13 +11,13 @@ const std::vector<PDXContentKind>& all() {
   static const std::vector<PDXContentKind> kinds = {
       {"messages", "Messages", {PDXFeature::Messages}, true},
       {"whatsapp", "WhatsApp", {PDXFeature::WhatsAppChats}, false},
-      {"contacts", "Contacts", {PDXFeature::AddressBook}, false},
+      {"contacts", "Contacts", {PDXFeature::AddressBook}, true},
       {"calendars", "Calendars", {PDXFeature::Calendar}, false},
       {"notes", "Notes", {PDXFeature::NoteStore, PDXFeature::LegacyNotes}, false},
       {"calls", "Calls", {PDXFeature::CallHistoryStore, PDXFeature::CallHistoryLegacy}, false},
       {"bookmarks", "Bookmarks", {PDXFeature::SafariBookmarks, PDXFeature::ChromeBookmarks}, false},
       {"music", "Music", {}, false},
-      {"blocked", "Blocked numbers", {PDXFeature::BlockedNumbers}, false},
+      {"blocked", "Blocked numbers", {PDXFeature::BlockedNumbers}, true, true},
   };
   return kinds;
 }

@@ -11,6 +11,7 @@ struct PDXContentKind {
   std::string title;          ///< E.g. "Messages".
   std::vector<int> features;  ///< The main files of which one at least makes the backup hold the kind.
   bool isBuilt;               ///< Whether this version can read it.
+  bool isListOnly = false;    ///< Whether it can be listed but makes no files.
 };
 
 namespace PDXContentKinds {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "app/export/ContactsExport.h"
 #include "app/export/ContentKinds.h"
 #include "app/export/MessagesExport.h"
 #include "app/export/NearestNames.h"
@@ -58,6 +59,10 @@ PDXExportReport PDXExportJob::run(const PDXProgressSink& progress, const std::st
     if (report.outcome == PDXExportReport::Outcome::done && !stop.stop_requested()) countRows_(kind);
     report.kinds.push_back(std::move(kind));
   }
+  if (takesContacts_() && report.outcome == PDXExportReport::Outcome::done && !stop.stop_requested()) {
+    report.kinds.push_back(
+        PDXContactsExport::run(deviceData_, options_.outputFolder, options_.searchTerm, report));
+  }
   for (const PDXContentKind& kind : PDXContentKinds::all()) {
     const bool isHeld = PDXContentKinds::isHeldBy(deviceData_, kind);
     const bool isNamed =
@@ -75,6 +80,13 @@ void PDXExportJob::countRows_(PDXKindReport& kind) const {
   const auto leftOut = PDXMessagesExport::leftOut(messages_->standardConversations(), options_);
   const auto counts = messages_->rowCounts(EConversationTypeStandard, leftOut);
   if (counts) kind.messageRows = PDXRowAccount::of(*counts, kind.messageCount(), options_.hasFilter());
+}
+
+bool PDXExportJob::takesContacts_() const {
+  // Who asks for one conversation does not ask for the address book as well.
+  const bool asksForConversations = options_.kinds.empty() && !options_.conversations.empty();
+  return takes_("contacts") && !asksForConversations &&
+         PDXContentKinds::isHeldBy(deviceData_, *PDXContentKinds::named("contacts"));
 }
 
 bool PDXExportJob::takes_(const std::string& kind) const {

@@ -5,6 +5,11 @@
 #include <tuple>
 #include <utility>
 
+std::int64_t PDXContactRows::unaccounted() const {
+  if (!found) return 0;
+  return static_cast<std::int64_t>(*found) - static_cast<std::int64_t>(written + merged + filtered + empty);
+}
+
 std::size_t PDXKindReport::messageCount() const {
   return std::accumulate(written.begin(), written.end(), std::size_t{0},
                          [](std::size_t sum, const PDXExportedItem& item) { return sum + item.messages; });
@@ -16,8 +21,9 @@ std::size_t PDXKindReport::attachmentCount() const {
 }
 
 bool PDXExportReport::isComplete() const {
-  const bool allRead = std::all_of(kinds.begin(), kinds.end(),
-                                   [](const PDXKindReport& kind) { return kind.unreadable.empty(); });
+  const bool allRead = std::all_of(kinds.begin(), kinds.end(), [](const PDXKindReport& kind) {
+    return kind.unreadable.empty() && (!kind.rows || kind.rows->unaccounted() == 0);
+  });
   return outcome == Outcome::done && allRead && problems.empty() && notHeld.empty();
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -15,6 +16,22 @@ struct PDXExportedItem {
   std::string path;  ///< Relative to the output folder, "/" between components.
   std::size_t messages = 0;
   std::size_t attachments = 0;
+};
+
+/// What became of the rows of a table, which are counted by SQL on their own, apart from the reader.
+struct PDXContactRows {
+  std::string table;
+
+  /// All rows; nothing when the store cannot tell.
+  std::optional<std::size_t> found;
+
+  std::size_t written = 0;
+  std::size_t merged = 0;    ///< Part of what another row made.
+  std::size_t filtered = 0;  ///< Left out because they do not match.
+  std::size_t empty = 0;     ///< Left out because they say nothing.
+
+  /// Rows of which nobody knows what became; 0 when all is well, and when the rows could not be counted.
+  std::int64_t unaccounted() const;
 };
 
 /// What became of one content kind.
@@ -33,6 +50,9 @@ struct PDXKindReport {
   std::size_t neverDownloaded = 0;     ///< Attachments that the store lists without a file name; no failure.
   std::vector<PDXProblem> unreadable;  ///< What it holds and could not be read.
   std::vector<PDXProblem> notTurned;   ///< Pictures written whole, but as they lay; no failure.
+
+  /// For kinds that are written as whole files of entries; nothing for conversations.
+  std::optional<PDXContactRows> rows;
 
   std::size_t messageCount() const;
   std::size_t attachmentCount() const;

@@ -73,7 +73,28 @@ std::string accountNotes(const PDXKindReport& kind) {
   return html;
 }
 
+/// A kind that is written as whole files of entries.
+std::string fileSection(const PDXKindReport& kind) {
+  std::string html = "<section id=\"" + kind.kind + "\"><h2>" + PDXText::escapedForHtml(kind.title) +
+                     "</h2>\n<p class=\"note\">" + counted(kind.rows->written, "contact", "contacts") +
+                     "</p>\n";
+  if (kind.filtered > 0) {
+    html += "<p class=\"note\">" + counted(kind.filtered, "contact", "contacts") +
+            " left out: nothing in the chosen search</p>\n";
+  }
+  if (kind.rows->unaccounted() != 0) {
+    html += "<p class=\"note\">" + std::to_string(kind.rows->unaccounted()) + " rows unaccounted for</p>\n";
+  }
+  html += "<table>\n";
+  for (const PDXExportedItem& item : kind.written) {
+    html += "<tr><td><a href=\"" + PDXText::pathForHtmlLink(item.path) + "\">" +
+            PDXText::escapedForHtml(item.title) + "</a></td></tr>\n";
+  }
+  return html + "</table></section>\n";
+}
+
 std::string kindSection(const PDXKindReport& kind) {
+  if (kind.rows) return fileSection(kind);
   std::string html = "<section id=\"" + kind.kind + "\"><h2>" + PDXText::escapedForHtml(kind.title) +
                      "</h2>\n<p class=\"note\">" +
                      counted(kind.written.size(), "conversation", "conversations") + ", " +
@@ -121,7 +142,24 @@ struct AccountJson {
   Json unaccounted;
 };
 
+Json fileKindJson(const PDXKindReport& kind) {
+  const PDXContactRows& rows = *kind.rows;
+  auto files = Json::array();
+  for (const PDXExportedItem& item : kind.written)
+    files.push_back({{"title", item.title}, {"path", item.path}});
+  return {{"kind", kind.kind},
+          {"found", {{"contacts", kind.found}, {"rows", rows.found ? Json(*rows.found) : Json()}}},
+          {"table", rows.table},
+          {"written", {{"contacts", rows.written}}},
+          {"merged", {{"rows", rows.merged}}},
+          {"filtered", {{"contacts", rows.filtered}}},
+          {"withoutContent", {{"rows", rows.empty}}},
+          {"unaccounted", {{"rows", rows.unaccounted()}}},
+          {"files", files}};
+}
+
 Json kindJson(const PDXKindReport& kind) {
+  if (kind.rows) return fileKindJson(kind);
   auto pages = Json::array();
   for (const PDXExportedItem& item : kind.written) {
     pages.push_back({{"title", item.title},

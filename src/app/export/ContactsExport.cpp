@@ -1,0 +1,135 @@
+#include "app/export/ContactsExport.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+#include "backup/BackupNavigation.h"
+#include "backup/DeviceData.h"
+#include "contacts/ContactGoogleCSVGenerator.h"
+#include "contacts/ContactVCardGenerator.h"
+#include "contacts/ContactsDatabase.h"
+#include "contacts/ContactsDatabaseReader.h"
+#include "platform/Files.h"
+#include "platform/Sqlite.h"
+#include "platform/Text.h"
+
+namespace {
+
+constexpr const char* kFolder = "Contacts";
+
+std::string digitsOf(std::string_view text) {
+  std::string digits;
+  std::copy_if(text.begin(), text.end(), std::back_inserter(digits),
+               [](char c) { return c >= '0' && c <= '9'; });
+  return digits;
+}
+
+bool isNumber(std::string_view text) {
+  return digitsOf(text).size() >= 3 && text.find_first_not_of("0123456789+-()/. ") == std::string_view::npos;
+}
+
+/// All that a search looks at, one line each.
+std::string searchedTextOf(const PDXContactEntry& contact) {
+  std::string text;
+  const auto add = [&text](const std::optional<std::string>& part) { text += part.value_or("") + "\n"; };
+  for (const auto* part : {&contact.fullName, &contact.givenName, &contact.familyName,
+                           &contact.additionalNames, &contact.note}) {
+    add(*part);
+  }
+  add(contact.sortName());
+  for (const auto& organisation : contact.organisations) add(organisation);
+  for (const auto& nickname : contact.nicknames) add(nickname.name);
+  for (const auto& number : contact.phoneNumbers) add(number.address());
+  for (const auto& email : contact.emailAddresses) add(email.address());
+  for (const auto& address : contact.postalAddresses) {
+    for (const auto* part :
+         {&address.streetAddress, &address.postCode, &address.locality, &address.region, &address.country}) {
+      add(*part);
+    }
+  }
+  return text;
+}
+
+bool matches(const PDXContactEntry& contact, const std::string& search) {
+  if (PDXText::containsIgnoringCase(searchedTextOf(contact), search)) return true;
+  if (!isNumber(search)) return false;
+  const std::string digits = digitsOf(search);
+  return std::any_of(contact.phoneNumbers.begin(), contact.phoneNumbers.end(), [&](const auto& number) {
+    return digitsOf(number.address()).find(digits) != std::string::npos;
+  });
+}
+
+std::optional<std::size_t> counted(const PDXSQLiteDatabase& database, const char* query) {
+  auto rows = database.prepare(query);
+  if (!rows.step()) return std::nullopt;
+  return static_cast<std::size_t>(rows.int64(0));
+}
+
+void removeUnmatched(PDXContactList& list, const std::string& search) {
+  if (search.empty()) return;
+  list.filtered =
+      std::erase_if(list.contacts, [&](const auto& contact) { return !matches(contact, search); });
+}
+
+/// Writes a file; false when that failed, which the report then says.
+bool write(const std::string& path, const std::string& text, PDXExportReport& report) {
+  PDXAtomicFile file(path);
+  file.append(text);
+  if (file.commit()) return true;
+  report.outcome = PDXExportReport::Outcome::unwritable;
+  report.unwritablePath = path;
+  report.why = file.error();
+  return false;
+}
+
+std::string cardsOf(const std::vector<PDXContactEntry>& contacts) {
+  std::string cards;
+  for (const PDXContactEntry& contact : contacts)
+    cards += PDXContactVCardGenerator::generateFromContact(contact);
+  return cards;
+}
+
+}  // namespace
+
+PDXContactList PDXContactsExport::read(PDXDeviceData& deviceData, const std::string& search) {
+  PDXContactsDatabase::loadContactsFromDeviceData(deviceData);
+  const std::string path = deviceData.databaseOfFeature(PDXFeature::AddressBook);
+  PDXContactsDatabaseReader reader(path, deviceData.databaseOfFeature(PDXFeature::AddressBookImages));
+  PDXContactList list;
+  list.contacts = PDXContactsDatabase::contacts();
+  PDXNamelessContacts nameless = reader.readContactsWithoutName();
+  list.rows.table = "ABPerson";
+  list.rows.merged = nameless.namedRows - std::min(nameless.namedRows, list.contacts.size());
+  list.rows.empty = nameless.emptyRows;
+  // Counted apart from the reader: what it does not see would be missing from its own count as well.
+  list.rows.found = counted(PDXSQLiteDatabase(path), "SELECT count(*) FROM ABPerson NOT INDEXED");
+  for (PDXContactEntry& contact : nameless.contacts)
+    contact.isBlocked = PDXContactsDatabase::isContactBlocked(contact);
+  std::move(nameless.contacts.begin(), nameless.contacts.end(), std::back_inserter(list.contacts));
+  removeUnmatched(list, search);
+  return list;
+}
+
+PDXKindReport PDXContactsExport::run(PDXDeviceData& deviceData, const std::string& outputFolder,
+                                     const std::string& search, PDXExportReport& report) {
+  const PDXContactList list = read(deviceData, search);
+  PDXKindReport kind;
+  kind.kind = "contacts";
+  kind.title = "Contacts";
+  kind.found = list.contacts.size() + list.filtered;
+  kind.filtered = list.filtered;
+  kind.rows = list.rows;
+  kind.rows->filtered = list.filtered;
+  if (list.contacts.empty()) return kind;
+  const std::string folder = PDXFiles::joined(outputFolder, kFolder);
+  PDXFiles::makeFolders(folder);
+  const bool isWritten = write(PDXFiles::joined(folder, "Contacts.vcf"), cardsOf(list.contacts), report) &&
+                         write(PDXFiles::joined(folder, "Contacts.csv"),
+                               PDXContactGoogleCSVGenerator::generateForContacts(list.contacts), report);
+  if (!isWritten) return kind;
+  kind.rows->written = list.contacts.size();
+  kind.written = {{.title = "Contacts as vCards", .path = "Contacts/Contacts.vcf"},
+                  {.title = "Contacts as a table", .path = "Contacts/Contacts.csv"}};
+  return kind;
+}

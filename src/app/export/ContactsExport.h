@@ -1,0 +1,35 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "app/export/ExportReport.h"
+#include "contacts/ContactEntry.h"
+
+class PDXDeviceData;
+
+/// People of the address book, for lists and exports.
+struct PDXContactList {
+  /// In list order. Those behind have neither name nor organisation; see
+  /// PDXContactsDatabaseReader::readContactsWithoutName.
+  std::vector<PDXContactEntry> contacts;
+
+  std::size_t filtered = 0;  ///< Contacts that the search did not find.
+  PDXContactRows rows;       ///< What became of the rows of ABPerson; nothing is written yet.
+};
+
+namespace PDXContactsExport {
+
+/// Reads the address book of a backup, and loads the contacts store with it.
+/// @param search  only who has it, in any case, in name, organisation, nickname, number, address, e-mail
+/// address
+///                or note; a number matches in every spelling. Empty for everybody.
+PDXContactList read(PDXDeviceData& deviceData, const std::string& search);
+
+/// Writes "Contacts/Contacts.vcf" and "Contacts/Contacts.csv" below the output folder, unless there is
+/// nobody.
+/// @param report  receives the failure when they cannot be written.
+PDXKindReport run(PDXDeviceData& deviceData, const std::string& outputFolder, const std::string& search,
+                  PDXExportReport& report);
+
+}  // namespace PDXContactsExport
