@@ -3,10 +3,6 @@
 #include <clocale>
 #include <cstdlib>
 
-/// The library that encodes HEIC pictures never frees what it sets aside for its threads.
-extern "C" const char* __lsan_default_suppressions();
-extern "C" const char* __lsan_default_suppressions() { return "leak:libx265"; }
-
 /// Texts with dates depend on locale and time zone: every test runs in the same ones.
 int main(int count, char** arguments) {
   setenv("TZ", "Europe/London", 1);
