@@ -36,8 +36,6 @@ int isStopRequested(void* token) {
 
 int flagsFor(PDXSQLiteAccess access) {
   switch (access) {
-    case PDXSQLiteAccess::readOnly:
-      return SQLITE_OPEN_READONLY;
     case PDXSQLiteAccess::immutable:
       return SQLITE_OPEN_READONLY | SQLITE_OPEN_URI;
     case PDXSQLiteAccess::create:

@@ -14,8 +14,7 @@ struct sqlite3_stmt;
 /// How a database file is opened.
 enum class PDXSQLiteAccess {
   scratch,    ///< Read and write, for copies of ours: SQLite may replay a write-ahead log.
-  readOnly,   ///< Nothing is written, not even beside the file (for files without a write-ahead log).
-  immutable,  ///< As readOnly, without locks and whatever the header says: for files that nobody writes.
+  immutable,  ///< Nothing is written, not even beside the file, whatever its header says and lies there.
   create,     ///< Makes the file when it is missing. For databases that we write ourselves.
 };
 
