@@ -2,8 +2,12 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
+#include <vector>
 
+#include "platform/Bytes.h"
 #include "platform/Date.h"
+#include "samples/Cipher.h"
 
 /// What one row of a backup's manifest stands for. The numbers are those of the manifest's "flags".
 enum class PDXSampleEntryKind { file = 1, folder = 2, link = 4 };
@@ -29,4 +33,17 @@ struct PDXSampleEntry {
 
   /// Different for each entry of a backup.
   std::int64_t inode = 0;
+
+  /// What the device keeps beside the file's bytes: names and values.
+  std::vector<std::pair<std::string, PDXBytes>> attributes;
+
+  /// What its stored file is enciphered with in an encrypted backup.
+  PDXSampleKey key = {};
+
+  /// That key as the manifest has it: 44 bytes, see PDXSampleKeyBag::record; empty for folders and links, and
+  /// in a plain backup.
+  PDXBytes encryptionKey;
+
+  /// SHA-1 of the plain file, 20 bytes; empty where it is not told.
+  PDXBytes digest;
 };

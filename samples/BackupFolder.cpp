@@ -1,17 +1,21 @@
 #include "samples/BackupFolder.h"
 
+#include <algorithm>
 #include <filesystem>
+#include <fstream>
+#include <sstream>
 #include <system_error>
 #include <utility>
 
 #include "platform/Crypto.h"
 #include "platform/Files.h"
-#include "samples/DeviceLists.h"
+#include "samples/ExtendedAttributes.h"
 #include "samples/ManifestDatabase.h"
 
 namespace {
 
-constexpr int kProtectedUntilFirstUnlock = 3;
+constexpr std::size_t kSaltSize = 20;
+constexpr std::int64_t kMostRounds = 1'000'000'000;
 constexpr std::int64_t kFirstInode = 1000;
 
 std::string_view textOf(const PDXBytes& bytes) {
@@ -24,14 +28,59 @@ std::string folderAbove(const std::string& path) {
   return slash == std::string::npos ? "" : path.substr(0, slash);
 }
 
+/// Most files can be read once the device was unlocked; a few have each of the other classes.
+int protectionClassFor(const std::string& fileId) {
+  switch (fileId.front()) {
+    case '0':
+      return PDXSampleProtection::kComplete;
+    case '1':
+      return PDXSampleProtection::kCompleteUnlessOpen;
+    case '2':
+    case '3':
+    case '4':
+      return PDXSampleProtection::kNone;
+    default:
+      return PDXSampleProtection::kUntilFirstUnlock;
+  }
+}
+
+/// The encoder of one format promises no bytes, and a second run must give the same manifest.
+void tellDigest(PDXSampleEntry& entry, PDXBytes digest) {
+  if (!entry.relativePath.ends_with(".HEIC")) entry.digest = std::move(digest);
+}
+
+bool isAscii(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char each) { return static_cast<signed char>(each) > 0; });
+}
+
+/// What cannot be done; "" when all can.
+std::string mistakeIn(const PDXSampleOptions& options) {
+  if (options.rounds < 1 || options.rounds > kMostRounds) {
+    return "the number of rounds is not between 1 and a thousand million";
+  }
+  if (options.generation == PDXSampleOptions::Generation::legacy) return "legacy samples are not built yet";
+  if (options.password && options.password->empty()) return "the password of the backup is empty";
+  if (options.enciphersAttributes && !(options.password && isAscii(*options.password))) {
+    return "metadata is enciphered with a password of ASCII characters only";
+  }
+  return "";
+}
+
 }  // namespace
 
 PDXSampleBackupFolder::PDXSampleBackupFolder(std::string folder, PDXSampleDevice device)
-    : folder_(std::move(folder)), device_(std::move(device)) {
-  if (!PDXFiles::makeFolders(folder_)) {
-    fail_(folder_ + " cannot be made");
-  } else if (!PDXFiles::list(folder_).empty()) {
-    fail_(folder_ + " is not empty: choose a new folder");
+    : PDXSampleBackupFolder(PDXSampleOptions{.folder = std::move(folder)}, std::move(device)) {}
+
+PDXSampleBackupFolder::PDXSampleBackupFolder(const PDXSampleOptions& options, PDXSampleDevice device)
+    : options_(options), device_(std::move(device)) {
+  if (options.password) keyBag_.emplace(options.seed);
+  if (keyBag_) manifestKey_ = keyBag_->newKey();
+  if (const std::string mistake = mistakeIn(options); !mistake.empty()) {
+    fail_(mistake);
+  } else if (!PDXFiles::makeFolders(options_.folder)) {
+    fail_(options_.folder + " cannot be made");
+  } else if (!PDXFiles::list(options_.folder).empty()) {
+    fail_(options_.folder + " is not empty: choose a new folder");
   } else {
     isOurs_ = true;
   }
@@ -47,7 +96,9 @@ void PDXSampleBackupFolder::addFile(const std::string& domain, const std::string
   if (entry == nullptr) return;
   entry->size = static_cast<std::int64_t>(bytes.size());
   entry->lastModified = lastModified.value_or(entry->lastModified);
-  write_(placeFor_(*entry), bytes);
+  if (!keyBag_) return write_(placeFor_(*entry), bytes);
+  std::istringstream plain{std::string(bytes)};
+  tellDigest(*entry, encipher_(plain, entry->key, placeFor_(*entry)));
 }
 
 void PDXSampleBackupFolder::addFile(const std::string& domain, const std::string& relativePath,
@@ -59,24 +110,29 @@ void PDXSampleBackupFolder::addFileFrom(const std::string& domain, const std::st
                                         const std::string& localPath) {
   PDXSampleEntry* entry = add_(PDXSampleEntryKind::file, domain, relativePath);
   if (entry == nullptr) return;
-  const auto copied = PDXFiles::copy(localPath, placeFor_(*entry));
-  if (!copied) return fail_(localPath + ": " + copied.why);
   entry->size = static_cast<std::int64_t>(PDXFiles::sizeOf(localPath).value_or(0));
+  if (keyBag_) return tellDigest(*entry, encipherFile_(localPath, entry->key, placeFor_(*entry)));
+  const auto copied = PDXFiles::copy(localPath, placeFor_(*entry));
+  if (!copied) fail_(localPath + ": " + copied.why);
 }
 
 void PDXSampleBackupFolder::takeFile(const std::string& domain, const std::string& relativePath,
                                      const std::string& localPath) {
   PDXSampleEntry* entry = add_(PDXSampleEntryKind::file, domain, relativePath);
   if (entry == nullptr) return;
-  const std::string place = placeFor_(*entry);
+  entry->size = static_cast<std::int64_t>(PDXFiles::sizeOf(localPath).value_or(0));
+  if (keyBag_) {
+    tellDigest(*entry, encipherFile_(localPath, entry->key, placeFor_(*entry)));
+    PDXFiles::remove(localPath);
+    return;
+  }
   std::error_code error;
-  std::filesystem::rename(localPath, place, error);
-  if (error) return fail_(localPath + ": " + error.message());
-  entry->size = static_cast<std::int64_t>(PDXFiles::sizeOf(place).value_or(0));
+  std::filesystem::rename(localPath, placeFor_(*entry), error);
+  if (error) fail_(localPath + ": " + error.message());
 }
 
 std::string PDXSampleBackupFolder::workFolder() {
-  std::string folder = PDXFiles::joined(folder_, "building");
+  std::string folder = PDXFiles::joined(options_.folder, "building");
   if (error_.empty() && !PDXFiles::makeFolders(folder)) fail_(folder + " cannot be made");
   return folder;
 }
@@ -111,11 +167,10 @@ void PDXSampleBackupFolder::addFoldersAbove() {
 
 bool PDXSampleBackupFolder::finish() {
   if (!error_.empty()) return false;
-  PDXFiles::removeTree(PDXFiles::joined(folder_, "building"));
-  const std::string why =
-      PDXSampleManifestDatabase::write(PDXFiles::joined(folder_, "Manifest.db"), entries_);
-  if (!why.empty()) fail_("Manifest.db: " + why);
-  writeList_("Manifest.plist", PDXSampleDeviceLists::manifest(device_).binary());
+  writeManifest_();
+  PDXFiles::removeTree(PDXFiles::joined(options_.folder, "building"));
+  if (!error_.empty()) return false;
+  writeList_("Manifest.plist", PDXSampleDeviceLists::manifest(device_, newLock_()).binary());
   writeList_("Status.plist", PDXSampleDeviceLists::status(device_).binary());
   writeList_("Info.plist", PDXSampleDeviceLists::info(device_).xml());
   isFinished_ = error_.empty();
@@ -129,7 +184,7 @@ std::string PDXSampleBackupFolder::fileId(const std::string& domain, const std::
 std::string PDXSampleBackupFolder::storedPath(const std::string& domain,
                                               const std::string& relativePath) const {
   const std::string id = fileId(domain, relativePath);
-  return PDXFiles::joined(folder_, id.substr(0, 2) + "/" + id);
+  return PDXFiles::joined(options_.folder, id.substr(0, 2) + "/" + id);
 }
 
 PDXSampleEntry* PDXSampleBackupFolder::add_(PDXSampleEntryKind kind, const std::string& domain,
@@ -144,8 +199,14 @@ PDXSampleEntry* PDXSampleBackupFolder::add_(PDXSampleEntryKind kind, const std::
   entry.domain = domain;
   entry.relativePath = relativePath;
   entry.lastModified = device_.backupDate - std::chrono::days(1);
-  entry.protectionClass = kind == PDXSampleEntryKind::file ? kProtectedUntilFirstUnlock : 0;
   entry.inode = kFirstInode + static_cast<std::int64_t>(entries_.size());
+  entry.attributes = PDXSampleExtendedAttributes::of(entry);
+  if (kind != PDXSampleEntryKind::file) return &entry;
+  entry.protectionClass = protectionClassFor(fileId(domain, relativePath));
+  if (keyBag_) {
+    entry.key = keyBag_->newKey();
+    entry.encryptionKey = keyBag_->record(entry.protectionClass, entry.key);
+  }
   return &entry;
 }
 
@@ -162,8 +223,44 @@ void PDXSampleBackupFolder::write_(const std::string& path, std::string_view byt
   if (!file.commit()) fail_(path + ": " + file.error());
 }
 
+PDXBytes PDXSampleBackupFolder::encipher_(std::istream& plain, const PDXSampleKey& key,
+                                          const std::string& path) {
+  PDXAtomicFile file(path);
+  PDXBytes digest = PDXSampleCipher::encipher(plain, key, file);
+  if (!file.commit()) fail_(path + ": " + file.error());
+  return digest;
+}
+
+PDXBytes PDXSampleBackupFolder::encipherFile_(const std::string& localPath, const PDXSampleKey& key,
+                                              const std::string& path) {
+  std::ifstream plain(localPath, std::ios::binary);
+  PDXBytes digest = encipher_(plain, key, path);
+  if (!plain.is_open() || plain.bad()) fail_(localPath + " cannot be read");
+  return digest;
+}
+
+void PDXSampleBackupFolder::writeManifest_() {
+  std::optional<PDXSampleManifestDatabase::Secret> secret;
+  if (options_.enciphersAttributes) secret = {*options_.password, keyBag_->newBytes(kSaltSize)};
+  const std::string place = PDXFiles::joined(options_.folder, "Manifest.db");
+  const std::string path = enciphersManifest_() ? PDXFiles::joined(workFolder(), "Manifest.db") : place;
+  const std::string why = PDXSampleManifestDatabase::write(path, entries_, secret);
+  if (!why.empty()) return fail_("Manifest.db: " + why);
+  if (enciphersManifest_()) encipherFile_(path, manifestKey_, place);
+}
+
+PDXSampleLock PDXSampleBackupFolder::newLock_() {
+  if (!keyBag_) return {.isEncrypted = false, .keyBag = PDXSampleKeyBag::header(device_.identifier)};
+  const auto firstRounds = options_.singleStage ? 0 : static_cast<std::uint32_t>(options_.rounds);
+  PDXSampleLock lock = {.isEncrypted = true, .keyBag = keyBag_->lockedWith(*options_.password, firstRounds)};
+  if (enciphersManifest_()) {
+    lock.manifestKey = keyBag_->record(PDXSampleProtection::kNone, manifestKey_);
+  }
+  return lock;
+}
+
 void PDXSampleBackupFolder::writeList_(const std::string& name, const PDXBytes& bytes) {
-  if (error_.empty()) write_(PDXFiles::joined(folder_, name), textOf(bytes));
+  if (error_.empty()) write_(PDXFiles::joined(options_.folder, name), textOf(bytes));
 }
 
 void PDXSampleBackupFolder::fail_(const std::string& why) {
@@ -171,8 +268,8 @@ void PDXSampleBackupFolder::fail_(const std::string& why) {
 }
 
 void PDXSampleBackupFolder::discard_() const {
-  for (const std::string& name : PDXFiles::list(folder_)) {
-    const std::string path = PDXFiles::joined(folder_, name);
+  for (const std::string& name : PDXFiles::list(options_.folder)) {
+    const std::string path = PDXFiles::joined(options_.folder, name);
     if (PDXFiles::isFolder(path)) {
       PDXFiles::removeTree(path);
     } else {

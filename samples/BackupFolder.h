@@ -1,19 +1,23 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
+#include <istream>
 #include <optional>
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/Bytes.h"
 #include "samples/BackupEntry.h"
 #include "samples/Device.h"
+#include "samples/DeviceLists.h"
+#include "samples/KeyBag.h"
+#include "samples/SampleOptions.h"
 
-/// Lays down a backup of the newest kind, without encryption: "Info.plist", "Status.plist", "Manifest.plist",
-/// "Manifest.db", and the stored files in sub-folders named by the first two characters of their identifier.
+/// Lays down a backup, plain or encrypted: "Info.plist", "Status.plist", "Manifest.plist", "Manifest.db", and
+/// the stored files in sub-folders named by the first two characters of their identifier.
 ///
 /// Content is added one file at a time; `finish` writes what makes a backup of the folder. Until then it has
 /// no property lists, and a folder that is never finished is emptied again.
@@ -22,6 +26,9 @@ class PDXSampleBackupFolder {
  public:
   /// @param folder  the backup itself, e.g. ".../Backup/00008120-…"; made when missing. It must be empty.
   explicit PDXSampleBackupFolder(std::string folder, PDXSampleDevice device = {});
+
+  /// @param options  those that say nothing of the content.
+  explicit PDXSampleBackupFolder(const PDXSampleOptions& options, PDXSampleDevice device = {});
   ~PDXSampleBackupFolder();
   PDXSampleBackupFolder(const PDXSampleBackupFolder&) = delete;
   PDXSampleBackupFolder& operator=(const PDXSampleBackupFolder&) = delete;
@@ -46,7 +53,7 @@ class PDXSampleBackupFolder {
   /// this call, and removed by `finish`.
   std::string workFolder();
 
-  /// Rows that have no stored file. The path of a domain's root is "".
+  /// Entries that have no stored file. The path of a domain's root is "".
   void addFolder(const std::string& domain, const std::string& relativePath);
   void addLink(const std::string& domain, const std::string& relativePath, const std::string& target);
 
@@ -73,12 +80,19 @@ class PDXSampleBackupFolder {
   PDXSampleEntry* add_(PDXSampleEntryKind kind, const std::string& domain, const std::string& relativePath);
   std::string placeFor_(const PDXSampleEntry& entry);
   void write_(const std::string& path, std::string_view bytes);
+  PDXBytes encipher_(std::istream& plain, const PDXSampleKey& key, const std::string& path);
+  PDXBytes encipherFile_(const std::string& localPath, const PDXSampleKey& key, const std::string& path);
+  void writeManifest_();
+  PDXSampleLock newLock_();
+  bool enciphersManifest_() const { return keyBag_ && !options_.plainManifest; }
   void writeList_(const std::string& name, const PDXBytes& bytes);
   void fail_(const std::string& why);
   void discard_() const;
 
-  std::string folder_;
+  PDXSampleOptions options_;
   PDXSampleDevice device_;
+  std::optional<PDXSampleKeyBag> keyBag_;  ///< Of an encrypted backup.
+  PDXSampleKey manifestKey_ = {};
   std::vector<PDXSampleEntry> entries_;
   std::set<std::pair<std::string, std::string>> paths_;
   std::string error_;

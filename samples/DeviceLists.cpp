@@ -21,23 +21,6 @@ List::Array namesOf(const std::vector<std::string>& applications) {
   return {applications.begin(), applications.end()};
 }
 
-void appendField(PDXBytes& bag, std::string_view tag, const PDXBytes& value) {
-  bag.insert(bag.end(), tag.begin(), tag.end());
-  bag.insert(bag.end(), {0, 0, 0, static_cast<std::uint8_t>(value.size())});
-  bag.insert(bag.end(), value.begin(), value.end());
-}
-
-/// A plain backup has a key bag too, which nobody needs to open: its header is enough.
-PDXBytes keyBagOf(const PDXSampleDevice& device) {
-  const std::string identifier = sha_1(device.identifier);
-  PDXBytes bag;
-  appendField(bag, "VERS", {0, 0, 0, 4});
-  appendField(bag, "TYPE", {0, 0, 0, 1});
-  appendField(bag, "UUID", PDXBytes(identifier.begin(), identifier.begin() + 16));
-  appendField(bag, "WRAP", {0, 0, 0, 0});
-  return bag;
-}
-
 List::Dictionary lockdownOf(const PDXSampleDevice& device) {
   return {{"BuildVersion", device.buildVersion},
           {"DeviceName", device.name},
@@ -96,15 +79,17 @@ PDXPropertyList status(const PDXSampleDevice& device) {
                           {"UUID", identifierFor(device, "status")}};
 }
 
-PDXPropertyList manifest(const PDXSampleDevice& device) {
-  return List::Dictionary{{"Applications", applicationsOf(device)},
-                          {"BackupKeyBag", keyBagOf(device)},
-                          {"Date", device.backupDate},
-                          {"IsEncrypted", false},
-                          {"Lockdown", lockdownOf(device)},
-                          {"SystemDomainsVersion", "24.0"},
-                          {"Version", "10.0"},
-                          {"WasPasscodeSet", true}};
+PDXPropertyList manifest(const PDXSampleDevice& device, const PDXSampleLock& lock) {
+  List::Dictionary entries = {{"Applications", applicationsOf(device)},
+                              {"BackupKeyBag", lock.keyBag},
+                              {"Date", device.backupDate},
+                              {"IsEncrypted", lock.isEncrypted},
+                              {"Lockdown", lockdownOf(device)},
+                              {"SystemDomainsVersion", "24.0"},
+                              {"Version", "10.0"},
+                              {"WasPasscodeSet", true}};
+  if (!lock.manifestKey.empty()) entries.emplace_back("ManifestKey", lock.manifestKey);
+  return entries;
 }
 
 }  // namespace PDXSampleDeviceLists

@@ -51,7 +51,7 @@ namespace PDXSampleBackup {
 
 std::optional<std::string> write(const PDXSampleOptions& options, const std::stop_token& stop) {
   if (options.messages < 0) return "the number of messages is negative";
-  PDXSampleBackupFolder folder(options.folder, deviceOf(options.seed));
+  PDXSampleBackupFolder folder(options, deviceOf(options.seed));
   if (!folder.error().empty()) return folder.error();
   std::string why = addContent(folder, options, stop);
   if (stop.stop_requested()) return "stopped";

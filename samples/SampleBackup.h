@@ -1,21 +1,10 @@
 #pragma once
 
-#include <cstdint>
 #include <optional>
 #include <stop_token>
 #include <string>
 
-/// What kind of sample to write.
-struct PDXSampleOptions {
-  /// The backup folder itself: made when missing, and empty.
-  std::string folder;
-
-  /// The same seed and options give the same bytes in every file, pictures in the HEIC format excepted.
-  std::uint64_t seed = 1;
-
-  /// Rows of the messages store's table `message`, from 0 up.
-  std::int64_t messages = 2000;
-};
+#include "samples/SampleOptions.h"
 
 /// An invented backup that looks like a phone's, to try everything on: about 200 contacts, conversations with
 /// attachments of every kind, blocked numbers, and the files around them.

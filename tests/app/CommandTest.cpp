@@ -68,7 +68,7 @@ TEST_F(Command, MistakesAreOneLineAndTheirStatus) {
       {"export phone blocked --to out", 2, "\"blocked\" can be listed but not exported"},
       {"list phone contacts --from 2023-01-01", 2, "say nothing about contacts"},
       {"list phone blocked --search x", 2, "--search does not apply to blocked"},
-      {"sample other --encrypted file", 2, "not built yet"},
+      {"sample other --encrypted nowhere", 2, "there is no password in the first line of nowhere"},
       {"info nothing-here", 3, "there is no backup \"nothing-here\""},
       {"info ./nothing-here", 3, "there is no such folder"},
       {"info empty", 3, "is not a backup"},

@@ -1,9 +1,28 @@
 #include <CLI/CLI.hpp>
+#include <fstream>
+#include <iostream>
+#include <map>
 
 #include "app/cli/Command.h"
 #include "samples/SampleBackup.h"
 
 namespace {
+
+using Generation = PDXSampleOptions::Generation;
+
+const std::map<std::string, Generation> kGenerations = {{"modern", Generation::modern},
+                                                        {"legacy", Generation::legacy}};
+
+/// The first line of a file, of standard input for "-"; nothing when it cannot be read or is empty.
+std::optional<std::string> passwordIn(const std::string& path) {
+  std::string line;
+  std::ifstream file;
+  if (path != "-") file.open(path, std::ios::binary);
+  std::getline(path == "-" ? std::cin : file, line);
+  if (line.ends_with('\r')) line.pop_back();
+  if (line.empty()) return std::nullopt;
+  return line;
+}
 
 class SampleCommand final : public PDXCommand {
  public:
@@ -11,16 +30,24 @@ class SampleCommand final : public PDXCommand {
     app.add_option("DIR", options_.folder, "A new or empty folder for the backup")->required();
     app.add_option("--messages", options_.messages, "How many messages")->check(CLI::Range(0, 20'000'000));
     app.add_option("--seed", options_.seed, "The same seed gives the same bytes");
-    app.add_option("--encrypted", encrypted_, "Not built yet");
-    app.add_option("--generation", generation_, "modern; legacy is not built yet")
-        ->check(CLI::IsMember({"modern", "legacy"}));
+    auto* encrypted = app.add_option("--encrypted", passwordFile_,
+                                     "Encrypt it; the first line of this file is the password (- is standard "
+                                     "input)");
+    app.add_option("--rounds", options_.rounds, "Rounds of the first stage of the password's key")
+        ->check(CLI::Range(1, 1'000'000'000))
+        ->needs(encrypted);
+    app.add_option("--generation", options_.generation, "modern, or legacy: as systems before 10 made it")
+        ->transform(CLI::Transformer(kGenerations));
   }
 
   PDXExitStatus run(PDXCommandContext& context) override {
-    if (!encrypted_.empty() || generation_ == "legacy") {
-      PDXConsole::error(
-          "encrypted and legacy samples are not built yet: leave out --encrypted and --generation");
-      return PDXExitStatus::usage;
+    if (!passwordFile_.empty()) {
+      options_.password = passwordIn(passwordFile_);
+      if (!options_.password) {
+        PDXConsole::error("there is no password in the first line of " + passwordFile_ +
+                          ": give a file that begins with one");
+        return PDXExitStatus::usage;
+      }
     }
     if (const auto why = PDXSampleBackup::write(options_, context.stop)) {
       if (context.stop.stop_requested()) return PDXExitStatus::interrupted;
@@ -33,8 +60,7 @@ class SampleCommand final : public PDXCommand {
 
  private:
   PDXSampleOptions options_;
-  std::string encrypted_;
-  std::string generation_ = "modern";
+  std::string passwordFile_;
 };
 
 }  // namespace
