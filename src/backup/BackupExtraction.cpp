@@ -25,7 +25,7 @@ std::string PDXBackupExtraction::extractFile(const PDXBackupFile& file) const {
     return "";
   std::string destination = PDXFiles::joined(PDXScratchFolder::path(), name);
   if (!isCompanion(name)) PDXScratchFolder::makeRoomFor(destination);
-  const auto result = readableCopy(file, destination, closing_.get_token());
+  const auto result = write_(file, destination, PDXFileDeciphering::Tail::kept, closing_.get_token());
   if (result) return destination;
   PDXFiles::remove(destination);
   if (result.outcome == PDXFiles::CopyResult::Outcome::writeFailed) {
@@ -40,11 +40,19 @@ std::string PDXBackupExtraction::extractFile(const PDXBackupFile& file) const {
 }
 
 std::string PDXBackupExtraction::storedPath(const PDXBackupFile& file) const {
+  std::string flat = flatPath_(file);
+  return flat.empty() ? nestedPath_(file) : flat;
+}
+
+std::string PDXBackupExtraction::flatPath_(const PDXBackupFile& file) const {
   if (!isIdentifier(file.fileId)) return "";
-  std::string flat = PDXFiles::joined(fullBackupPath_, file.fileId);
-  if (!PDXFiles::isMissing(flat)) return flat;
-  const std::string nested =
-      PDXFiles::joined(PDXFiles::joined(fullBackupPath_, file.fileId.substr(0, 2)), file.fileId);
+  std::string flat = PDXFiles::joined(folder_, file.fileId);
+  return PDXFiles::isMissing(flat) ? "" : flat;
+}
+
+std::string PDXBackupExtraction::nestedPath_(const PDXBackupFile& file) const {
+  if (!isIdentifier(file.fileId)) return "";
+  std::string nested = PDXFiles::joined(PDXFiles::joined(folder_, file.fileId.substr(0, 2)), file.fileId);
   return PDXFiles::isMissing(nested) ? "" : nested;
 }
 
@@ -56,9 +64,10 @@ void PDXBackupExtraction::setAppIsClosing(bool isClosing) {
   }
 }
 
-PDXFiles::CopyResult PDXBackupExtractionDirectCopy::readableCopy(const PDXBackupFile& file,
-                                                                 const std::string& destination,
-                                                                 const std::stop_token& stop) const {
+PDXFiles::CopyResult PDXBackupExtractionDirectCopy::write_(const PDXBackupFile& file,
+                                                           const std::string& destination,
+                                                           PDXFileDeciphering::Tail,
+                                                           const std::stop_token& stop) const {
   const std::string stored = storedPath(file);
   if (stored.empty()) return {PDXFiles::CopyResult::Outcome::noSource, "the backup folder does not hold it"};
   return PDXFiles::copy(stored, destination, stop);

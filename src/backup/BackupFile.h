@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <utility>
@@ -35,6 +36,10 @@ struct PDXBackupFile {
 
   /// The file's wrapped key; empty but for older encrypted backups.
   PDXBytes encryptionKey;
+
+  /// Bytes of the file as the manifest has them; filled by `listedFiles` only, and wrong for databases that
+  /// changed while the device made the backup. Source: Size of the metadata record.
+  std::optional<std::uint64_t> size;
 
   /// The file's metadata record, where a domain was listed. Source: Files.file, object 1 of the archive.
   std::optional<PDXPropertyList> fileAttributes;

@@ -89,6 +89,8 @@ std::optional<std::vector<PDXBackupFile>> PDXBackupNavigation::GetAllFiles() { r
 
 std::optional<std::vector<PDXBackupFile>> PDXBackupNavigation::regularFiles() { return std::nullopt; }
 
+std::optional<std::vector<PDXBackupFile>> PDXBackupNavigation::listedFiles() { return std::nullopt; }
+
 std::optional<std::vector<std::string>> PDXBackupNavigation::GetAllDomainNames() { return std::nullopt; }
 
 std::optional<std::vector<PDXBackupFile>> PDXBackupNavigation::GetSubFolderContentInDomain(

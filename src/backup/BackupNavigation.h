@@ -56,6 +56,10 @@ class PDXBackupNavigation {
   virtual std::optional<std::vector<PDXBackupFile>> GetFilesByDomain(const std::string& domain);
   virtual std::optional<std::vector<PDXBackupFile>> GetAllFiles();
   virtual std::optional<std::vector<PDXBackupFile>> regularFiles();
+
+  /// Every regular file that the manifest lists, stored or not, with key and size where it has them.
+  virtual std::optional<std::vector<PDXBackupFile>> listedFiles();
+
   virtual std::optional<std::vector<std::string>> GetAllDomainNames();
   virtual std::optional<std::vector<PDXBackupFile>> GetSubFolderContentInDomain(
       const std::optional<std::string>& folder, const std::string& domain);

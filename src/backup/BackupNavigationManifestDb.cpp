@@ -22,6 +22,13 @@ std::optional<PDXPropertyList> attributesOf(const PDXBytes& archive) {
   return object == nullptr ? std::nullopt : std::optional(*object);
 }
 
+/// Small numbers may stand in the record itself only; others behind a reference are not looked up.
+std::optional<std::uint64_t> sizeOf(const std::optional<PDXPropertyList>& attributes) {
+  const PDXPropertyList* size = attributes ? attributes->find("Size") : nullptr;
+  if (size == nullptr || size->integer() == nullptr || *size->integer() < 0) return std::nullopt;
+  return static_cast<std::uint64_t>(*size->integer());
+}
+
 }  // namespace
 
 /// An open manifest for the length of one operation.
@@ -76,7 +83,7 @@ void PDXBackupNavigationManifestDb::closeDatabase_() {
 
 PDXSQLiteDatabase PDXBackupNavigationManifestDb::openManifest_() {
   const std::lock_guard guard(scratchLock_);
-  manifestPath_ = PDXFiles::joined(fullBackupPath_, manifestDbIsEncrypted_ ? "Manifest_d.db" : "Manifest.db");
+  manifestPath_ = pathToOpen_();
   if (!PDXFiles::sizeOf(manifestPath_)) {
     reportOnce_("there is no such file");
     return {};
@@ -86,6 +93,22 @@ PDXSQLiteDatabase PDXBackupNavigationManifestDb::openManifest_() {
   PDXSQLiteDatabase database(manifestPath_, PDXSQLiteAccess::immutable);
   if (!database.isOpen()) reportOnce_(database.error());
   return database;
+}
+
+std::string PDXBackupNavigationManifestDb::pathToOpen_() const {
+  if (!manifestDbIsEncrypted_) return PDXFiles::joined(fullBackupPath_, "Manifest.db");
+  if (!decipheredManifest_.empty()) return decipheredManifest_;
+  std::string usual = PDXFiles::joined(fullBackupPath_, "Manifest_d.db");
+  // Where names differ by their case, a copy made elsewhere may have come in the other spelling.
+  std::string other = PDXFiles::joined(fullBackupPath_, "manifest_d.db");
+  return PDXFiles::sizeOf(usual) || !PDXFiles::sizeOf(other) ? usual : other;
+}
+
+void PDXBackupNavigationManifestDb::setDecipheredManifest(const std::string& path) {
+  const std::lock_guard guard(findLock_);
+  decipheredManifest_ = path;
+  findStatement_.reset();
+  findDatabase_.reset();
 }
 
 std::string PDXBackupNavigationManifestDb::scratchCopyOf_(const std::string& manifest) {
@@ -154,6 +177,18 @@ std::optional<std::vector<PDXBackupFile>> PDXBackupNavigationManifestDb::regular
   std::vector<PDXBackupFile> files;
   session.forEachRow("select fileID, relativePath, domain from Files where flags=1",
                      [&files](const PDXSQLiteStatement& row) { files.push_back(recordOf(row)); });
+  return files;
+}
+
+std::optional<std::vector<PDXBackupFile>> PDXBackupNavigationManifestDb::listedFiles() {
+  Session session(*this);
+  if (!session) return std::nullopt;
+  std::vector<PDXBackupFile> files;
+  session.forEachRow("select fileID, relativePath, domain, file from Files where flags=1",
+                     [&files](const PDXSQLiteStatement& row) {
+                       files.push_back(recordOf(row));
+                       files.back().size = sizeOf(attributesOf(row.blob(3)));
+                     });
   return files;
 }
 

@@ -9,10 +9,10 @@
 
 /// Reads the manifest of current backups.
 ///
-/// Source: table Files of "Manifest.db" in the backup folder, or of its deciphered copy "Manifest_d.db".
-/// The backup folder never changes: a manifest with a write-ahead log is read from a scratch copy.
-/// Errors: none leave it. A manifest that is missing or damaged gives nothing, and the log says why once.
-/// Threads: any; operations wait for each other.
+/// Source: table Files of "Manifest.db" in the backup folder, or of its deciphered copy "Manifest_d.db" (also
+/// found as "manifest_d.db"). The backup folder never changes: a manifest with a write-ahead log is read from
+/// a scratch copy. Errors: none leave it. A manifest that is missing or damaged gives nothing, and the log
+/// says why once. Threads: any; operations wait for each other.
 class PDXBackupNavigationManifestDb final : public PDXBackupNavigation {
  public:
   /// @param fullBackupPath  the backup folder.
@@ -21,6 +21,10 @@ class PDXBackupNavigationManifestDb final : public PDXBackupNavigation {
 
   bool manifestDbIsEncrypted() const { return manifestDbIsEncrypted_; }
   void setManifestDbIsEncrypted(bool isEncrypted) { manifestDbIsEncrypted_ = isEncrypted; }
+
+  /// Names the deciphered copy to read when the manifest is encrypted, instead of the one in the backup
+  /// folder, which another run may be replacing; "" for that one.
+  void setDecipheredManifest(const std::string& path);
 
   /// Path and domain go into the statement as they stand: a single quote finds nothing.
   std::optional<PDXBackupFile> GetFileByRelativePathInDomain(const std::string& path,
@@ -38,6 +42,8 @@ class PDXBackupNavigationManifestDb final : public PDXBackupNavigation {
   /// Without folders and links, and without attributes.
   std::optional<std::vector<PDXBackupFile>> regularFiles() override;
 
+  std::optional<std::vector<PDXBackupFile>> listedFiles() override;
+
   std::optional<std::vector<std::string>> GetAllDomainNames() override;
 
   /// Regular files whose path begins with the text of `folder`, so "Library/SMS" also finds "Library/SMS2/a".
@@ -50,11 +56,13 @@ class PDXBackupNavigationManifestDb final : public PDXBackupNavigation {
   bool openDatabase_();
   void closeDatabase_();
   PDXSQLiteDatabase openManifest_();
+  std::string pathToOpen_() const;
   std::string scratchCopyOf_(const std::string& manifest);
   void reportOnce_(const std::string& why);
 
   std::string fullBackupPath_;
   std::string manifestPath_;
+  std::string decipheredManifest_;
   bool manifestDbIsEncrypted_ = false;
   std::mutex dbLock_;
   std::unique_ptr<PDXSQLiteDatabase> manifestDatabase_;

@@ -6,6 +6,7 @@
 #include "backup/BackupInformation.h"
 #include "backup/BackupLocations.h"
 #include "backup/BackupNavigationManifestDb.h"
+#include "backup/BackupNavigationMbdb.h"
 #include "backup/ScratchFolder.h"
 #include "platform/Log.h"
 #include "platform/Sqlite.h"
@@ -45,7 +46,9 @@ std::int32_t majorVersion(const std::string& version) {
 
 PDXDeviceData::PDXDeviceData(const std::string& deviceId) { initateDeviceData_(deviceId); }
 
-PDXDeviceData::~PDXDeviceData() = default;
+PDXDeviceData::~PDXDeviceData() {
+  if (!manifestFolder_.empty()) PDXFiles::removeTree(manifestFolder_);
+}
 
 void PDXDeviceData::initateDeviceData_(const std::string& deviceId) {
   current().deviceId = deviceId;
@@ -73,52 +76,137 @@ std::int32_t PDXDeviceData::getBackupTypeVersion_() {
 }
 
 std::unique_ptr<PDXBackupNavigation> PDXDeviceData::getNavigatorClass_() const {
-  if (backupTypeVersion_ != 3) return std::make_unique<PDXBackupNavigationFileHash>();
+  return navigatorFor_(backupTypeVersion_, isEncrypted_);
+}
+
+std::unique_ptr<PDXBackupNavigation> PDXDeviceData::navigatorFor_(std::int32_t typeVersion,
+                                                                  bool isManifestEncrypted) const {
+  if (typeVersion == 2) return std::make_unique<PDXBackupNavigationMbdb>(backupPath_, deviceId_);
+  if (typeVersion != 3) return std::make_unique<PDXBackupNavigationFileHash>();
   auto navigator = std::make_unique<PDXBackupNavigationManifestDb>(backupPath_);
-  navigator->setManifestDbIsEncrypted(isEncrypted_);
+  navigator->setManifestDbIsEncrypted(isManifestEncrypted);
   return navigator;
 }
 
-std::unique_ptr<PDXBackupExtraction> PDXDeviceData::getExtractorClass_() const {
-  return std::make_unique<PDXBackupExtractionDirectCopy>(backupPath_);
+std::unique_ptr<PDXBackupExtraction> PDXDeviceData::getExtractorClass_() {
+  return extractorFor_(backupTypeVersion_);
+}
+
+std::unique_ptr<PDXBackupExtraction> PDXDeviceData::extractorFor_(std::int32_t typeVersion) {
+  if (!isEncrypted_ || (typeVersion != 2 && typeVersion != 3))
+    return std::make_unique<PDXBackupExtractionDirectCopy>(backupPath_);
+  if (manifestFolder_.empty()) manifestFolder_ = PDXScratchFolder::makeFolder("manifest-");
+  const PDXManifestPlace place{.folder = manifestFolder_, .mayWriteBackup = !isReadOnly_};
+  const PDXByteView password = password_ ? PDXByteView(*password_) : PDXByteView();
+  if (typeVersion == 2)
+    return std::make_unique<PDXBackupExtractionMbdbWithEncryption>(backupPath_, password, place);
+  return std::make_unique<PDXBackupExtractionIOS10Encrypted>(backupPath_, password, place);
+}
+
+/// The kind of manifest by what lies in the folder, where "Status.plist" does not tell.
+std::int32_t PDXDeviceData::manifestKind_() const {
+  if (backupTypeVersion_ == 2 || backupTypeVersion_ == 3) return backupTypeVersion_;
+  if (PDXFiles::exists(PDXFiles::joined(backupPath_, "Manifest.db"))) return 3;
+  return PDXFiles::exists(PDXFiles::joined(backupPath_, "Manifest.mbdb")) ? 2 : backupTypeVersion_;
+}
+
+void PDXDeviceData::makeReady_() {
+  const std::lock_guard guard(readyLock_);
+  getBackupTypeVersion_();
+  if (extractor_ != nullptr && navigator_ != nullptr) return;
+  if (extractor_ == nullptr) extractor_ = getExtractorClass_();
+  if (navigator_ == nullptr) navigator_ = getNavigatorClass_();
+
+  const std::int32_t kind = manifestKind_();
+  const bool isTold = kind == backupTypeVersion_;
+  if (!isTold && isEncrypted_ && reader_ == nullptr) reader_ = extractorFor_(kind);
+  const auto* enciphered = encryptedReader_();
+  const bool isManifestEncrypted = enciphered != nullptr && enciphered->IsManifestDbEncrypted();
+  // The given navigator takes every encrypted backup's manifest for enciphered; those of system 10.0 are not.
+  const bool isPlainBesideEncrypted = kind == 3 && isEncrypted_ && !isManifestEncrypted;
+  if ((!isTold || isPlainBesideEncrypted) && finder_ == nullptr)
+    finder_ = navigatorFor_(kind, isManifestEncrypted);
+  showManifest_();
+}
+
+/// The extractor that deciphers; null for a plain backup.
+const PDXBackupExtractionWithEncryption* PDXDeviceData::encryptedReader_() const {
+  const auto* reader = reader_ != nullptr ? reader_.get() : extractor_.get();
+  return dynamic_cast<const PDXBackupExtractionWithEncryption*>(reader);
+}
+
+/// Has the navigators read the manifest that the extractor deciphered.
+void PDXDeviceData::showManifest_() {
+  const auto* enciphered = encryptedReader_();
+  if (enciphered == nullptr || !enciphered->IsManifestDbEncrypted()) return;
+  for (PDXBackupNavigation* navigator : {navigator_.get(), finder_.get()}) {
+    if (auto* database = dynamic_cast<PDXBackupNavigationManifestDb*>(navigator))
+      database->setDecipheredManifest(enciphered->manifestPath());
+  }
 }
 
 PDXBackupNavigation& PDXDeviceData::readyNavigator_() {
-  const std::lock_guard guard(readyLock_);
-  getBackupTypeVersion_();
-  if (extractor_ == nullptr) extractor_ = getExtractorClass_();
-  if (navigator_ == nullptr) navigator_ = getNavigatorClass_();
+  makeReady_();
   return *navigator_;
 }
 
-/// Without a usable "Status.plist" the given navigator knows no manifest, but there may well be one.
 PDXBackupNavigation& PDXDeviceData::readyFinder_() {
-  PDXBackupNavigation& navigator = readyNavigator_();
-  const std::lock_guard guard(readyLock_);
-  if (finder_ != nullptr) return *finder_;
-  if (backupTypeVersion_ != -1 || !PDXFiles::exists(PDXFiles::joined(backupPath_, "Manifest.db")))
-    return navigator;
-  finder_ = std::make_unique<PDXBackupNavigationManifestDb>(backupPath_);
-  return *finder_;
+  makeReady_();
+  return finder_ != nullptr ? *finder_ : *navigator_;
+}
+
+PDXBackupExtraction& PDXDeviceData::readyReader_() {
+  makeReady_();
+  return reader_ != nullptr ? *reader_ : *extractor_;
+}
+
+/// An older encrypted backup keeps the files' keys in its manifest.
+PDXBackupFile PDXDeviceData::withKey_(PDXBackupFile file, PDXBackupNavigation& navigator) const {
+  if (isEncrypted_ && file.encryptionKey.empty())
+    file.encryptionKey = navigator.GetEncryptionKeyForFileId(file.fileId);
+  return file;
 }
 
 void PDXDeviceData::setAppIsClosing(bool isClosing) {
-  readyNavigator_();
+  readyReader_().setAppIsClosing(isClosing);
   extractor_->setAppIsClosing(isClosing);
 }
 
+std::optional<std::string_view> PDXDeviceData::Password() const {
+  if (!password_) return std::nullopt;
+  return std::string_view(reinterpret_cast<const char*>(password_->data()), password_->size());
+}
+
+PDXDeviceDataEncryption::Trial PDXDeviceData::unlock(std::string_view password, const std::stop_token& stop) {
+  if (!isEncrypted_) return {PDXUnlocking::opened, ""};
+  setPassword(password);
+  auto trial = PDXDeviceDataEncryption::tryPassword(backupPath_, *password_, stop);
+  const std::lock_guard guard(readyLock_);
+  extractor_.reset();
+  reader_.reset();
+  return trial;
+}
+
 std::string PDXDeviceData::GetFilesByFeatureType(int feature) {
+  readyNavigator_();
+  return extractKeyFile_(feature, *extractor_);
+}
+
+/// The scratch copy of a feature's main file, with its siblings beside it; "" when there is none.
+std::string PDXDeviceData::extractKeyFile_(int feature, PDXBackupExtraction& extractor) {
   std::string keyFilePath;
-  const auto files = readyNavigator_().GetFilesByFeatureType(feature);
+  PDXBackupNavigation& navigator = readyNavigator_();
+  const auto files = navigator.GetFilesByFeatureType(feature);
   for (const PDXBackupFile& file : files.value_or(std::vector<PDXBackupFile>())) {
-    const std::string copy = extractor_->extractFile(file);
+    const std::string copy = extractor.extractFile(withKey_(file, finder_ != nullptr ? *finder_ : navigator));
     if (file.isKeyFile) keyFilePath = copy;
   }
   return keyFilePath;
 }
 
 std::string PDXDeviceData::databaseOfFeature(int feature) {
-  std::string database = GetFilesByFeatureType(feature);
+  PDXBackupExtraction& reader = readyReader_();
+  std::string database = extractKeyFile_(feature, reader);
   const auto files = navigator_->GetFilesByFeatureType(feature);
   if (!files) return database;
   const PDXBackupFile& keyFile = files->front();
@@ -131,50 +219,53 @@ std::string PDXDeviceData::databaseOfFeature(int feature) {
   }
   const auto log =
       readyFinder_().findFile(keyFile.relativePath + "-wal", keyFile.domain.value_or(kHomeDomain));
-  if (log && !extractor_->storedPath(*log).empty()) extractor_->extractFile(*log);
+  if (log && !reader.storedPath(*log).empty()) reader.extractFile(withKey_(*log, readyFinder_()));
   return database;
 }
 
 /// A main file that the manifest lists and the folder does not hold is content that got lost.
 void PDXDeviceData::reportIfListed_(const PDXBackupFile& keyFile) {
   const auto listed = readyFinder_().findFile(keyFile.relativePath, keyFile.domain.value_or(kHomeDomain));
-  if (!listed || !extractor_->storedPath(*listed).empty()) return;
+  if (!listed || !readyReader_().storedPath(*listed).empty()) return;
   PDXLog::report({.what = "file",
                   .where = keyFile.relativePath,
                   .why = "the manifest lists it, but the backup folder does not hold it"});
 }
 
 std::string PDXDeviceData::GetFileByRelativePathInDomain(const std::string& path, const std::string& domain) {
-  const auto file = readyNavigator_().GetFileByRelativePathInDomain(path, domain);
-  return file ? extractor_->extractFile(*file) : "";
+  PDXBackupNavigation& navigator = readyNavigator_();
+  const auto file = navigator.GetFileByRelativePathInDomain(path, domain);
+  return file ? extractor_->extractFile(withKey_(*file, navigator)) : "";
 }
 
 PDXFiles::CopyResult PDXDeviceData::copyOfFileByRelativePathInDomain(const std::string& path,
                                                                      const std::string& domain,
                                                                      const std::string& destination,
                                                                      const std::stop_token& stop) {
-  const auto file = readyFinder_().findFile(path, domain);
+  PDXBackupNavigation& finder = readyFinder_();
+  const auto file = finder.findFile(path, domain);
   if (!file) return {PDXFiles::CopyResult::Outcome::noSource, "the manifest does not list it"};
-  return extractor_->readableCopy(*file, destination, stop);
+  return readyReader_().readableCopy(withKey_(*file, finder), destination, stop);
 }
 
 bool PDXDeviceData::holdsFileByRelativePathInDomain(const std::string& path, const std::string& domain) {
   const auto file = readyFinder_().findFile(path, domain);
-  return file && !extractor_->storedPath(*file).empty();
+  return file && !readyReader_().storedPath(*file).empty();
 }
 
 bool PDXDeviceData::hasReadableManifest() {
-  const std::string manifest = PDXFiles::joined(backupPath_, "Manifest.db");
+  const bool isOlder = manifestKind_() == 2;
+  const std::string manifest = PDXFiles::joined(backupPath_, isOlder ? "Manifest.mbdb" : "Manifest.db");
   if (!PDXFiles::exists(manifest)) {
     PDXLog::report({.what = "manifest", .where = manifest, .why = "there is no such file"});
     return false;
   }
-  return !readyFinder_().GetAllDomainNames().value_or(std::vector<std::string>()).empty();
+  return !domainNames().value_or(std::vector<std::string>()).empty();
 }
 
 bool PDXDeviceData::holdsFeature(int feature) {
   const auto files = readyNavigator_().GetFilesByFeatureType(feature);
-  return files && !extractor_->storedPath(files->front()).empty();
+  return files && !readyReader_().storedPath(files->front()).empty();
 }
 
 std::string PDXDeviceData::LocateFileByRelativePathInDomain(const std::string& path,
@@ -218,14 +309,31 @@ std::optional<std::vector<PDXBackupFile>> PDXDeviceData::regularFiles() {
   return readyFinder_().regularFiles();
 }
 
+std::optional<std::vector<PDXBackupFile>> PDXDeviceData::listedFiles() {
+  return readyFinder_().listedFiles();
+}
+
+PDXDeviceData::StoredFile PDXDeviceData::storedFile(const PDXBackupFile& file) {
+  StoredFile stored{.path = readyReader_().storedPath(file), .key = {}};
+  if (const auto* enciphered = encryptedReader_(); enciphered != nullptr && !stored.path.empty())
+    stored.key = enciphered->fileKeyOf(file);
+  return stored;
+}
+
 std::optional<std::vector<std::string>> PDXDeviceData::GetAllDomainNames() {
   return readyNavigator_().GetAllDomainNames();
+}
+
+std::optional<std::vector<std::string>> PDXDeviceData::domainNames() {
+  return readyFinder_().GetAllDomainNames();
 }
 
 std::optional<std::vector<std::string>> PDXDeviceData::GetFiles() { return GetAllDomainNames(); }
 
 bool PDXDeviceData::IsPasswordCorrect(const std::string&) {
+  readyNavigator_();
   extractor_ = getExtractorClass_();
+  showManifest_();
   return !GetFileByRelativePathInDomain("Library/Preferences/com.apple.springboard.plist", kHomeDomain)
               .empty();
 }

@@ -8,9 +8,10 @@
 #include <optional>
 #include <stop_token>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "backup/BackupExtraction.h"
+#include "backup/BackupExtractionWithEncryption.h"
 #include "backup/BackupFile.h"
 #include "backup/BackupNavigation.h"
 #include "platform/Files.h"
@@ -82,8 +83,24 @@ class PDXDeviceData {
   /// The entries of the manifest that are regular files, in its order. Nothing when it cannot be opened.
   std::optional<std::vector<PDXBackupFile>> regularFiles();
 
+  /// Every regular file that the manifest lists, stored or not, with its size where the manifest tells it.
+  /// Nothing when the manifest cannot be opened.
+  std::optional<std::vector<PDXBackupFile>> listedFiles();
+
+  /// How the backup folder keeps a file of the listing above.
+  struct StoredFile {
+    std::string path;                        ///< "" when it is not stored.
+    PDXBackupEncryptionWorker::FileKey key;  ///< Of an encrypted backup's file.
+  };
+
+  /// May be called from several threads at once.
+  StoredFile storedFile(const PDXBackupFile& file);
+
   /// Nothing when the manifest cannot be opened.
   std::optional<std::vector<std::string>> GetAllDomainNames();
+
+  /// The same for every backup whose manifest can be read, also where its kind is not told.
+  std::optional<std::vector<std::string>> domainNames();
 
   /// The same as `GetAllDomainNames`.
   std::optional<std::vector<std::string>> GetFiles();
@@ -92,8 +109,19 @@ class PDXDeviceData {
   /// preferences: a backup without them answers false. The argument is not consulted.
   bool IsPasswordCorrect(const std::string& password);
 
-  void setPassword(const std::string& password) { password_ = password; }
-  const std::optional<std::string>& Password() const { return password_; }
+  /// The stored password is wiped when another takes its place, and with this object.
+  void setPassword(std::string_view password) { password_ = secretOf(viewOfText(password)); }
+
+  /// Nothing before one was set. Valid until another is.
+  std::optional<std::string_view> Password() const;
+
+  /// Stores the password and tells by the key bag whether it is right: at once for every kind of backup, also
+  /// where `IsPasswordCorrect` cannot know. What was opened with another password is opened anew.
+  /// Slow by design (see PDXPasswordKey); the next one with the same password is quick.
+  PDXDeviceDataEncryption::Trial unlock(std::string_view password, const std::stop_token& stop = {});
+
+  /// Keeps the deciphered manifest out of the backup folder. Before anything is read.
+  void setReadOnly(bool isReadOnly) { isReadOnly_ = isReadOnly; }
 
   bool IsEncrypted() const { return isEncrypted_; }
   void setIsEncrypted(bool isEncrypted) { isEncrypted_ = isEncrypted; }
@@ -142,18 +170,33 @@ class PDXDeviceData {
   void initateDeviceData_(const std::string& deviceId);
   std::int32_t getBackupTypeVersion_();
   std::unique_ptr<PDXBackupNavigation> getNavigatorClass_() const;
-  std::unique_ptr<PDXBackupExtraction> getExtractorClass_() const;
+  std::unique_ptr<PDXBackupExtraction> getExtractorClass_();
+  std::unique_ptr<PDXBackupNavigation> navigatorFor_(std::int32_t typeVersion,
+                                                     bool isManifestEncrypted) const;
+  std::unique_ptr<PDXBackupExtraction> extractorFor_(std::int32_t typeVersion);
+  std::int32_t manifestKind_() const;
   PDXBackupNavigation& readyNavigator_();
   PDXBackupNavigation& readyFinder_();
+  PDXBackupExtraction& readyReader_();
+  void makeReady_();
+  void showManifest_();
+  const PDXBackupExtractionWithEncryption* encryptedReader_() const;
+  std::string extractKeyFile_(int feature, PDXBackupExtraction& extractor);
+  PDXBackupFile withKey_(PDXBackupFile file, PDXBackupNavigation& navigator) const;
   void reportIfListed_(const PDXBackupFile& keyFile);
 
   std::mutex readyLock_;
   std::unique_ptr<PDXBackupNavigation> navigator_;
-  std::unique_ptr<PDXBackupNavigation>
-      finder_;  ///< Only where `navigator_` does not read the manifest there is.
   std::unique_ptr<PDXBackupExtraction> extractor_;
-  std::optional<std::string> password_;
+
+  /// Only where those above do not read the manifest there is.
+  std::unique_ptr<PDXBackupNavigation> finder_;
+  std::unique_ptr<PDXBackupExtraction> reader_;
+
+  std::string manifestFolder_;  ///< The deciphered manifest's, in the scratch folder.
+  std::optional<PDXSecret> password_;
   bool isEncrypted_ = false;
+  bool isReadOnly_ = false;
   std::string deviceId_;
   std::string backupPath_;
   std::int32_t iosVersion_ = 0;

@@ -20,6 +20,10 @@ bool isSafe() {
   return false;
 }
 
+std::string makeFolder(const std::string& prefix) {
+  return isSafe() ? PDXFiles::makeUniqueFolder(PDXFiles::joined(path(), prefix)) : "";
+}
+
 void clear() {
   if (!isSafe()) return;
   const std::string folder = path();

@@ -13,6 +13,9 @@ std::string path();
 /// otherwise.
 bool isSafe();
 
+/// Makes a folder in it that nobody else uses, its name beginning so; "" when it cannot be made.
+std::string makeFolder(const std::string& prefix);
+
 /// Removes everything in it.
 void clear();
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <stop_token>
+#include <string>
 
 /// The system's ways of copying bytes between two open files; one source file per system.
 namespace PDXFileCopy {
@@ -8,5 +9,12 @@ namespace PDXFileCopy {
 /// Copies all of `source` to the empty `target` (file descriptors). Zero, or the system's error number;
 /// ECANCELED when stopped.
 int contents(int source, int target, const std::stop_token& stop);
+
+/// A new file in a folder that no name leads to yet, for its owner only. -1 with `errno` set where it cannot
+/// be made, EOPNOTSUPP where the system or the file system has no such files.
+int openNameless(const std::string& folder);
+
+/// Gives a nameless file a name, in place of what has it. Zero, or the system's error number.
+int giveName(int file, const std::string& path);
 
 }  // namespace PDXFileCopy

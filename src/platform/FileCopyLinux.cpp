@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <linux/fs.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -49,4 +50,17 @@ int PDXFileCopy::contents(int source, int target, const std::stop_token& stop) {
     }
     return errno;
   }
+}
+
+int PDXFileCopy::openNameless(const std::string& folder) {
+  return ::open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600);
+}
+
+int PDXFileCopy::giveName(int file, const std::string& path) {
+  const std::string handle = "/proc/self/fd/" + std::to_string(file);
+  for (int attempt = 0; attempt < 2; ++attempt) {
+    if (::linkat(AT_FDCWD, handle.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0) return 0;
+    if (errno != EEXIST || (::unlink(path.c_str()) != 0 && errno != ENOENT)) break;
+  }
+  return errno;
 }

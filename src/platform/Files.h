@@ -50,6 +50,10 @@ bool makeFolders(const std::string& path);
 /// Makes a folder that only its owner may enter. True when it is there, is no link and belongs to this user.
 bool makePrivateFolder(const std::string& path);
 
+/// Makes a folder that only its owner may enter and whose name begins so. Its path; "" when it cannot be
+/// made.
+std::string makeUniqueFolder(const std::string& pathPrefix);
+
 /// Removes a file, a link or an empty folder; what is not there is no failure.
 bool remove(const std::string& path);
 
@@ -69,6 +73,13 @@ struct CopyResult {
 /// The target appears whole or not at all, replaces an older one, and is readable and writable for its owner.
 CopyResult copy(const std::string& from, const std::string& to, const std::stop_token& stop = {});
 
+/// Puts a copy of a file's bytes at `to` with no other name showing up in that folder, not even for a moment.
+/// An older file there is replaced; a link there is replaced, not followed.
+CopyResult copyUnseen(const std::string& from, const std::string& to);
+
+/// Whether two regular files hold the same bytes.
+bool haveSameBytes(const std::string& one, const std::string& other);
+
 /// Removes what a run that was killed left directly in a folder: the files it was writing. What belongs to a
 /// process that still lives stays.
 void removeAbandonedParts(const std::string& folder);
@@ -87,6 +98,33 @@ std::string temporary();
 void setTemporary(const std::string& folder);
 
 }  // namespace PDXFiles
+
+/// A regular file that is read from its beginning to its end. Links are not followed: in a backup they could
+/// lead to any file of the user's.
+class PDXFileReader {
+ public:
+  explicit PDXFileReader(const std::string& path);
+  ~PDXFileReader();
+  PDXFileReader(const PDXFileReader&) = delete;
+  PDXFileReader& operator=(const PDXFileReader&) = delete;
+
+  /// Why the file did not open or a `read` failed; empty when neither did.
+  const std::string& error() const { return error_; }
+
+  /// Bytes of the file when it was opened; 0 when it did not open.
+  std::uint64_t size() const { return size_; }
+
+  /// The next bytes: as many as `count`, fewer only at the end or in an error.
+  std::size_t read(std::uint8_t* to, std::size_t count);
+
+  /// Goes on reading at that byte.
+  void seek(std::uint64_t position);
+
+ private:
+  int descriptor_ = -1;
+  std::uint64_t size_ = 0;
+  std::string error_;
+};
 
 /// A private folder below the temporary one that becomes `PDXFiles::temporary()` while it lives, and is
 /// removed with all it holds afterwards.
@@ -128,6 +166,7 @@ class PDXAtomicFile {
 
  private:
   void flush_();
+  void write_(std::string_view rest);
   void fail_(int code);
 
   std::string path_;

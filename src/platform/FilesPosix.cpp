@@ -52,12 +52,20 @@ class Descriptor {
   Descriptor& operator=(const Descriptor&) = delete;
   int get() const { return value_; }
 
+  /// Takes another one over, where there was none.
+  void reset(int value) { value_ = value; }
+
   /// Closes now, so that a late failure to write is seen.
   bool close() { return ::close(std::exchange(value_, -1)) == 0; }
 
  private:
   int value_;
 };
+
+/// Opens for reading, without waiting where a pipe lies.
+int openRegular(const std::string& path) {
+  return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+}
 
 /// What a failure in the middle of copying means: a full target is told from a source that cannot be read.
 PDXFiles::CopyResult resultOf(int code) {
@@ -202,6 +210,11 @@ bool makePrivateFolder(const std::string& path) {
   return (info.st_mode & 0777) == S_IRWXU || ::chmod(path.c_str(), S_IRWXU) == 0;
 }
 
+std::string makeUniqueFolder(const std::string& pathPrefix) {
+  std::string path = pathPrefix + "XXXXXX";
+  return ::mkdtemp(path.data()) == nullptr ? "" : path;
+}
+
 bool remove(const std::string& path) {
   std::error_code failed;
   fs::remove(path, failed);
@@ -222,7 +235,7 @@ void removeAbandonedParts(const std::string& folder) {
 CopyResult copy(const std::string& from, const std::string& to, const std::stop_token& stop) {
   using Outcome = CopyResult::Outcome;
   if (isMissing(from)) return {Outcome::noSource, std::strerror(ENOENT)};
-  const Descriptor source(::open(from.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+  const Descriptor source(openRegular(from));
   if (source.get() < 0) return {Outcome::readFailed, std::strerror(errno)};
   struct stat info {};
   if (::fstat(source.get(), &info) != 0 || !S_ISREG(info.st_mode))
@@ -237,6 +250,41 @@ CopyResult copy(const std::string& from, const std::string& to, const std::stop_
   }
   if (!result) ::unlink(part.c_str());
   return result;
+}
+
+CopyResult copyUnseen(const std::string& from, const std::string& to) {
+  using Outcome = CopyResult::Outcome;
+  const Descriptor source(openRegular(from));
+  if (source.get() < 0) return {Outcome::readFailed, std::strerror(errno)};
+  Descriptor target(PDXFileCopy::openNameless(folderOf(to)));
+  const bool isNameless = target.get() >= 0;
+  if (!isNameless) {
+    if (errno == EACCES || errno == EROFS || errno == ENOENT)
+      return {Outcome::writeFailed, std::strerror(errno)};
+    // A file system without nameless files: written in its place, where a cut one is found out on opening.
+    ::unlink(to.c_str());
+    target.reset(::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    if (target.get() < 0) return {Outcome::writeFailed, std::strerror(errno)};
+  }
+  CopyResult result = resultOf(PDXFileCopy::contents(source.get(), target.get(), {}));
+  const int code = result && isNameless ? PDXFileCopy::giveName(target.get(), to) : 0;
+  if (code != 0) result = {Outcome::writeFailed, std::strerror(code)};
+  if (!result && !isNameless) ::unlink(to.c_str());
+  return result;
+}
+
+bool haveSameBytes(const std::string& one, const std::string& other) {
+  PDXFileReader first(one);
+  PDXFileReader second(other);
+  if (!first.error().empty() || !second.error().empty() || first.size() != second.size()) return false;
+  PDXBytes here(kBufferSize);
+  PDXBytes there(kBufferSize);
+  while (true) {
+    const std::size_t got = first.read(here.data(), here.size());
+    if (second.read(there.data(), there.size()) != got || std::memcmp(here.data(), there.data(), got) != 0)
+      return false;
+    if (got < here.size()) return first.error().empty() && second.error().empty();
+  }
 }
 
 std::string home() {
@@ -266,6 +314,37 @@ void setTemporary(const std::string& folder) {
 
 }  // namespace PDXFiles
 
+PDXFileReader::PDXFileReader(const std::string& path) : descriptor_(openRegular(path)) {
+  struct stat info {};
+  if (descriptor_ < 0 || ::fstat(descriptor_, &info) != 0) {
+    error_ = std::strerror(errno);
+  } else if (!S_ISREG(info.st_mode)) {
+    error_ = "it is no regular file";
+  } else {
+    size_ = static_cast<std::uint64_t>(info.st_size);
+  }
+}
+
+PDXFileReader::~PDXFileReader() {
+  if (descriptor_ >= 0) ::close(descriptor_);
+}
+
+std::size_t PDXFileReader::read(std::uint8_t* to, std::size_t count) {
+  std::size_t filled = 0;
+  while (filled < count && error_.empty()) {
+    const ssize_t got = ::read(descriptor_, to + filled, count - filled);
+    if (got == 0) break;
+    if (got > 0) filled += static_cast<std::size_t>(got);
+    if (got < 0 && errno != EINTR) error_ = std::strerror(errno);
+  }
+  return filled;
+}
+
+void PDXFileReader::seek(std::uint64_t position) {
+  if (error_.empty() && ::lseek(descriptor_, static_cast<off_t>(position), SEEK_SET) < 0)
+    error_ = std::strerror(errno);
+}
+
 PDXTemporaryRun::PDXTemporaryRun() : outer_(PDXFiles::temporary()) {
   std::string pattern =
       PDXFiles::joined(outer_, std::string(kRunPrefix) + std::to_string(::getpid()) + "-XXXXXX");
@@ -292,8 +371,16 @@ PDXAtomicFile::~PDXAtomicFile() {
 }
 
 void PDXAtomicFile::append(std::string_view text) {
-  buffer_.append(text);
-  if (buffer_.size() >= kBufferSize) flush_();
+  if (buffer_.size() + text.size() < kBufferSize) {
+    buffer_.append(text);
+    return;
+  }
+  flush_();
+  if (text.size() < kBufferSize) {
+    buffer_.append(text);
+  } else {
+    write_(text);
+  }
 }
 
 bool PDXAtomicFile::commit() {
@@ -309,14 +396,17 @@ bool PDXAtomicFile::commit() {
 }
 
 void PDXAtomicFile::flush_() {
-  std::string_view rest = buffer_;
+  write_(buffer_);
+  buffer_.clear();
+}
+
+void PDXAtomicFile::write_(std::string_view rest) {
   while (!rest.empty() && error_.empty()) {
     const ssize_t written = ::write(descriptor_, rest.data(), rest.size());
     if (written < 0 && errno == EINTR) continue;
     if (written < 0) fail_(errno);
     if (written > 0) rest.remove_prefix(static_cast<std::size_t>(written));
   }
-  buffer_.clear();
 }
 
 void PDXAtomicFile::fail_(int code) {

@@ -36,6 +36,7 @@ struct PDXCommandEntry {
 
 std::unique_ptr<PDXCommand> makeBackupsCommand();
 std::unique_ptr<PDXCommand> makeInfoCommand();
+std::unique_ptr<PDXCommand> makeCheckCommand();
 std::unique_ptr<PDXCommand> makeDomainsCommand();
 std::unique_ptr<PDXCommand> makeFilesCommand();
 std::unique_ptr<PDXCommand> makeGetCommand();

@@ -61,7 +61,7 @@ class ExportCommand final : public PDXCommand {
     PDXExitStatus status = PDXExitStatus::done;
     const auto found = PDXOpenedBackup::find(backupOptions_.backup, status);
     if (found && found->refusesOutput(options_.outputFolder)) return PDXExitStatus::usage;
-    const auto deviceData = found ? found->open(status) : nullptr;
+    const auto deviceData = found ? found->open(backupOptions_, context.stop, status) : nullptr;
     if (deviceData != nullptr) found->warnIfUnfinished();
     return deviceData == nullptr ? status : exportTo(context, found->information(), *deviceData);
   }

@@ -22,7 +22,7 @@ PDXExitStatus saysUnreadableManifest(const PDXDeviceData& deviceData) {
 
 /// One line when the manifest knows no such domain.
 std::optional<std::string> domainMistake(PDXDeviceData& deviceData, const std::string& domain) {
-  const auto names = deviceData.GetAllDomainNames().value_or(std::vector<std::string>());
+  const auto names = deviceData.domainNames().value_or(std::vector<std::string>());
   if (names.empty() || std::find(names.begin(), names.end(), domain) != names.end()) return std::nullopt;
   return "there is no domain \"" + domain + "\"" + nearestNamesHint(domain, names) +
          " (`pocketdex domains` names them all)";
@@ -38,9 +38,9 @@ class DomainsCommand final : public PDXCommand {
   PDXExitStatus run(PDXCommandContext& context) override {
     PDXExitStatus status = PDXExitStatus::done;
     const auto found = PDXOpenedBackup::find(backupOptions_.backup, status);
-    const auto deviceData = found ? found->open(status) : nullptr;
+    const auto deviceData = found ? found->open(backupOptions_, context.stop, status) : nullptr;
     if (deviceData == nullptr) return status;
-    const auto names = deviceData->GetAllDomainNames();
+    const auto names = deviceData->domainNames();
     if (!names) return saysUnreadableManifest(*deviceData);
     if (!json_) {
       for (const std::string& name : *names) context.console.line(name);
@@ -69,7 +69,7 @@ class FilesCommand final : public PDXCommand {
   PDXExitStatus run(PDXCommandContext& context) override {
     PDXExitStatus status = PDXExitStatus::done;
     const auto found = PDXOpenedBackup::find(backupOptions_.backup, status);
-    const auto deviceData = found ? found->open(status) : nullptr;
+    const auto deviceData = found ? found->open(backupOptions_, context.stop, status) : nullptr;
     if (deviceData == nullptr) return status;
     if (const auto mistake = domain_.empty() ? std::nullopt : domainMistake(*deviceData, domain_)) {
       PDXConsole::error(*mistake);
@@ -135,7 +135,7 @@ class GetCommand final : public PDXCommand {
     PDXExitStatus status = PDXExitStatus::done;
     const auto found = PDXOpenedBackup::find(backupOptions_.backup, status);
     if (found && found->refusesOutput(folder_)) return PDXExitStatus::usage;
-    const auto deviceData = found ? found->open(status) : nullptr;
+    const auto deviceData = found ? found->open(backupOptions_, context.stop, status) : nullptr;
     if (deviceData == nullptr) return status;
     if (const auto mistake = domainMistake(*deviceData, domain_)) {
       PDXConsole::error(*mistake);

@@ -38,7 +38,7 @@ class ListCommand final : public PDXCommand {
     }
     PDXExitStatus status = PDXExitStatus::done;
     const auto found = PDXOpenedBackup::find(backupOptions_.backup, status);
-    const auto deviceData = found ? found->open(status) : nullptr;
+    const auto deviceData = found ? found->open(backupOptions_, context.stop, status) : nullptr;
     return deviceData == nullptr ? status : list(context, found->information(), *deviceData);
   }
 

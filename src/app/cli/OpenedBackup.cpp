@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "app/cli/Console.h"
+#include "app/cli/Password.h"
 #include "app/export/NearestNames.h"
 #include "backup/BackupLocations.h"
 #include "platform/Files.h"
@@ -81,19 +82,15 @@ std::unique_ptr<PDXDeviceData> PDXOpenedBackup::openForOverview() const {
   return std::make_unique<PDXDeviceData>(std::string(PDXText::lastPathComponent(path_)));
 }
 
-std::unique_ptr<PDXDeviceData> PDXOpenedBackup::open(PDXExitStatus& status) const {
+std::unique_ptr<PDXDeviceData> PDXOpenedBackup::open(const PDXBackupOptions& options,
+                                                     const std::stop_token& stop,
+                                                     PDXExitStatus& status) const {
   auto deviceData = openForOverview();
-  if (deviceData->IsEncrypted()) {
-    PDXConsole::error(path_ + " is encrypted: this version cannot open encrypted backups yet");
-    status = PDXExitStatus::password;
-    return nullptr;
-  }
-  if (deviceData->backupTypeVersion() == 2) {
-    PDXConsole::error(path_ + " has a manifest of the older kind: this version cannot read it yet");
-    status = PDXExitStatus::noBackup;
-    return nullptr;
-  }
-  return deviceData;
+  deviceData->setReadOnly(options.readOnly);
+  const PDXExitStatus unlocked = unlockBackup(*deviceData, options.passwordFile, stop);
+  if (unlocked == PDXExitStatus::done) return deviceData;
+  status = unlocked;
+  return nullptr;
 }
 
 void PDXOpenedBackup::warnIfUnfinished() const {

@@ -2,9 +2,11 @@
 
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <string>
 
 #include "app/cli/ExitStatus.h"
+#include "app/cli/Options.h"
 #include "backup/BackupInformation.h"
 #include "backup/DeviceData.h"
 
@@ -21,9 +23,10 @@ class PDXOpenedBackup {
   /// Where the backup lies; absolute.
   const std::string& path() const { return path_; }
 
-  /// The backup opened for reading its content. Null when this version cannot read it, with a line on
-  /// standard error; `status` as above.
-  std::unique_ptr<PDXDeviceData> open(PDXExitStatus& status) const;
+  /// The backup opened for reading its content; an encrypted one's password is tested here, before any other
+  /// work. Null when it cannot be opened, with a line on standard error; `status` as above.
+  std::unique_ptr<PDXDeviceData> open(const PDXBackupOptions& options, const std::stop_token& stop,
+                                      PDXExitStatus& status) const;
 
   /// Whether a folder that is to be written to is the backup's own or lies inside it; says so on standard
   /// error.

@@ -23,6 +23,9 @@ std::string builtKinds() {
 
 void PDXBackupOptions::addTo(CLI::App& app) {
   app.add_option("BACKUP", backup, "The backup's folder, or its identifier")->required();
+  app.add_option("--password-file", passwordFile,
+                 "The file whose first line is the password of an encrypted backup; - is standard input")
+      ->type_name("FILE");
   app.add_flag("--read-only", readOnly, "Never write into the backup's folder");
 }
 

@@ -14,8 +14,12 @@ class App;
 struct PDXBackupOptions {
   std::string backup;
 
-  /// Nothing of ours writes into a plain backup's folder, so this asks for what holds anyway.
+  /// The deciphered manifest of an encrypted backup stays out of the backup's folder. Nothing else of ours
+  /// writes there.
   bool readOnly = false;
+
+  /// Holds the password in its first line; "-" is standard input, "" none.
+  std::string passwordFile;
 
   void addTo(CLI::App& app);
 };

@@ -17,6 +17,7 @@ namespace {
 const PDXCommandEntry kCommands[] = {
     {"backups", "Lists the backups in the places where they are kept", makeBackupsCommand},
     {"info", "Says what a backup is and what it holds", makeInfoCommand},
+    {"check", "Compares a backup's manifest with its stored files", makeCheckCommand},
     {"domains", "Lists the domains of a backup", makeDomainsCommand},
     {"files", "Lists the files of a backup", makeFilesCommand},
     {"get", "Copies files out of a backup", makeGetCommand},
@@ -60,7 +61,7 @@ PDXExitStatus saysMistake(const CLI::App& app, const CLI::ParseError& error, int
   if (first.empty()) {
     PDXConsole::error("a command is missing; `pocketdex --help` lists them");
   } else if (!isCommand && !first.starts_with('-')) {
-    const char* const planned[] = {"check", "make"};
+    const char* const planned[] = {"make"};
     const bool isPlanned = std::find(std::begin(planned), std::end(planned), first) != std::end(planned);
     PDXConsole::error(isPlanned ? "the command \"" + first +
                                       "\" is not built yet; `pocketdex --help` lists those that are"

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <stop_token>
+
+#include "platform/Secret.h"
+
+/// Derives the key that opens a key bag from the backup's password. It is made slow on purpose (seconds), so
+/// the process keeps what it derived last: opening, testing and opening again derive once.
+namespace PDXPasswordKey {
+
+/// What the key bag says of the derivation.
+struct Parameters {
+  PDXByteView firstSalt;  ///< Missing, with `firstRounds`, before system 10.2.
+  std::optional<std::int32_t> firstRounds;
+  PDXByteView secondSalt;
+  std::int32_t secondRounds = 0;
+};
+
+/// Rounds above this are no device's: years of work.
+constexpr std::int32_t kMostRounds = 1'000'000'000;
+
+/// 32 bytes. Nothing when a count is not between 1 and `kMostRounds`, a salt is missing, the password is
+/// empty, or a stop was asked for: the derivation runs aside and is abandoned, for it cannot be stopped.
+/// Threads: any; the second to ask for the same key waits for the first.
+std::optional<PDXSecret> derive(PDXByteView password, const Parameters& parameters,
+                                const std::stop_token& stop);
+
+/// Forgets every key derived so far.
+void forget();
+
+}  // namespace PDXPasswordKey
