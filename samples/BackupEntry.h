@@ -28,6 +28,9 @@ struct PDXSampleEntry {
 
   PDXDate lastModified = {};
 
+  /// Kind and permissions as the system of the device has them, e.g. 0100644.
+  int mode = 0;
+
   /// 1 to 4 for a file; 0 for folders and links.
   int protectionClass = 0;
 

@@ -10,6 +10,7 @@
 #include "platform/Crypto.h"
 #include "platform/Files.h"
 #include "samples/ExtendedAttributes.h"
+#include "samples/LegacyManifest.h"
 #include "samples/ManifestDatabase.h"
 
 namespace {
@@ -17,6 +18,18 @@ namespace {
 constexpr std::size_t kSaltSize = 20;
 constexpr std::int64_t kMostRounds = 1'000'000'000;
 constexpr std::int64_t kFirstInode = 1000;
+
+int modeOf(PDXSampleEntryKind kind) {
+  switch (kind) {
+    case PDXSampleEntryKind::folder:
+      return 0040755;
+    case PDXSampleEntryKind::link:
+      return 0120755;
+    case PDXSampleEntryKind::file:
+      break;
+  }
+  return 0100644;
+}
 
 std::string_view textOf(const PDXBytes& bytes) {
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
@@ -58,10 +71,12 @@ std::string mistakeIn(const PDXSampleOptions& options) {
   if (options.rounds < 1 || options.rounds > kMostRounds) {
     return "the number of rounds is not between 1 and a thousand million";
   }
-  if (options.generation == PDXSampleOptions::Generation::legacy) return "legacy samples are not built yet";
   if (options.password && options.password->empty()) return "the password of the backup is empty";
   if (options.enciphersAttributes && !(options.password && isAscii(*options.password))) {
     return "metadata is enciphered with a password of ASCII characters only";
+  }
+  if (options.enciphersAttributes && options.generation == PDXSampleOptions::Generation::legacy) {
+    return "the manifest of a legacy backup has no enciphered metadata";
   }
   return "";
 }
@@ -70,6 +85,9 @@ std::string mistakeIn(const PDXSampleOptions& options) {
 
 PDXSampleBackupFolder::PDXSampleBackupFolder(std::string folder, PDXSampleDevice device)
     : PDXSampleBackupFolder(PDXSampleOptions{.folder = std::move(folder)}, std::move(device)) {}
+
+PDXSampleBackupFolder::PDXSampleBackupFolder(const PDXSampleOptions& options)
+    : PDXSampleBackupFolder(options, PDXSampleDevice::of(options.generation)) {}
 
 PDXSampleBackupFolder::PDXSampleBackupFolder(const PDXSampleOptions& options, PDXSampleDevice device)
     : options_(options), device_(std::move(device)) {
@@ -96,6 +114,7 @@ void PDXSampleBackupFolder::addFile(const std::string& domain, const std::string
   if (entry == nullptr) return;
   entry->size = static_cast<std::int64_t>(bytes.size());
   entry->lastModified = lastModified.value_or(entry->lastModified);
+  if (leavesOut_(*entry)) return;
   if (!keyBag_) return write_(placeFor_(*entry), bytes);
   std::istringstream plain{std::string(bytes)};
   tellDigest(*entry, encipher_(plain, entry->key, placeFor_(*entry)));
@@ -108,9 +127,8 @@ void PDXSampleBackupFolder::addFile(const std::string& domain, const std::string
 
 void PDXSampleBackupFolder::addFileFrom(const std::string& domain, const std::string& relativePath,
                                         const std::string& localPath) {
-  PDXSampleEntry* entry = add_(PDXSampleEntryKind::file, domain, relativePath);
-  if (entry == nullptr) return;
-  entry->size = static_cast<std::int64_t>(PDXFiles::sizeOf(localPath).value_or(0));
+  PDXSampleEntry* entry = addLocal_(domain, relativePath, localPath);
+  if (entry == nullptr || leavesOut_(*entry)) return;
   if (keyBag_) return tellDigest(*entry, encipherFile_(localPath, entry->key, placeFor_(*entry)));
   const auto copied = PDXFiles::copy(localPath, placeFor_(*entry));
   if (!copied) fail_(localPath + ": " + copied.why);
@@ -118,14 +136,13 @@ void PDXSampleBackupFolder::addFileFrom(const std::string& domain, const std::st
 
 void PDXSampleBackupFolder::takeFile(const std::string& domain, const std::string& relativePath,
                                      const std::string& localPath) {
-  PDXSampleEntry* entry = add_(PDXSampleEntryKind::file, domain, relativePath);
-  if (entry == nullptr) return;
-  entry->size = static_cast<std::int64_t>(PDXFiles::sizeOf(localPath).value_or(0));
   if (keyBag_) {
-    tellDigest(*entry, encipherFile_(localPath, entry->key, placeFor_(*entry)));
+    addFileFrom(domain, relativePath, localPath);
     PDXFiles::remove(localPath);
     return;
   }
+  PDXSampleEntry* entry = addLocal_(domain, relativePath, localPath);
+  if (entry == nullptr || leavesOut_(*entry)) return;
   std::error_code error;
   std::filesystem::rename(localPath, placeFor_(*entry), error);
   if (error) fail_(localPath + ": " + error.message());
@@ -184,7 +201,7 @@ std::string PDXSampleBackupFolder::fileId(const std::string& domain, const std::
 std::string PDXSampleBackupFolder::storedPath(const std::string& domain,
                                               const std::string& relativePath) const {
   const std::string id = fileId(domain, relativePath);
-  return PDXFiles::joined(options_.folder, id.substr(0, 2) + "/" + id);
+  return PDXFiles::joined(options_.folder, isLegacy_() ? id : id.substr(0, 2) + "/" + id);
 }
 
 PDXSampleEntry* PDXSampleBackupFolder::add_(PDXSampleEntryKind kind, const std::string& domain,
@@ -199,6 +216,7 @@ PDXSampleEntry* PDXSampleBackupFolder::add_(PDXSampleEntryKind kind, const std::
   entry.domain = domain;
   entry.relativePath = relativePath;
   entry.lastModified = device_.backupDate - std::chrono::days(1);
+  entry.mode = modeOf(kind);
   entry.inode = kFirstInode + static_cast<std::int64_t>(entries_.size());
   entry.attributes = PDXSampleExtendedAttributes::of(entry);
   if (kind != PDXSampleEntryKind::file) return &entry;
@@ -208,6 +226,18 @@ PDXSampleEntry* PDXSampleBackupFolder::add_(PDXSampleEntryKind kind, const std::
     entry.encryptionKey = keyBag_->record(entry.protectionClass, entry.key);
   }
   return &entry;
+}
+
+PDXSampleEntry* PDXSampleBackupFolder::addLocal_(const std::string& domain, const std::string& relativePath,
+                                                 const std::string& localPath) {
+  const auto size = PDXFiles::sizeOf(localPath);
+  if (!size) {
+    fail_(localPath + " cannot be read");
+    return nullptr;
+  }
+  PDXSampleEntry* entry = add_(PDXSampleEntryKind::file, domain, relativePath);
+  if (entry != nullptr) entry->size = static_cast<std::int64_t>(*size);
+  return entry;
 }
 
 std::string PDXSampleBackupFolder::placeFor_(const PDXSampleEntry& entry) {
@@ -240,18 +270,25 @@ PDXBytes PDXSampleBackupFolder::encipherFile_(const std::string& localPath, cons
 }
 
 void PDXSampleBackupFolder::writeManifest_() {
-  std::optional<PDXSampleManifestDatabase::Secret> secret;
-  if (options_.enciphersAttributes) secret = {*options_.password, keyBag_->newBytes(kSaltSize)};
-  const std::string place = PDXFiles::joined(options_.folder, "Manifest.db");
-  const std::string path = enciphersManifest_() ? PDXFiles::joined(workFolder(), "Manifest.db") : place;
-  const std::string why = PDXSampleManifestDatabase::write(path, entries_, secret);
-  if (!why.empty()) return fail_("Manifest.db: " + why);
+  const std::string name = isLegacy_() ? "Manifest.mbdb" : "Manifest.db";
+  const std::string place = PDXFiles::joined(options_.folder, name);
+  const std::string path = enciphersManifest_() ? PDXFiles::joined(workFolder(), name) : place;
+  const std::string why = writeManifestTo_(path);
+  if (!why.empty()) return fail_(name + ": " + why);
   if (enciphersManifest_()) encipherFile_(path, manifestKey_, place);
+}
+
+std::string PDXSampleBackupFolder::writeManifestTo_(const std::string& path) {
+  if (isLegacy_()) return PDXSampleLegacyManifest::write(path, entries_);
+  if (!options_.enciphersAttributes) return PDXSampleManifestDatabase::write(path, entries_);
+  return PDXSampleManifestDatabase::write(
+      path, entries_, PDXSampleManifestDatabase::Secret{*options_.password, keyBag_->newBytes(kSaltSize)});
 }
 
 PDXSampleLock PDXSampleBackupFolder::newLock_() {
   if (!keyBag_) return {.isEncrypted = false, .keyBag = PDXSampleKeyBag::header(device_.identifier)};
-  const auto firstRounds = options_.singleStage ? 0 : static_cast<std::uint32_t>(options_.rounds);
+  const bool hasOneStage = options_.singleStage || isLegacy_();
+  const auto firstRounds = hasOneStage ? 0 : static_cast<std::uint32_t>(options_.rounds);
   PDXSampleLock lock = {.isEncrypted = true, .keyBag = keyBag_->lockedWith(*options_.password, firstRounds)};
   if (enciphersManifest_()) {
     lock.manifestKey = keyBag_->record(PDXSampleProtection::kNone, manifestKey_);

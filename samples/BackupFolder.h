@@ -16,8 +16,9 @@
 #include "samples/KeyBag.h"
 #include "samples/SampleOptions.h"
 
-/// Lays down a backup, plain or encrypted: "Info.plist", "Status.plist", "Manifest.plist", "Manifest.db", and
-/// the stored files in sub-folders named by the first two characters of their identifier.
+/// Lays down a backup, plain or encrypted: "Info.plist", "Status.plist", "Manifest.plist", the manifest, and
+/// the stored files: beside them in the legacy form, else in sub-folders named by the first two characters of
+/// their identifier.
 ///
 /// Content is added one file at a time; `finish` writes what makes a backup of the folder. Until then it has
 /// no property lists, and a folder that is never finished is emptied again.
@@ -28,12 +29,17 @@ class PDXSampleBackupFolder {
   explicit PDXSampleBackupFolder(std::string folder, PDXSampleDevice device = {});
 
   /// @param options  those that say nothing of the content.
-  explicit PDXSampleBackupFolder(const PDXSampleOptions& options, PDXSampleDevice device = {});
+  /// @param device   one whose versions are those of the generation.
+  PDXSampleBackupFolder(const PDXSampleOptions& options, PDXSampleDevice device);
+
+  /// The same with a device of that generation.
+  explicit PDXSampleBackupFolder(const PDXSampleOptions& options);
   ~PDXSampleBackupFolder();
   PDXSampleBackupFolder(const PDXSampleBackupFolder&) = delete;
   PDXSampleBackupFolder& operator=(const PDXSampleBackupFolder&) = delete;
 
-  /// Stores a file. A domain and path that was added before is an error.
+  /// Stores a file; the legacy form leaves empty ones out. A domain and path that was added before is an
+  /// error.
   /// @param domain        e.g. "HomeDomain".
   /// @param relativePath  UTF-8, below the domain's root, e.g. "Library/SMS/sms.db".
   /// @param lastModified  nothing: a day before the backup.
@@ -78,13 +84,18 @@ class PDXSampleBackupFolder {
 
  private:
   PDXSampleEntry* add_(PDXSampleEntryKind kind, const std::string& domain, const std::string& relativePath);
+  PDXSampleEntry* addLocal_(const std::string& domain, const std::string& relativePath,
+                            const std::string& localPath);
   std::string placeFor_(const PDXSampleEntry& entry);
   void write_(const std::string& path, std::string_view bytes);
   PDXBytes encipher_(std::istream& plain, const PDXSampleKey& key, const std::string& path);
   PDXBytes encipherFile_(const std::string& localPath, const PDXSampleKey& key, const std::string& path);
   void writeManifest_();
   PDXSampleLock newLock_();
-  bool enciphersManifest_() const { return keyBag_ && !options_.plainManifest; }
+  std::string writeManifestTo_(const std::string& path);
+  bool isLegacy_() const { return options_.generation == PDXSampleOptions::Generation::legacy; }
+  bool enciphersManifest_() const { return keyBag_ && !options_.plainManifest && !isLegacy_(); }
+  bool leavesOut_(const PDXSampleEntry& entry) const { return isLegacy_() && entry.size == 0; }
   void writeList_(const std::string& name, const PDXBytes& bytes);
   void fail_(const std::string& why);
   void discard_() const;

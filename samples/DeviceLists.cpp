@@ -65,7 +65,7 @@ PDXPropertyList info(const PDXSampleDevice& device) {
                               {"Serial Number", device.serialNumber},
                               {"Target Identifier", device.identifier},
                               {"Target Type", "Device"},
-                              {"Unique Identifier", device.identifier},
+                              {"Unique Identifier", PDXText::uppercased(device.identifier)},
                               {"macOS Version", "14.3.1"}};
   return entries;
 }
@@ -85,8 +85,8 @@ PDXPropertyList manifest(const PDXSampleDevice& device, const PDXSampleLock& loc
                               {"Date", device.backupDate},
                               {"IsEncrypted", lock.isEncrypted},
                               {"Lockdown", lockdownOf(device)},
-                              {"SystemDomainsVersion", "24.0"},
-                              {"Version", "10.0"},
+                              {"SystemDomainsVersion", device.systemDomainsVersion},
+                              {"Version", device.manifestVersion},
                               {"WasPasscodeSet", true}};
   if (!lock.manifestKey.empty()) entries.emplace_back("ManifestKey", lock.manifestKey);
   return entries;

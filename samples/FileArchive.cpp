@@ -9,18 +9,6 @@ namespace {
 
 using List = PDXPropertyList;
 
-int modeOf(PDXSampleEntryKind kind) {
-  switch (kind) {
-    case PDXSampleEntryKind::folder:
-      return 0040755;
-    case PDXSampleEntryKind::link:
-      return 0120755;
-    case PDXSampleEntryKind::file:
-      break;
-  }
-  return 0100644;
-}
-
 std::int64_t unixSeconds(PDXDate date) {
   return std::chrono::duration_cast<std::chrono::seconds>(date.time_since_epoch()).count();
 }
@@ -56,16 +44,11 @@ class Objects {
 
 List::Dictionary plainFields(const PDXSampleEntry& entry) {
   const std::int64_t modified = unixSeconds(entry.lastModified);
-  return {{"Birth", modified},
-          {"Flags", 0},
-          {"GroupID", 501},
-          {"InodeNumber", entry.inode},
-          {"LastModified", modified},
-          {"LastStatusChange", modified},
-          {"Mode", modeOf(entry.kind)},
-          {"ProtectionClass", entry.protectionClass},
-          {"Size", entry.size},
-          {"UserID", 501}};
+  return {{"Birth", modified},        {"Flags", 0},
+          {"GroupID", 501},           {"InodeNumber", entry.inode},
+          {"LastModified", modified}, {"LastStatusChange", modified},
+          {"Mode", entry.mode},       {"ProtectionClass", entry.protectionClass},
+          {"Size", entry.size},       {"UserID", 501}};
 }
 
 PDXBytes listOf(const std::vector<std::pair<std::string, PDXBytes>>& attributes) {

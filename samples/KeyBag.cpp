@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <string_view>
-#include <utility>
 
 #include "platform/Crypto.h"
 
@@ -50,9 +49,9 @@ struct Lock {
   PDXSampleKey key = {};
 };
 
-Lock lockFor(const std::string& password, std::uint32_t firstRounds, PDXBytes firstSalt, PDXBytes lastSalt) {
-  Lock lock = {
-      .firstRounds = firstRounds, .firstSalt = std::move(firstSalt), .lastSalt = std::move(lastSalt)};
+Lock lockFor(const std::string& password, std::uint32_t firstRounds, const PDXBytes& firstSalt,
+             const PDXBytes& lastSalt) {
+  Lock lock = {.firstRounds = firstRounds, .firstSalt = firstSalt, .lastSalt = lastSalt};
   if (firstRounds > 0) lock.key = PDXSampleCipher::firstStage(password, lock.firstSalt, firstRounds);
   lock.key =
       PDXSampleCipher::lastStage(firstRounds > 0 ? textOf(lock.key) : password, lock.lastSalt, kLastRounds);
@@ -103,7 +102,9 @@ PDXBytes PDXSampleKeyBag::record(int protectionClass, const PDXSampleKey& key) c
 }
 
 PDXBytes PDXSampleKeyBag::lockedWith(const std::string& password, std::uint32_t firstRounds) {
-  const Lock lock = lockFor(password, firstRounds, newBytes(kSaltSize), newBytes(kSaltSize));
+  const PDXBytes firstSalt = newBytes(kSaltSize);
+  const PDXBytes lastSalt = newBytes(kSaltSize);
+  const Lock lock = lockFor(password, firstRounds, firstSalt, lastSalt);
   const PDXSampleKey deviceKey = newKey();
   PDXBytes bag;
   append(bag, "VERS", firstRounds > 0 ? 4 : 3);

@@ -1,5 +1,6 @@
 #include "samples/SampleBackup.h"
 
+#include "platform/Crypto.h"
 #include "platform/Files.h"
 #include "samples/AddressBook.h"
 #include "samples/BackupFolder.h"
@@ -10,12 +11,16 @@
 
 namespace {
 
-/// Sixteen upper-case hexadecimal characters follow what all devices of the newer kinds share.
-PDXSampleDevice deviceOf(std::uint64_t seed) {
-  PDXSampleRandom random(seed, 6);
-  PDXSampleDevice device;
+PDXSampleDevice deviceOf(const PDXSampleOptions& options) {
+  PDXSampleRandom random(options.seed, 6);
+  PDXSampleDevice device = PDXSampleDevice::of(options.generation);
   const std::string guid = random.guid();
-  device.identifier = "00008120-" + guid.substr(0, 8) + guid.substr(24, 8);
+  if (options.generation == PDXSampleOptions::Generation::legacy) {
+    device.identifier = sha_1(guid);
+  } else {
+    // Sixteen characters follow what all devices of the newer kinds share.
+    device.identifier = "00008120-" + guid.substr(0, 8) + guid.substr(24, 8);
+  }
   device.applications = PDXSampleOtherFiles::applications();
   return device;
 }
@@ -51,7 +56,7 @@ namespace PDXSampleBackup {
 
 std::optional<std::string> write(const PDXSampleOptions& options, const std::stop_token& stop) {
   if (options.messages < 0) return "the number of messages is negative";
-  PDXSampleBackupFolder folder(options, deviceOf(options.seed));
+  PDXSampleBackupFolder folder(options, deviceOf(options));
   if (!folder.error().empty()) return folder.error();
   std::string why = addContent(folder, options, stop);
   if (stop.stop_requested()) return "stopped";

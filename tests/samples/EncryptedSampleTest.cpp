@@ -17,6 +17,7 @@ namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
+using Generation = PDXSampleOptions::Generation;
 
 constexpr const char* kPassword = "Salt & p3pper's";
 
@@ -30,10 +31,11 @@ class EncryptedSample : public testing::Test {
     const auto remember = [&](const char* domain, const std::string& path, const std::string& bytes) {
       files[PDXSampleBackupFolder::fileId(domain, path)] = sha_1(bytes);
     };
-    for (const std::size_t size : {1U, 15U, 16U, 17U, 1U << 20U, (1U << 20U) + 1}) {
+    for (const std::size_t size : {0U, 1U, 15U, 16U, 17U, 1U << 20U, (1U << 20U) + 1}) {
       const std::string bytes(size, 'x');
       const std::string path = "Documents/" + std::to_string(size);
-      remember("MediaDomain", path, bytes);
+      const bool isStored = size > 0 || options.generation == Generation::modern;
+      if (isStored) remember("MediaDomain", path, bytes);
       backup.addFile("MediaDomain", path, bytes);
     }
     for (int i = 0; i < 24; ++i) {
@@ -84,6 +86,7 @@ TEST_F(EncryptedSample, OpensslDeciphersEveryFile) {
       {.folder = folder_ / "one stage", .password = kPassword, .singleStage = true},
       {.folder = folder_ / "plain manifest", .password = kPassword, .rounds = 3, .plainManifest = true},
       {.folder = folder_ / "metadata", .password = kPassword, .rounds = 3, .enciphersAttributes = true},
+      {.folder = folder_ / "legacy", .password = kPassword, .generation = Generation::legacy},
   };
   for (const PDXSampleOptions& options : cases) {
     const auto files = layDown(options);
@@ -138,6 +141,8 @@ TEST_F(EncryptedSample, RefusesWhatNoDeviceMakes) {
       {{.folder = backup, .password = "a", .rounds = 0}, "number of rounds"},
       {{.folder = backup, .password = "a", .rounds = 1'000'000'001}, "number of rounds"},
       {{.folder = backup, .enciphersAttributes = true}, "a password of ASCII"},
+      {{.folder = backup, .password = "a", .generation = Generation::legacy, .enciphersAttributes = true},
+       "no enciphered metadata"},
       {{.folder = backup, .password = "crème", .enciphersAttributes = true}, "a password of ASCII"},
   };
   for (const auto& [options, says] : cases) {

@@ -15,6 +15,7 @@
 namespace {
 
 using testing::ElementsAre;
+using Generation = PDXSampleOptions::Generation;
 
 constexpr const char* kMessages = "3d/3d0d7e5fb2ce288813306e4d4636395e047a3d28";
 constexpr const char* kContacts = "31/31bb7ba8914766d4ba40d6dfb6113c8b614be442";
@@ -159,6 +160,53 @@ TEST(SampleBackup, LeavesNothingBehindWhenStopped) {
   stop.request_stop();
   EXPECT_EQ(PDXSampleBackup::write({.folder = folder / "b"}, stop.get_token()), "stopped");
   EXPECT_THAT(PDXFiles::list(folder / "b"), ElementsAre());
+}
+
+TEST(SampleBackup, LegacyFormHoldsTheSameFiles) {
+  const PDXTestFolder folder;
+  ASSERT_EQ(written(folder / "modern", 1, 50), "");
+  ASSERT_FALSE(PDXSampleBackup::write(
+      {.folder = folder / "legacy", .messages = 50, .generation = Generation::legacy}));
+  std::map<std::string, std::string> modern;
+  for (const auto& [path, sha] : contents(folder / "modern")) {
+    if (path.find('/') == 2 && sha != sha_1("")) modern[path.substr(3)] = sha;
+  }
+  auto legacy = contents(folder / "legacy");
+  for (const char* name : {"Info.plist", "Status.plist", "Manifest.plist", "Manifest.mbdb"}) {
+    EXPECT_EQ(legacy.erase(name), 1U) << name;
+  }
+  EXPECT_EQ(legacy, modern);
+  const auto version = [&](const char* list) {
+    return PDXPropertyList::parseFile(PDXFiles::joined(folder / "legacy", list))->text("Version");
+  };
+  EXPECT_EQ(version("Status.plist"), "2.4");
+  EXPECT_EQ(version("Manifest.plist"), "9.1");
+}
+
+TEST(SampleBackupFolder, WritesLegacyRecords) {
+  const PDXTestFolder folder;
+  PDXSampleDevice device = PDXSampleDevice::of(Generation::legacy);
+  device.backupDate = std::chrono::sys_seconds(std::chrono::seconds(0x5A015181));
+  PDXSampleBackupFolder backup({.folder = folder / "b", .generation = Generation::legacy}, device);
+  backup.addFile("D", "é", "12345");
+  backup.addLink("D", "l", "to");
+  backup.addFolder("D", "");
+  ASSERT_TRUE(backup.finish()) << backup.error();
+  std::string hex;
+  for (const char each : fileText(folder / "b/Manifest.mbdb")) {
+    for (const int shift : {4, 0}) hex += "0123456789ABCDEF"[each >> shift & 15];
+  }
+  std::string expected =
+      "6D6264620500"
+      // A file: its texts, mode, inode, user and group, three times, size, class and count of properties.
+      "000144 0002C3A9 FFFF FFFF FFFF 81A4 00000000000003E9 000001F5 000001F5 5A000001 5A000001 5A000001"
+      "0000000000000005 03 00"
+      "000144 00016C 0002746F FFFF FFFF A1ED 00000000000003EA 000001F5 000001F5 5A000001 5A000001 5A000001"
+      "0000000000000000 00 00"
+      "000144 0000 FFFF FFFF FFFF 41ED 00000000000003EB 000001F5 000001F5 5A000001 5A000001 5A000001"
+      "0000000000000000 00 00";
+  std::erase(expected, ' ');
+  EXPECT_EQ(hex, expected);
 }
 
 TEST(SampleBackupFolder, RefusesTheSameFileTwice) {

@@ -1,6 +1,7 @@
 """Deciphers an encrypted backup with openssl, sharing no code with what wrote it.
 
-Usage: decipher.py BACKUP PASSWORD. Prints "<class> <identifier> <SHA-1 of the plain file>" for every stored file.
+Usage: decipher.py BACKUP PASSWORD. Prints "<class> <identifier> <SHA-1 of the plain file>" for every stored
+file.
 Fails where a key does not unwrap to the standard integrity value, or padding is wrong.
 """
 
@@ -94,14 +95,40 @@ def records_in_database(backup, lists, keys, password):
         yield name, archived_key(archive)
 
 
+def records_in_legacy_manifest(manifest):
+    place = 6
+
+    def text():
+        nonlocal place
+        size = int.from_bytes(manifest[place : place + 2], "big")
+        begin, place = place + 2, place + 2 + (0 if size == 0xFFFF else size)
+        return manifest[begin:place]
+
+    while place < len(manifest):
+        domain, path, target, digest, key = (text() for _ in range(5))
+        mode, properties = int.from_bytes(manifest[place : place + 2], "big"), manifest[place + 39]
+        place += 40
+        for _ in range(2 * properties):
+            text()
+        if mode >> 12 == 8:
+            yield hashlib.sha1(domain + b"-" + path).hexdigest(), key
+        else:
+            assert not key and not digest and (mode >> 12 == 10) == bool(target)
+    assert manifest[:6] == b"mbdb\x05\x00" and place == len(manifest)
+
+
 def main():
     backup, password = Path(sys.argv[1]), sys.argv[2].encode()
     lists = plistlib.loads((backup / "Manifest.plist").read_bytes())
     assert lists["IsEncrypted"]
     keys = class_keys(lists["BackupKeyBag"], password)
-    records = dict(records_in_database(backup, lists, keys, password))
+    legacy = backup / "Manifest.mbdb"
+    if legacy.exists():
+        records = dict(records_in_legacy_manifest(legacy.read_bytes()))
+    else:
+        records = dict(records_in_database(backup, lists, keys, password))
     for name, key in sorted(file_keys(keys, records).items()):
-        stored = backup / name[:2] / name
+        stored = backup / name if legacy.exists() else backup / name[:2] / name
         if stored.exists():
             print(records[name][0], name, hashlib.sha1(cbc(key, stored.read_bytes())).hexdigest())
 

@@ -1,17 +1,11 @@
 #include <CLI/CLI.hpp>
 #include <fstream>
 #include <iostream>
-#include <map>
 
 #include "app/cli/Command.h"
 #include "samples/SampleBackup.h"
 
 namespace {
-
-using Generation = PDXSampleOptions::Generation;
-
-const std::map<std::string, Generation> kGenerations = {{"modern", Generation::modern},
-                                                        {"legacy", Generation::legacy}};
 
 /// The first line of a file, of standard input for "-"; nothing when it cannot be read or is empty.
 std::optional<std::string> passwordIn(const std::string& path) {
@@ -36,8 +30,8 @@ class SampleCommand final : public PDXCommand {
     app.add_option("--rounds", options_.rounds, "Rounds of the first stage of the password's key")
         ->check(CLI::Range(1, 1'000'000'000))
         ->needs(encrypted);
-    app.add_option("--generation", options_.generation, "modern, or legacy: as systems before 10 made it")
-        ->transform(CLI::Transformer(kGenerations));
+    app.add_option("--generation", generation_, "modern, or legacy: as systems before 10 made it")
+        ->check(CLI::IsMember({"modern", "legacy"}));
   }
 
   PDXExitStatus run(PDXCommandContext& context) override {
@@ -49,6 +43,7 @@ class SampleCommand final : public PDXCommand {
         return PDXExitStatus::usage;
       }
     }
+    if (generation_ == "legacy") options_.generation = PDXSampleOptions::Generation::legacy;
     if (const auto why = PDXSampleBackup::write(options_, context.stop)) {
       if (context.stop.stop_requested()) return PDXExitStatus::interrupted;
       PDXConsole::error(*why);
@@ -61,6 +56,7 @@ class SampleCommand final : public PDXCommand {
  private:
   PDXSampleOptions options_;
   std::string passwordFile_;
+  std::string generation_ = "modern";
 };
 
 }  // namespace
