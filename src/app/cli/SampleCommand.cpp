@@ -1,16 +1,27 @@
 #include <CLI/CLI.hpp>
+#include <charconv>
+#include <cstdint>
+#include <string>
 
 #include "app/cli/Command.h"
 #include "samples/SampleBackup.h"
 
 namespace {
 
+/// The library would take a number that is negative or too large for another one.
+std::string seedMistake(const std::string& text) {
+  std::uint64_t seed = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seed);
+  const bool isSeed = error == std::errc() && end == text.data() + text.size();
+  return isSeed ? "" : "\"" + text + "\" is no whole number from 0 to 18446744073709551615";
+}
+
 class SampleCommand final : public PDXCommand {
  public:
   void addOptions(CLI::App& app) override {
     app.add_option("DIR", options_.folder, "A new or empty folder for the backup")->required();
     app.add_option("--messages", options_.messages, "How many messages")->check(CLI::Range(0, 20'000'000));
-    app.add_option("--seed", options_.seed, "The same seed gives the same bytes");
+    app.add_option("--seed", options_.seed, "The same seed gives the same bytes")->check(seedMistake);
     app.add_option("--encrypted", encrypted_, "Not built yet");
     app.add_option("--generation", generation_, "modern; legacy is not built yet")
         ->check(CLI::IsMember({"modern", "legacy"}));
