@@ -203,6 +203,8 @@ class AddressBook {
  public:
   AddressBook(const std::string& path, const std::string& picturesPath)
       : book_(openedBook(path)), pictures_(openedPictures(picturesPath)) {
+    // One lock for the whole read: hundreds of thousands of questions would each take their own.
+    for (const OpenedDatabase* database : {&book_, &pictures_}) database->handle().run("BEGIN");
     pictureStore_->databasePath = picturesPath;
     pictureStore_->query = "SELECT data FROM " + picturesTable_ + " WHERE rowid=?;";
   }
