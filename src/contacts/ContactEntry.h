@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/Bytes.h"
+#include "contacts/ContactPicture.h"
 #include "platform/Date.h"
 
 /// A phone number of a person. Source: ABMultiValue, property 3.
@@ -172,9 +172,9 @@ struct PDXContactEntry {
   /// Not filled from the address book.
   std::optional<std::string> mailer;
 
-  /// The picture's file as stored, JPEG or PNG as a rule; empty when there is none.
+  /// The picture's file as stored, JPEG or PNG as a rule.
   /// Source: ABImage.data or ABThumbnailImage.data of AddressBookImages.sqlitedb.
-  PDXBytes picture;
+  PDXContactPicture picture;
 
   /// Whether the device blocks one of the phone numbers. Set by PDXContactsDatabase.
   bool isBlocked = false;

@@ -20,14 +20,24 @@ class PDXContactMerger {
   static void mergeContactIntoContact(const PDXContactEntry& source, PDXContactEntry& target);
 
  private:
+  class KnownItems;
+  struct KnownLists;
+  class Bucket;
+
+  /// @param known  about the lists of `target`; the same in every call for that one.
+  static void merge_(const PDXContactEntry& source, PDXContactEntry& target, KnownLists& known);
+
   static std::string createIdentifierForContact_(const PDXContactEntry& contact);
-  static void mergePhoneNumbersOfContactIntoContact_(const PDXContactEntry& source, PDXContactEntry& target);
+  static void mergePhoneNumbersOfContactIntoContact_(const PDXContactEntry& source, PDXContactEntry& target,
+                                                     KnownLists& known);
   static void mergePostalAddressesOfContactIntoContact_(const PDXContactEntry& source,
-                                                        PDXContactEntry& target);
-  static void mergeEmailAddressesOfContactIntoContact_(const PDXContactEntry& source,
-                                                       PDXContactEntry& target);
-  static void mergeNicknamesOfContactIntoContact_(const PDXContactEntry& source, PDXContactEntry& target);
-  static void mergeOrganisationsOfContactIntoContact_(const PDXContactEntry& source, PDXContactEntry& target);
+                                                        PDXContactEntry& target, KnownLists& known);
+  static void mergeEmailAddressesOfContactIntoContact_(const PDXContactEntry& source, PDXContactEntry& target,
+                                                       KnownLists& known);
+  static void mergeNicknamesOfContactIntoContact_(const PDXContactEntry& source, PDXContactEntry& target,
+                                                  KnownLists& known);
+  static void mergeOrganisationsOfContactIntoContact_(const PDXContactEntry& source, PDXContactEntry& target,
+                                                      KnownLists& known);
   static void mergeAdditionalInformationOfContactIntoContact_(const PDXContactEntry& source,
                                                               PDXContactEntry& target);
 };

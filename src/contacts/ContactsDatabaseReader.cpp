@@ -1,12 +1,13 @@
 #include "contacts/ContactsDatabaseReader.h"
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <utility>
 
 #include "backup/SQLiteHelper.h"
 #include "contacts/ContactMerger.h"
-#include "contacts/SearchTexts.h"
+#include "contacts/ContactNameSearch.h"
 #include "platform/Files.h"
 #include "platform/Log.h"
 #include "platform/Sqlite.h"
@@ -113,10 +114,19 @@ std::optional<std::string> addressAsName(const PDXContactEntry& contact) {
   return contact.hasPhoneNumbers() ? contact.phoneNumbers.front().address() : contact.url;
 }
 
-std::string queryForPictures(const PDXSQLiteDatabase& database) {
-  const bool isOldest = PDXSQLiteHelper::doesDatabaseContainTable(database, "ABImage");
-  return std::string("SELECT data FROM ") + (isOldest ? "ABImage" : "ABThumbnailImage") +
-         " WHERE record_id=?;";
+std::string tableOfPictures(const PDXSQLiteDatabase& database) {
+  return PDXSQLiteHelper::doesDatabaseContainTable(database, "ABImage") ? "ABImage" : "ABThumbnailImage";
+}
+
+/// Whether it takes a look at all rows of the table to find those with a value in the column.
+bool lacksIndex(const PDXSQLiteDatabase& database, const std::string& table, const std::string& column) {
+  auto rows = database.prepare(
+      "SELECT 1 FROM sqlite_master WHERE type='table' AND name=?1 COLLATE NOCASE AND NOT EXISTS (SELECT 1 "
+      "FROM pragma_index_list(?1) AS list, pragma_index_info(list.name) AS part WHERE list.partial=0 AND "
+      "part.seqno=0 AND part.name=?2 COLLATE NOCASE)");
+  rows.bind(1, std::string_view(table));
+  rows.bind(2, std::string_view(column));
+  return rows.step();
 }
 
 /// A database of one read, which says once what is wrong with it. One that is missing is nothing to speak of.
@@ -140,6 +150,19 @@ class OpenedDatabase {
     finish(rows);
   }
 
+  /// Makes the rows of an owner quick to find. Where the table has no index for that, a copy in memory takes
+  /// its place in all statements prepared later: with the same rows in the same order, and with an index.
+  void findQuickly(const std::string& table, const std::string& owner, const std::string& columns = "*") {
+    if (!lacksIndex(database_, table, owner)) return;
+    const std::string copied = "SELECT " + columns + " FROM main." + table;
+    database_.run("PRAGMA temp_store=MEMORY; BEGIN");
+    if (database_.run("CREATE TEMP TABLE " + table + " AS " + copied + " LIMIT 0")) {
+      copyRows(table, copied);
+      database_.run("CREATE INDEX temp.owner_of_" + table + " ON " + table + " (" + owner + ")");
+    }
+    database_.run("COMMIT");
+  }
+
   void complainUnlessReadable() {
     if (!database_.prepare("SELECT name FROM sqlite_master").isValid()) complain();
   }
@@ -153,6 +176,17 @@ class OpenedDatabase {
   }
 
  private:
+  /// Row by row, so that a damaged page costs the rows behind it and not all.
+  void copyRows(const std::string& table, const std::string& copied) {
+    auto rows = database_.prepare("SELECT _rowid_ FROM main." + table + " NOT INDEXED");
+    auto copy = database_.prepare("INSERT INTO temp." + table + " " + copied + " WHERE _rowid_=?");
+    forEachRow(rows, [&] {
+      copy.bind(1, rows.int64(0));
+      while (copy.step()) continue;
+      finish(copy);
+    });
+  }
+
   void finish(PDXSQLiteStatement& rows) {
     if (rows.failed()) complain();
     rows.reset();
@@ -168,7 +202,12 @@ class OpenedDatabase {
 class AddressBook {
  public:
   AddressBook(const std::string& path, const std::string& picturesPath)
-      : book_(path), pictures_(picturesPath) {}
+      : book_(openedBook(path)), pictures_(openedPictures(picturesPath)) {
+    // One lock for the whole read: hundreds of thousands of questions would each take their own.
+    for (const OpenedDatabase* database : {&book_, &pictures_}) database->handle().run("BEGIN");
+    pictureStore_->databasePath = picturesPath;
+    pictureStore_->query = "SELECT data FROM " + picturesTable_ + " WHERE rowid=?;";
+  }
 
   std::vector<PDXContactEntry> people() {
     std::vector<PDXContactEntry> contacts;
@@ -199,6 +238,21 @@ class AddressBook {
   }
 
  private:
+  static OpenedDatabase openedBook(const std::string& path) {
+    OpenedDatabase book(path);
+    book.findQuickly("ABMultiValue", "record_id");
+    book.findQuickly("ABMultiValueEntry", "parent_id");
+    return book;
+  }
+
+  /// Only whether there is a picture counts here, so none is copied.
+  static OpenedDatabase openedPictures(const std::string& path) {
+    OpenedDatabase pictures(path);
+    pictures.findQuickly(tableOfPictures(pictures.handle()), "record_id",
+                         "rowid, record_id, CASE WHEN length(data) > 0 THEN x'00' END AS data");
+    return pictures;
+  }
+
   template <typename Use>
   void forEachPerson(Use use) {
     readLabels();
@@ -227,7 +281,9 @@ class AddressBook {
     book_.forEachRow(addresses_, [&] { addPostalAddress(contact, person); });
     book_.forEachRow(emails_, [&] { addEmailAddress(contact); });
     book_.forFirstRow(urls_, [&] { contact.url = textUnlessEmpty(urls_, 0); });
-    pictures_.forFirstRow(picture_, [&] { contact.picture = picture_.blob(0); });
+    pictures_.forFirstRow(picture_, [&] {
+      if (picture_.int64(1) > 0) contact.picture = PDXContactPicture(pictureStore_, picture_.int64(0));
+    });
   }
 
   void addPhoneNumber(PDXContactEntry& contact) {
@@ -256,18 +312,12 @@ class AddressBook {
   PDXSQLiteStatement entries_ = book_.handle().prepare(kPostalEntries);
   PDXSQLiteStatement emails_ = book_.handle().prepare(kEmailAddresses);
   PDXSQLiteStatement urls_ = book_.handle().prepare(kWebAddresses);
-  PDXSQLiteStatement picture_ = pictures_.handle().prepare(queryForPictures(pictures_.handle()));
+  std::string picturesTable_ = tableOfPictures(pictures_.handle());
+  PDXSQLiteStatement picture_ =
+      pictures_.handle().prepare("SELECT rowid, length(data) FROM " + picturesTable_ + " WHERE record_id=?;");
+  std::shared_ptr<PDXContactPicture::Store> pictureStore_ = std::make_shared<PDXContactPicture::Store>();
   std::vector<std::string> labels_;
 };
-
-/// The name in a row of first name, last name and organisation.
-std::string nameOf(const PDXSQLiteStatement& row) {
-  std::string first = textOf(row, 0);
-  const std::string last = textOf(row, 1);
-  if (!first.empty() && !last.empty()) return first + " " + last;
-  if (!first.empty()) return first;
-  return last.empty() ? textOf(row, 2) : last;
-}
 
 }  // namespace
 
@@ -285,16 +335,7 @@ PDXNamelessContacts PDXContactsDatabaseReader::readContactsWithoutName() {
 }
 
 std::string PDXContactsDatabaseReader::searchForContactNameWithAddress(std::string_view address) const {
-  // A quote would end the text in the statement, and what follows it be run: such an address is nobody's.
-  if (address.find('\'') != std::string_view::npos) return "";
-  const PDXSQLiteDatabase database(databasePath_);
-  if (!PDXSearchTexts::existIn(database)) return "";
-  const bool isEmailAddress = address.find('@') != std::string_view::npos;
-  const std::string column =
-      isEmailAddress ? PDXSearchTexts::emailColumn(database) : PDXSearchTexts::phoneColumn(database);
-  auto rows = database.prepare("SELECT c0First, c1Last, c6Organization FROM " + PDXSearchTexts::kTable +
-                               " where " + column + " LIKE '%" + std::string(address) + "%'");
-  return rows.step() ? nameOf(rows) : "";
+  return PDXContactNameSearch(databasePath_).nameOf(address);
 }
 
 std::vector<PDXContactEntry> PDXContactsDatabaseReader::readContactsFromDatabasePicturesDatabasePath(

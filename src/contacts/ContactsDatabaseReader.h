@@ -38,14 +38,7 @@ class PDXContactsDatabaseReader {
   /// lists and look-ups, but an export would lose them. Source: as above.
   PDXNamelessContacts readContactsWithoutName();
 
-  /// The name of the first person who has the address, for when no contacts are loaded: "First Last", the one
-  /// of the two that there is, or the organisation; "" when nobody has it, the store keeps no search texts,
-  /// or the address breaks the statement (it goes in as it stands, so a quote does).
-  ///
-  /// @param address  an e-mail address when it holds "@", else a phone number; a part of one finds it too,
-  /// and
-  ///                 an empty one the first person with any.
-  /// Source: ABPersonFullTextSearch_content, the columns c0First, c1Last and c6Organization.
+  /// The name of the first person who has the address; see PDXContactNameSearch.
   std::string searchForContactNameWithAddress(std::string_view address) const;
 
   /// `readContacts` of a new reader.

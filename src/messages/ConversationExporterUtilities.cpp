@@ -48,7 +48,7 @@ std::string dayPart(const char* prefix, const std::optional<PDXDate>& date) {
 
 /// The picture's bytes from where they begin: some stores put a byte in front of them.
 PDXBytes pictureOf(const PDXContactEntry& contact) {
-  PDXBytes picture = contact.picture;
+  PDXBytes picture = contact.picture.bytes();
   if (picture.size() > 1 && PDXImages::extensionFor(picture).empty()) picture.erase(picture.begin());
   return picture;
 }

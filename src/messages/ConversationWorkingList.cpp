@@ -22,7 +22,8 @@ PDXConversationWorkingList::PDXConversationWorkingList(PDXMessagesReader* reader
                                                        std::string mobileSMSPlistPath)
     : reader_(reader),
       contactsDbPath_(std::move(contactsDbPath)),
-      mobileSMSPlistPath_(std::move(mobileSMSPlistPath)) {}
+      mobileSMSPlistPath_(std::move(mobileSMSPlistPath)),
+      names_(contactsDbPath_, mobileSMSPlistPath_) {}
 
 PDXMessagesConversation& PDXConversationWorkingList::conversationWithId(std::int32_t conversationId) {
   PDXMessagesConversation*& known = byId_[conversationId];
@@ -43,8 +44,8 @@ PDXMessagesConversation* PDXConversationWorkingList::newConversationWithHandle(
 }
 
 void PDXConversationWorkingList::addParticipant(PDXMessagesConversation& conversation,
-                                                const std::string& address) const {
-  conversation.participants.emplace_back(contactsDbPath_, mobileSMSPlistPath_).setAddress(address);
+                                                const std::string& address) {
+  conversation.participants.emplace_back(contactsDbPath_, mobileSMSPlistPath_).setAddress(address, names_);
 }
 
 PDXConversationList PDXConversationWorkingList::mergedAndSorted() {

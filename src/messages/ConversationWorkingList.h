@@ -5,6 +5,7 @@
 #include <unordered_map>
 
 #include "messages/MessagesReader.h"
+#include "messages/ParticipantNames.h"
 
 /// The conversations found so far while a store is listed, in the order in which they were first met.
 class PDXConversationWorkingList {
@@ -22,7 +23,7 @@ class PDXConversationWorkingList {
   PDXMessagesConversation* newConversationWithHandle(const std::string& madridHandle);
 
   /// Appends a participant of that address, whose name is looked up.
-  void addParticipant(PDXMessagesConversation& conversation, const std::string& address) const;
+  void addParticipant(PDXMessagesConversation& conversation, const std::string& address);
 
   /// The conversations, those of equal titles merged into the first of them, sorted by title: raw
   /// international numbers behind everything else. Leaves the list empty.
@@ -34,6 +35,7 @@ class PDXConversationWorkingList {
   PDXMessagesReader* reader_;
   std::string contactsDbPath_;
   std::string mobileSMSPlistPath_;
+  PDXParticipantNames names_;
   PDXConversationList conversations_;
   std::unordered_map<std::int32_t, PDXMessagesConversation*> byId_;
   std::unordered_map<std::string, PDXMessagesConversation*> byHandle_;

@@ -3,6 +3,8 @@
 #include <string>
 #include <utility>
 
+class PDXParticipantNames;
+
 /// One other party of a conversation. Setting its address finds its name.
 class PDXMessageParticipant {
  public:
@@ -18,6 +20,9 @@ class PDXMessageParticipant {
   /// preferences.
   void setAddress(const std::string& address);
 
+  /// The same for one of many participants, whose names come from the same sources.
+  void setAddress(const std::string& address, PDXParticipantNames& names);
+
   const std::string& address() const { return address_; }
 
   /// "" when no source knows the address.
@@ -31,8 +36,6 @@ class PDXMessageParticipant {
   std::string profileImageDomain;
 
  private:
-  bool setKnownName_(const std::string& name);
-
   std::string contactsDatabasePath_;
   std::string mobileSMSPlistPath_;
   std::string name_;

@@ -45,6 +45,16 @@ std::string withoutControls(std::string_view name) {
   return result;
 }
 
+/// Whether there is anything to see: not only joiners, direction marks and the like, which take no room.
+bool isVisible(std::string_view name) {
+  for (std::size_t position = 0; position < name.size();) {
+    const auto character = PDXCharacters::nextOrError(name, position);
+    if (!u_hasBinaryProperty(character, UCHAR_DEFAULT_IGNORABLE_CODE_POINT) && !u_isUWhiteSpace(character))
+      return true;
+  }
+  return false;
+}
+
 std::string_view withoutTrailingDots(std::string_view name) {
   std::string_view before;
   do {
@@ -79,7 +89,8 @@ std::string cleaned(std::string_view name) {
 std::string safe(std::string_view name, std::size_t limit) {
   std::string result = PDXText::composed(withoutControls(cleaned(name)));
   result = withoutTrailingDots(cutTo(withoutTrailingDots(result), limit));
-  if (result.empty()) return std::string(kUntitled);
+  if (!isVisible(result)) return std::string(kUntitled);
+  if (result.front() == '.') result.front() = '_';  // Systems hide the others.
   const std::size_t stem = std::min(result.find('.'), result.size());
   if (!isReservedDevice(PDXText::trimmed(std::string_view(result).substr(0, stem)))) return result;
   result.insert(stem, "_");

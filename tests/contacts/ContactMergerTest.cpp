@@ -50,6 +50,10 @@ TEST(ContactMerger, FoldsEntriesOfOnePerson) {
       {"the first without organisation takes one, and has it then",
        {person("Ann", "Lee", "", "1"), person("Ann", "Lee", "A", "2"), person("Ann", "Lee", "B", "3")},
        "Ann Lee@A,:1,2,; Ann Lee@B,:3,; "},
+      {"what one entry brought, the next does not bring again",
+       {person("Ann", "Lee", "", "1"), person("Ann", "Lee", "A", "2"), person("Ann", "Lee", "B", "2"),
+        person("Ann", "Lee", "a", "2"), person("Ann", "Lee", "b", "3"), person("Ann", "Lee", "", "3")},
+       "Ann Lee@A,a,:1,2,3,; Ann Lee@B,b,:2,3,; "},
       {"case and blanks around the name",
        {person(" ANN", "Lee\n", "", "1"), person("ann", "lee", "", "2")},
        " ANN Lee\n@:1,2,; "},
@@ -84,7 +88,7 @@ TEST(ContactMerger, KeepsWhatDiffersInKindAndNeverReplaces) {
   source.role = "Smith";
   source.title = "Director";
   source.url = "https://source.example";
-  source.picture = {1, 2};
+  source.picture = PDXBytes{1, 2};
 
   PDXContactMerger::mergeContactIntoContact(source, target);
   EXPECT_EQ(target.phoneNumbers.size(), 2U);
@@ -95,5 +99,5 @@ TEST(ContactMerger, KeepsWhatDiffersInKindAndNeverReplaces) {
   EXPECT_EQ(target.role, "Smith");
   EXPECT_EQ(target.title, std::nullopt);
   EXPECT_EQ(target.url, "https://target.example");
-  EXPECT_EQ(target.picture, (PDXBytes{1, 2}));
+  EXPECT_EQ(target.picture.bytes(), (PDXBytes{1, 2}));
 }

@@ -50,7 +50,7 @@ std::string listed(const PDXContactEntry& contact) {
   for (const auto& address : contact.postalAddresses) text += " " + listed(address);
   if (contact.url) text += " U:" + *contact.url;
   if (contact.title) text += " T:" + *contact.title;
-  if (!contact.picture.empty()) text += " B" + std::to_string(contact.picture.front());
+  if (!contact.picture.empty()) text += " B" + std::to_string(contact.picture.bytes().front());
   return text + "\n";
 }
 
@@ -214,6 +214,44 @@ TEST(ContactsDatabaseReader, IsQuietAboutAMissingBookOnly) {
   EXPECT_EQ(problems.list().back(), "cut off");
 }
 
+TEST(ContactsDatabaseReader, ReadsTheSameWithAndWithoutIndexes) {
+  const auto bare = ann()
+                        .row("ABPerson", 8, "Bob")
+                        .row("ABMultiValueEntryKey", "City")
+                        .row("ABMultiValueEntryKey", "ZIP")
+                        .row("ABMultiValue", 1, 8, 3, 1, "2")
+                        .row("ABMultiValue", 2, 7, 3, 1, "1")
+                        .row("ABMultiValue", 3, 8, 3, 1, "1")
+                        .row("ABMultiValue", 4, 8, 5)
+                        .row("ABMultiValue", 5, "8", 3, 1, "a text is no owner")
+                        .row("ABMultiValueEntry", 4, 2, "W1")
+                        .row("ABMultiValueEntry", 4, 1, "York");
+  const auto indexed = bare.sql("CREATE INDEX a ON ABMultiValue (record_id)")
+                           .sql("CREATE INDEX b ON ABMultiValueEntry (parent_id)");
+  const PDXTestFolder folder;
+  for (const auto& sample : {bare, indexed}) {
+    EXPECT_EQ(listed(sample.writeTo(folder / "book")),
+              "7|Ann Lee|Ann Lee|- P1vc:1\n8|Bob|Bob|- P1vc:2 P1vc:1 A0/-/W1/-/York/-/-\n");
+  }
+}
+
+TEST(ContactsDatabaseReader, ReadsAPictureWhenItIsAskedFor) {
+  const PDXTestFolder folder;
+  const std::string pictures = PDXSampleDatabase()
+                                   .table("ABThumbnailImage", "ROWID INTEGER PRIMARY KEY, record_id, data")
+                                   .row("ABThumbnailImage", 20, 7, PDXBytes{1, 2})
+                                   .row("ABThumbnailImage", 30, 8, PDXBytes{})
+                                   .writeTo(folder / "pictures");
+  const auto contacts = PDXContactsDatabaseReader::readContactsFromDatabasePicturesDatabasePath(
+      ann().row("ABPerson", 8, "Bob").writeTo(folder / "book"), pictures);
+  ASSERT_EQ(contacts.size(), 2U);
+  EXPECT_TRUE(contacts[1].picture.empty());
+  EXPECT_EQ(contacts[0].picture.bytes(), (PDXBytes{1, 2}));
+  folder.write("pictures", "gone");
+  EXPECT_FALSE(contacts[0].picture.empty());
+  EXPECT_EQ(contacts[0].picture.bytes(), PDXBytes());
+}
+
 TEST(ContactsDatabaseReader, FindsANameByAddress) {
   const auto older = searchTexts(PDXSampleDatabase(), false)
                          .row("ABPersonFullTextSearch_content", "Ann", "Lee", "Jo", "Acme",
@@ -230,7 +268,7 @@ TEST(ContactsDatabaseReader, FindsANameByAddress) {
   const struct {
     const char* fault;
     PDXSampleDatabase sample;
-    const char* address;
+    std::string_view address;
     const char* expected;
   } cases[] = {
       {"no search texts", ann(), "5550123", ""},
@@ -241,6 +279,11 @@ TEST(ContactsDatabaseReader, FindsANameByAddress) {
       {"no name", older, "5550300", "Acme"},
       {"nobody's", older, "5559999", ""},
       {"a quote breaks the statement", older, "ann'@example.com", ""},
+      {"the end of one row and the beginning of the next", older, "007700900123 0", ""},
+      {"case, as the database ignores it", older, "ANN@Example.com", "Ann Lee"},
+      {"a sign for any character", older, "55502_0", "Bob"},
+      {"cut by a zero byte", older, std::string_view("5550100\0", 8), ""},
+      {"nothing, which everybody has", older, "", "Ann Lee"},
       {"newer phone column", newer, "07700900123", "Ann Lee"},
       {"newer e-mail column", newer, "ann@example.com", "Ann Lee"},
   };

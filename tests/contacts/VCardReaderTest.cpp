@@ -30,7 +30,8 @@ std::string listed(const std::vector<PDXContactEntry>& contacts) {
     if (c.note) text += " note:" + *c.note;
     if (c.url) text += " url:" + *c.url;
     if (c.birthday) text += " born:" + PDXDateFormatter("yyyy-MM-dd").text(*c.birthday);
-    if (!c.picture.empty()) text += " picture:" + std::string(c.picture.begin(), c.picture.end());
+    const PDXBytes picture = c.picture.bytes();
+    if (!picture.empty()) text += " picture:" + std::string(picture.begin(), picture.end());
   }
   return text;
 }

@@ -1,21 +1,20 @@
 #include <CLI/CLI.hpp>
-#include <fstream>
-#include <iostream>
+#include <charconv>
+#include <cstdint>
+#include <string>
 
 #include "app/cli/Command.h"
+#include "app/cli/Password.h"
 #include "samples/SampleBackup.h"
 
 namespace {
 
-/// The first line of a file, of standard input for "-"; nothing when it cannot be read or is empty.
-std::optional<std::string> passwordIn(const std::string& path) {
-  std::string line;
-  std::ifstream file;
-  if (path != "-") file.open(path, std::ios::binary);
-  std::getline(path == "-" ? std::cin : file, line);
-  if (line.ends_with('\r')) line.pop_back();
-  if (line.empty()) return std::nullopt;
-  return line;
+/// The library would take a number that is negative or too large for another one.
+std::string seedMistake(const std::string& text) {
+  std::uint64_t seed = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seed);
+  const bool isSeed = error == std::errc() && end == text.data() + text.size();
+  return isSeed ? "" : "\"" + text + "\" is no whole number from 0 to 18446744073709551615";
 }
 
 class SampleCommand final : public PDXCommand {
@@ -23,7 +22,7 @@ class SampleCommand final : public PDXCommand {
   void addOptions(CLI::App& app) override {
     app.add_option("DIR", options_.folder, "A new or empty folder for the backup")->required();
     app.add_option("--messages", options_.messages, "How many messages")->check(CLI::Range(0, 20'000'000));
-    app.add_option("--seed", options_.seed, "The same seed gives the same bytes");
+    app.add_option("--seed", options_.seed, "The same seed gives the same bytes")->check(seedMistake);
     auto* encrypted = app.add_option("--encrypted", passwordFile_,
                                      "Encrypt it; the first line of this file is the password (- is standard "
                                      "input)");
@@ -36,8 +35,9 @@ class SampleCommand final : public PDXCommand {
 
   PDXExitStatus run(PDXCommandContext& context) override {
     if (!passwordFile_.empty()) {
-      options_.password = passwordIn(passwordFile_);
-      if (!options_.password) {
+      const auto password = firstLineOf(passwordFile_);
+      options_.password.emplace(password ? std::string(password->begin(), password->end()) : "");
+      if (options_.password->empty()) {
         PDXConsole::error("there is no password in the first line of " + passwordFile_ +
                           ": give a file that begins with one");
         return PDXExitStatus::usage;
