@@ -63,3 +63,8 @@ PDXFiles::CopyResult PDXBackupExtractionDirectCopy::readableCopy(const PDXBackup
   if (stored.empty()) return {PDXFiles::CopyResult::Outcome::noSource, "the backup folder does not hold it"};
   return PDXFiles::copy(stored, destination, stop);
 }
+
+std::string PDXBackupExtractionDirectCopy::pathInPlace(const PDXBackupFile& file) const {
+  std::string stored = storedPath(file);
+  return PDXFiles::isRegularFile(stored) ? stored : "";
+}

@@ -31,6 +31,11 @@ class PDXBackupExtraction {
   /// characters of its identifier. "" when it holds none, or the identifier is none.
   std::string storedPath(const PDXBackupFile& file) const;
 
+  /// The stored file when it can be read where it lies: it is a regular file and its bytes are the file's
+  /// own.
+  /// "" otherwise.
+  virtual std::string pathInPlace(const PDXBackupFile& /*file*/) const { return ""; }
+
   /// Tells a long extraction to stop because the application quits.
   void setAppIsClosing(bool isClosing);
 
@@ -46,4 +51,5 @@ class PDXBackupExtractionDirectCopy final : public PDXBackupExtraction {
 
   PDXFiles::CopyResult readableCopy(const PDXBackupFile& file, const std::string& destination,
                                     const std::stop_token& stop) const override;
+  std::string pathInPlace(const PDXBackupFile& file) const override;
 };
