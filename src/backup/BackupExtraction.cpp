@@ -72,3 +72,8 @@ PDXFiles::CopyResult PDXBackupExtractionDirectCopy::write_(const PDXBackupFile& 
   if (stored.empty()) return {PDXFiles::CopyResult::Outcome::noSource, "the backup folder does not hold it"};
   return PDXFiles::copy(stored, destination, stop);
 }
+
+std::string PDXBackupExtractionDirectCopy::pathInPlace(const PDXBackupFile& file) const {
+  std::string stored = storedPath(file);
+  return PDXFiles::isRegularFile(stored) ? stored : "";
+}

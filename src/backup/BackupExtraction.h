@@ -35,6 +35,11 @@ class PDXBackupExtraction {
   /// characters of its identifier. "" when it holds none, or the identifier is none.
   virtual std::string storedPath(const PDXBackupFile& file) const;
 
+  /// The stored file when it can be read where it lies: it is a regular file and its bytes are the file's
+  /// own.
+  /// "" otherwise.
+  virtual std::string pathInPlace(const PDXBackupFile& /*file*/) const { return ""; }
+
   /// Tells a long extraction to stop because the application quits.
   void setAppIsClosing(bool isClosing);
 
@@ -57,6 +62,8 @@ class PDXBackupExtraction {
 class PDXBackupExtractionDirectCopy final : public PDXBackupExtraction {
  public:
   using PDXBackupExtraction::PDXBackupExtraction;
+
+  std::string pathInPlace(const PDXBackupFile& file) const override;
 
  protected:
   PDXFiles::CopyResult write_(const PDXBackupFile& file, const std::string& destination,

@@ -1,5 +1,6 @@
 #include "backup/DeviceData.h"
 
+#include <algorithm>
 #include <mutex>
 #include <utility>
 
@@ -221,6 +222,28 @@ std::string PDXDeviceData::databaseOfFeature(int feature) {
       readyFinder_().findFile(keyFile.relativePath + "-wal", keyFile.domain.value_or(kHomeDomain));
   if (log && !reader.storedPath(*log).empty()) reader.extractFile(withKey_(*log, readyFinder_()));
   return database;
+}
+
+PDXDatabaseFile PDXDeviceData::readableDatabaseOfFeature(int feature) {
+  const auto files = readyNavigator_().GetFilesByFeatureType(feature);
+  const std::string stored = files ? readyReader_().pathInPlace(files->front()) : "";
+  if (stored.empty() || hasLog_(*files) || !PDXSQLiteDatabase::isWholeFile(stored)) {
+    return {.path = databaseOfFeature(feature)};
+  }
+  PDXFiles::readAhead(stored);
+  return {.path = stored, .access = PDXSQLiteAccess::immutable};
+}
+
+/// Whether any log of the main file, which stands first, is stored: under the identifier of its bare path or
+/// as the manifest lists it.
+bool PDXDeviceData::hasLog_(const std::vector<PDXBackupFile>& files) {
+  const PDXBackupFile& keyFile = files.front();
+  const auto listed =
+      readyFinder_().findFile(keyFile.relativePath + "-wal", keyFile.domain.value_or(kHomeDomain));
+  return (listed && !readyReader_().storedPath(*listed).empty()) ||
+         std::any_of(files.begin() + 1, files.end(), [&](const PDXBackupFile& sibling) {
+           return !readyReader_().storedPath(sibling).empty();
+         });
 }
 
 /// A main file that the manifest lists and the folder does not hold is content that got lost.

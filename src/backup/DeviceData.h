@@ -15,6 +15,13 @@
 #include "backup/BackupFile.h"
 #include "backup/BackupNavigation.h"
 #include "platform/Files.h"
+#include "platform/Sqlite.h"
+
+/// Where a database lies, and how it must be opened.
+struct PDXDatabaseFile {
+  std::string path;  ///< "" when there is none.
+  PDXSQLiteAccess access = PDXSQLiteAccess::scratch;
+};
 
 /// The opened backup, and the only way into it: every content reader is handed one and asks it for files.
 ///
@@ -40,6 +47,11 @@ class PDXDeviceData {
   /// The same, with the write-ahead log that the manifest lists by its path, so that the newest rows are not
   /// lost. This is what readers open.
   std::string databaseOfFeature(int feature);
+
+  /// A feature's main file for reading alone: the stored file itself where that will do, since a copy of it
+  /// may take long and much room, else the same copy as above. The stored file does when it is not
+  /// enciphered, is whole and has no log; it must be opened as `immutable`.
+  PDXDatabaseFile readableDatabaseOfFeature(int feature);
 
   /// The scratch copy of a file; "" when the manifest does not list it, also when a value holds a single
   /// quote, or it is not stored.
@@ -184,6 +196,7 @@ class PDXDeviceData {
   std::string extractKeyFile_(int feature, PDXBackupExtraction& extractor);
   PDXBackupFile withKey_(PDXBackupFile file, PDXBackupNavigation& navigator) const;
   void reportIfListed_(const PDXBackupFile& keyFile);
+  bool hasLog_(const std::vector<PDXBackupFile>& files);
 
   std::mutex readyLock_;
   std::unique_ptr<PDXBackupNavigation> navigator_;

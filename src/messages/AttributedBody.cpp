@@ -94,7 +94,11 @@ class Bytes {
 class Walk {
  public:
   explicit Walk(std::span<const std::uint8_t> archive)
-      : bytes_(archive), stepsLeft_(kStepsPerByte * archive.size() + kStepsPerByte) {}
+      : bytes_(archive), stepsLeft_(kStepsPerByte * archive.size() + kStepsPerByte) {
+    constexpr std::size_t kUsual = 16;  // A message's text lies behind a handful of names and objects.
+    strings_.reserve(kUsual);
+    things_.reserve(kUsual);
+  }
 
   std::optional<std::string_view> text() {
     if (!readHeader()) return std::nullopt;

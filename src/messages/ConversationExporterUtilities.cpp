@@ -197,6 +197,7 @@ bool PDXConversationExporterUtilities::convertHeicImageToJpeg(const std::string&
 std::string PDXConversationExporterUtilities::formatUrlsInTextDisableLinks(std::string_view text,
                                                                            bool disableLinks) {
   std::string result;
+  result.reserve(text.size());
   std::size_t position = 0;
   // Every address has a dot inside: a look for one spares most messages the search.
   while (text.find('.', position) != std::string_view::npos) {

@@ -16,7 +16,8 @@ namespace {
 
 using Utilities = PDXConversationExporterUtilities;
 
-/// Formatters are costly to make and live as long as their thread: an export makes hundreds of exporters.
+/// Formatters and calendars are costly to make, and know more days the longer they are in use. They live as
+/// long as their thread: an export makes hundreds of exporters.
 PDXDateFormatter& messageLineFormatter() {
   thread_local PDXDateFormatter formatter(PDXDateFormatter::Style::longDateShortTime);
   return formatter;
@@ -27,15 +28,23 @@ PDXDateFormatter& dateStampFormatter() {
   return formatter;
 }
 
+PDXDayCalendar& dayCalendar() {
+  thread_local PDXDayCalendar calendar;
+  return calendar;
+}
+
 /// The messages in the order of the page, by time; one without a time is the earliest.
 std::vector<const PDXMessageDetail*> ordered(const std::vector<PDXMessageDetail>& messages,
                                              bool oldestFirst) {
   std::vector<const PDXMessageDetail*> order;
   order.reserve(messages.size());
   for (const PDXMessageDetail& message : messages) order.push_back(&message);
-  std::stable_sort(order.begin(), order.end(), [oldestFirst](const auto* a, const auto* b) {
+  const auto isBefore = [oldestFirst](const auto* a, const auto* b) {
     return oldestFirst ? a->time < b->time : b->time < a->time;
-  });
+  };
+  // Readers mostly hand them over so.
+  if (!std::is_sorted(order.begin(), order.end(), isBefore))
+    std::stable_sort(order.begin(), order.end(), isBefore);
   return order;
 }
 
@@ -78,10 +87,6 @@ std::string noteTitle(const std::string& link) {
   return PDXText::replacedAll(PDXText::percentDecoded(std::string_view(link).substr(hash + 1)), "_", " ");
 }
 
-bool isAscii(std::string_view text) {
-  return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-}
-
 /// Shows browsers early that a page is in UTF-8. The page's head does not tell them, and those that find out
 /// by themselves look at the first few hundred kilobytes only.
 constexpr const char* kEncodingHint = "<!-- UTF-8: \u00e4 \u00e9 \u03a9 \u0416 \u8a9e -->";
@@ -89,10 +94,11 @@ constexpr const char* kEncodingHint = "<!-- UTF-8: \u00e4 \u00e9 \u03a9 \u0416 \
 /// Whether all of a page's beginning is ASCII and something behind it is not.
 bool needsEncodingHint(const std::vector<const PDXMessageDetail*>& messages, const std::string& aTime) {
   constexpr std::size_t kPlainBeginning = std::size_t{64} << 10;
-  if (!isAscii(aTime)) return false;
+  if (!PDXText::isAscii(aTime)) return false;
   std::size_t size = 0;
   for (const PDXMessageDetail* message : messages) {
-    if (!isAscii(message->message) || !isAscii(message->subject)) return size > kPlainBeginning;
+    if (!PDXText::isAscii(message->message) || !PDXText::isAscii(message->subject))
+      return size > kPlainBeginning;
     size += message->message.size() + message->subject.size();
   }
   return false;
@@ -119,7 +125,10 @@ PDXConversationHTMLExporter::PDXConversationHTMLExporter(PDXDeviceData& deviceDa
     : deviceData_(deviceData),
       iOSVersion_(iOSVersion),
       messageLineFormatter_(messageLineFormatter()),
-      dateStampFormatter_(dateStampFormatter()) {}
+      dateStampFormatter_(dateStampFormatter()),
+      calendar_(dayCalendar()),
+      sentText_(PDXLocalised("Sent")),
+      receiveText_(PDXLocalised("Receive")) {}
 
 PDXConversationExportResult PDXConversationHTMLExporter::exportConversationMessagesWithOptions(
     const PDXMessagesConversation& conversation, const std::vector<PDXMessageDetail>& messages,
@@ -206,10 +215,14 @@ void PDXConversationHTMLExporter::appendMessage_(std::string& html, const PDXMes
   if (message.containsMessagePieces()) {
     appendStandardMessageHTMLForMessageOptions(html, message, options);
   } else {
-    html += Utilities::formatUrlsInTextDisableLinks(escapeHTMLSpecialCharacters(message.message),
-                                                    options.isPreview);
+    appendText_(html, message.message, options);
   }
   html += "</div>\r\n";
+}
+
+void PDXConversationHTMLExporter::appendText_(std::string& html, std::string_view text,
+                                              const PDXConversationExportOptions& options) const {
+  html += Utilities::formatUrlsInTextDisableLinks(escapeHTMLSpecialCharacters(text), options.isPreview);
 }
 
 void PDXConversationHTMLExporter::appendDateStamp_(std::string& html, const PDXMessageDetail& message) {
@@ -223,34 +236,40 @@ void PDXConversationHTMLExporter::appendDateStamp_(std::string& html, const PDXM
 void PDXConversationHTMLExporter::appendHTMLForSentMessageConversationType(std::string& html,
                                                                            const PDXMessageDetail& message,
                                                                            EConversationType type) {
-  const std::string time = timeText_(message);
-  html += "<div class='messageinfo sent'>" + PDXLocalised("Sent") + " -";
+  html.append("<div class='messageinfo sent'>").append(sentText_).append(" - ").append(timeText_(message));
   if (type == EConversationTypeWhatsApp) {
-    html += " " + time + " - WhatsApp</div><div class='message sent'>";
+    html += " - WhatsApp</div><div class='message sent'>";
     return;
   }
-  const std::string status = Utilities::getReadStatusTextForMessage(message);
-  const std::string suffix = status.empty() ? "" : " - " + status;
-  html += message.isMadrid.value_or(false)
-              ? " " + time + " - (iMessage)" + suffix + "</div><div class='message sent imessage'>"
-              : " " + time + " - (SMS)" + suffix + "</div><div class='message sent'>";
+  const bool isMadrid = message.isMadrid.value_or(false);
+  html += isMadrid ? " - (iMessage)" : " - (SMS)";
+  if (const std::string& status = statusText_(message); !status.empty()) html.append(" - ").append(status);
+  html += isMadrid ? "</div><div class='message sent imessage'>" : "</div><div class='message sent'>";
+}
+
+const std::string& PDXConversationHTMLExporter::statusText_(const PDXMessageDetail& message) {
+  const auto [known, isNew] = statusTexts_.try_emplace(message.readStatus);
+  if (isNew) known->second = Utilities::getReadStatusTextForMessage(message);
+  return known->second;
 }
 
 void PDXConversationHTMLExporter::appendHTMLForReceivedMessageConversationOptions(
     std::string& html, const PDXMessageDetail& message, const PDXMessagesConversation& conversation,
     const PDXConversationExportOptions& options) {
   const std::string name = senderName_(message, conversation, options);
-  html += "<div class='messageinfo receive'>" + PDXLocalised("Receive") + " -";
-  if (!name.empty()) html += " " + escapeHTMLSpecialCharacters(name) + " -";
-  html += " " + timeText_(message) + " - ";
+  html.append("<div class='messageinfo receive'>").append(receiveText_).append(" -");
+  if (!name.empty()) html.append(" ").append(escapeHTMLSpecialCharacters(name)).append(" -");
+  html.append(" ").append(timeText_(message)).append(" - ");
   if (conversation.conversationType == EConversationTypeWhatsApp) {
     html += "WhatsApp</div>";
   } else {
     html += message.isMadrid.value_or(false) ? "(iMessage)</div>" : "(SMS)</div>";
   }
-  const auto* participant = Utilities::determineParticipantFromAddressInConversationWithCache(
-      message.messageAddress, conversation, participants_);
-  if (options.includeContactImages && participant != nullptr) {
+  const auto* participant = !options.includeContactImages
+                                ? nullptr
+                                : Utilities::determineParticipantFromAddressInConversationWithCache(
+                                      message.messageAddress, conversation, participants_);
+  if (participant != nullptr) {
     const std::string image =
         Utilities::getImageForParticipantWithOptionsAndCache(*participant, options, contactImages_);
     if (!image.empty()) {
@@ -290,8 +309,8 @@ void PDXConversationHTMLExporter::appendPiece_(std::string& html, const PDXMessa
                                                const PDXConversationExportOptions& options) {
   const std::string type = PDXText::lowercased(piece.contentType);
   if (has(type, "text") && !piece.isFile) {
-    const std::string text = escapeHTMLSpecialCharacters(piece.contentLocation);
-    html += Utilities::formatUrlsInTextDisableLinks(text, options.isPreview) + "<br/>\r\n";
+    appendText_(html, piece.contentLocation, options);
+    html += "<br/>\r\n";
   } else if (has(type, "text") && has(type, "vcard")) {
     appendVCardHTMLVCardLocationOptions(html, piece.contentLocation, options);
   } else if (has(type, "text") && has(type, "vlocation")) {

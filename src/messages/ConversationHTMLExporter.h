@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <stop_token>
 #include <string>
@@ -121,9 +122,12 @@ class PDXConversationHTMLExporter {
                       const PDXConversationExportOptions& options);
   void appendPiece_(std::string& html, const PDXMessagePiece& piece,
                     const PDXConversationExportOptions& options);
+  void appendText_(std::string& html, std::string_view text,
+                   const PDXConversationExportOptions& options) const;
   void appendDateStamp_(std::string& html, const PDXMessageDetail& message);
   std::string senderName_(const PDXMessageDetail& message, const PDXMessagesConversation& conversation,
                           const PDXConversationExportOptions& options);
+  const std::string& statusText_(const PDXMessageDetail& message);
   std::string timeText_(const PDXMessageDetail& message);
   std::optional<std::string> copyAttachment_(const std::string& location,
                                              const PDXConversationExportOptions& options, std::string& html,
@@ -141,7 +145,10 @@ class PDXConversationHTMLExporter {
   std::int32_t iOSVersion_;
   PDXDateFormatter& messageLineFormatter_;
   PDXDateFormatter& dateStampFormatter_;
-  PDXDayCalendar calendar_;
+  PDXDayCalendar& calendar_;
+  const std::string sentText_;
+  const std::string receiveText_;
+  std::map<std::int32_t, std::string> statusTexts_;  ///< By read status, as far as asked for.
   std::optional<PDXDate> lastDay_;
   std::uint64_t attachmentCounter_ = 0;
   PDXParticipantCache participants_;

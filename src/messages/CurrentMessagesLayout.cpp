@@ -5,6 +5,7 @@
 #include <limits>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 
 #include "backup/SQLiteHelper.h"
 #include "messages/AttributedBody.h"
@@ -65,7 +66,7 @@ struct Columns {
         date(index("date", rows)),
         dateRead(index("date_read", rows)),
         dateDelivered(index("date_delivered", rows)),
-        address(index("id", rows)),
+        handle(index("handle_id", rows)),
         service(index("service", rows)),
         isFromMe(index("is_from_me", rows)),
         isSent(index("is_sent", rows)),
@@ -76,7 +77,7 @@ struct Columns {
     return PDXSQLiteHelper::indexOfColumnNamedWithinStatment(name, rows);
   }
 
-  int rowId, text, attributedBody, subject, date, dateRead, dateDelivered, address, service, isFromMe, isSent,
+  int rowId, text, attributedBody, subject, date, dateRead, dateDelivered, handle, service, isFromMe, isSent,
       isDelivered, isRead;
 };
 
@@ -113,7 +114,7 @@ struct DamagedBodies {
 std::optional<std::string> storedText(const PDXSQLiteStatement& rows, const Columns& columns,
                                       DamagedBodies& damaged) {
   if (!rows.isNull(columns.attributedBody)) {
-    auto text = PDXAttributedBody::text(rows.blob(columns.attributedBody));
+    auto text = PDXAttributedBody::text(rows.blobInPlace(columns.attributedBody));
     if (!text) damaged.add(rows.int64(columns.rowId));
     if (text && !text->empty()) return text;
   }
@@ -154,18 +155,40 @@ void readStatus(const PDXSQLiteStatement& rows, const Columns& columns, PDXMessa
   }
 }
 
-PDXMessageDetail messageFromRow(const PDXSQLiteStatement& rows, const Columns& columns,
-                                DamagedBodies& damaged) {
-  PDXMessageDetail message;
+/// The addresses of handles. Asked for as they come up, since a conversation has few and a join would look
+/// for one with each of its messages.
+class Handles {
+ public:
+  explicit Handles(const PDXSQLiteDatabase& database)
+      : rows_(database.prepare("SELECT id FROM handle WHERE ROWID=?")) {}
+
+  /// "" for a handle that is not in the store.
+  const std::string& addressOf(std::int64_t handle) {
+    const auto [known, isNew] = addresses_.try_emplace(handle);
+    if (!isNew) return known->second;
+    rows_.reset();
+    rows_.bind(1, handle);
+    if (rows_.step()) known->second = rows_.text(0);
+    PDXMessageRows::reportUnlessComplete(rows_, "handle " + std::to_string(handle));
+    return known->second;
+  }
+
+ private:
+  PDXSQLiteStatement rows_;
+  std::unordered_map<std::int64_t, std::string> addresses_;
+};
+
+/// Fills an empty message.
+void readRow(const PDXSQLiteStatement& rows, const Columns& columns, Handles& handles, DamagedBodies& damaged,
+             PDXMessageDetail& message) {
   readText(rows, columns, damaged, message);
   message.subject = rows.text(columns.subject);
   message.rowId = static_cast<std::int32_t>(rows.int64(columns.rowId));
   message.direction = rows.int64(columns.isFromMe) == 1 ? 1 : 0;
   message.time = PDXCurrentMessagesLayout::dateFromSeconds(shownDate(rows, columns, message.direction == 1));
-  if (rows.text(columns.service) == "iMessage") message.isMadrid = true;
-  message.messageAddress = rows.text(columns.address);
+  if (rows.textInPlace(columns.service) == "iMessage") message.isMadrid = true;
+  if (!rows.isNull(columns.handle)) message.messageAddress = handles.addressOf(rows.int64(columns.handle));
   readStatus(rows, columns, message);
-  return message;
 }
 
 /// Adds the attachments of single messages, with one statement for all.
@@ -289,8 +312,8 @@ std::string messageColumns(const PDXSQLiteDatabase& database) {
     return PDXSQLiteHelper::doesDatabaseContainTableWithColumnNamed(database, "message", column) ? text : "";
   };
   return std::string("m.ROWID, m.text") + ifThere("subject", ", m.subject") + ", m.date" +
-         ifThere("date_read", ", m.date_read") + ifThere("date_delivered", ", m.date_delivered") + ", h.id" +
-         ifThere("service", ", m.service") + ", m.is_from_me" +
+         ifThere("date_read", ", m.date_read") + ifThere("date_delivered", ", m.date_delivered") +
+         ", m.handle_id" + ifThere("service", ", m.service") + ", m.is_from_me" +
          (hasStatusColumns(database) ? ", m.is_sent, m.is_delivered, m.is_read" : "");
 }
 
@@ -306,25 +329,23 @@ const char* bodyColumn(const PDXSQLiteDatabase& database, const PDXMessagesQuery
 std::string messagesStatement(const PDXSQLiteDatabase& database, const PDXMessagesQuery& query,
                               const std::string& where) {
   return "select " + messageColumns(database) + bodyColumn(database, query) +
-         " from message  m inner join chat_message_join cmj on cmj.message_id = m.ROWID left join handle h "
-         "on h.ROWID "
-         "= m.handle_id where " +
-         where;
+         " from message  m inner join chat_message_join cmj on cmj.message_id = m.ROWID where " + where;
 }
 
-void appendMessages(PDXSQLiteStatement& rows, Attachments& attachments, DamagedBodies& damaged,
-                    std::vector<PDXMessageDetail>& messages) {
+void appendMessages(PDXSQLiteStatement& rows, Handles& handles, Attachments& attachments,
+                    DamagedBodies& damaged, std::vector<PDXMessageDetail>& messages) {
   const Columns columns(rows);
   while (rows.step()) {
-    PDXMessageDetail message = messageFromRow(rows, columns, damaged);
+    PDXMessageDetail& message = messages.emplace_back();
+    readRow(rows, columns, handles, damaged, message);
     attachments.addTo(message, rows.int64(columns.rowId));
-    if (!message.message.empty() || message.containsMessagePieces()) messages.push_back(std::move(message));
+    if (message.message.empty() && !message.containsMessagePieces()) messages.pop_back();
   }
 }
 
 /// Reads the conversation's messages one by one, since the rows of a statement end at the first damaged page.
 void salvageMessages(const PDXSQLiteDatabase& database, const std::string& sql,
-                     const PDXMessagesConversation& conversation, Attachments& attachments,
+                     const PDXMessagesConversation& conversation, Handles& handles, Attachments& attachments,
                      DamagedBodies& damaged, std::vector<PDXMessageDetail>& messages) {
   auto ids =
       database.prepare("select distinct cmj.message_id from chat_message_join cmj where cmj.chat_id IN (" +
@@ -333,7 +354,7 @@ void salvageMessages(const PDXSQLiteDatabase& database, const std::string& sql,
   while (ids.step() && !rows.wasInterrupted()) {
     rows.reset();
     rows.bind(1, ids.int64(0));
-    appendMessages(rows, attachments, damaged, messages);
+    appendMessages(rows, handles, attachments, damaged, messages);
   }
 }
 
@@ -370,15 +391,17 @@ void loadMessages(const PDXSQLiteDatabase& database, const PDXMessagesConversati
   if (!PDXSQLiteHelper::doesDatabaseContainTable(database, "chat")) return;
   const std::size_t first = messages.size();
   const std::string sql = messagesStatement(database, query, condition(conversation, query));
-  auto rows = database.prepare(sql + " order by m.ROWID asc");
+  // The join table has an index in this order, which by the message's own column would not be used.
+  auto rows = database.prepare(sql + " order by cmj.message_id asc");
+  Handles handles(database);
   Attachments attachments(database, withAttachments);
   DamagedBodies damaged;
-  appendMessages(rows, attachments, damaged, messages);
+  appendMessages(rows, handles, attachments, damaged, messages);
   PDXMessageRows::reportUnlessComplete(rows, conversation.title());
   if (rows.failed() && !rows.wasInterrupted() && query.reachesEverything) {
     std::vector<PDXMessageDetail> salvaged;
     DamagedBodies damagedOfSalvaged;
-    salvageMessages(database, sql, conversation, attachments, damagedOfSalvaged, salvaged);
+    salvageMessages(database, sql, conversation, handles, attachments, damagedOfSalvaged, salvaged);
     if (salvaged.size() > messages.size() - first) {
       messages.resize(first);
       std::move(salvaged.begin(), salvaged.end(), std::back_inserter(messages));

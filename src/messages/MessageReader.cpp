@@ -62,8 +62,8 @@ bool PDXMessageReader::loadStandardConversations(PDXDeviceData& deviceData) {
     const std::string preferences = deviceData.GetFilesByFeatureType(PDXFeature::MessagesPreferences);
     const std::string contacts = deviceData.databaseOfFeature(PDXFeature::AddressBook);
     if (!PDXContactsDatabase::isLoaded()) PDXContactsDatabase::loadContactsFromDeviceData(deviceData);
-    const std::string messages = deviceData.databaseOfFeature(PDXFeature::Messages);
-    standardReader_ = std::make_unique<PDXMessagesDbReader>(messages, contacts, preferences);
+    const PDXDatabaseFile store = deviceData.readableDatabaseOfFeature(PDXFeature::Messages);
+    standardReader_ = std::make_unique<PDXMessagesDbReader>(store.path, contacts, preferences, store.access);
     if (!standardReader_->loadMessages()) return false;
     append_(standardReader_->getConversationList());
     return true;

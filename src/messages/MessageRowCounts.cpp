@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <unordered_set>
 
@@ -74,15 +75,14 @@ class ChatsOfMessages {
         withParticipants_(idsOf(database,
                                 "SELECT c.ROWID FROM chat c WHERE EXISTS (SELECT 1 FROM chat_handle_join j "
                                 "JOIN handle h ON h.ROWID = j.handle_id WHERE j.chat_id = c.ROWID)")),
-        rows_(database.prepare("SELECT message_id, chat_id FROM chat_message_join ORDER BY message_id")),
-        hasRow_(rows_.step()) {}
+        rows_(database.prepare("SELECT message_id, chat_id FROM chat_message_join ORDER BY message_id")) {
+    advance();
+  }
 
   Places placesOf(std::int64_t message) {
     Places places;
-    for (; hasRow_ && rows_.int64(0) <= message; hasRow_ = rows_.step()) {
-      if (rows_.int64(0) < message) continue;
-      const std::int64_t chat = rows_.int64(1);
-      places.add(withParticipants_.contains(chat), leftOut_.ids.contains(chat));
+    for (; hasRow_ && message_ <= message; advance()) {
+      if (message_ == message) addChat(rows_.int64(1), places);
     }
     return places;
   }
@@ -90,10 +90,29 @@ class ChatsOfMessages {
   bool failed() const { return !rows_.isValid() || rows_.failed(); }
 
  private:
+  void advance() {
+    hasRow_ = rows_.step();
+    message_ = rows_.int64(0);
+  }
+
+  /// Remembers the last chat: messages in a row often are of the same.
+  void addChat(std::int64_t chat, Places& places) {
+    if (chat != lastChat_) {
+      lastChat_ = chat;
+      hasParticipants_ = withParticipants_.contains(chat);
+      isLeftOut_ = leftOut_.ids.contains(chat);
+    }
+    places.add(hasParticipants_, isLeftOut_);
+  }
+
   const LeftOut& leftOut_;
   Ids withParticipants_;
   PDXSQLiteStatement rows_;
-  bool hasRow_;
+  bool hasRow_ = false;
+  std::int64_t message_ = 0;
+  std::optional<std::int64_t> lastChat_;
+  bool hasParticipants_ = false;
+  bool isLeftOut_ = false;
 };
 
 bool countCurrent(const PDXSQLiteDatabase& database, const LeftOut& leftOut, PDXMessageRowCounts& counts) {
@@ -109,7 +128,9 @@ bool countCurrent(const PDXSQLiteDatabase& database, const LeftOut& leftOut, PDX
                        (hasBody ? " OR length(attributedBody) > 0" : "") + " FROM message ORDER BY ROWID");
   while (rows.step()) {
     const std::int64_t id = rows.int64(0);
-    addRow(counts, chats.placesOf(id), rows.int64(1) != 0 || withFile.contains(id), deleted.contains(id));
+    const Places places = chats.placesOf(id);
+    addRow(counts, places, rows.int64(1) != 0 || withFile.contains(id),
+           places.wanted == 0 && deleted.contains(id));
   }
   return rows.isValid() && !rows.failed() && !chats.failed();
 }

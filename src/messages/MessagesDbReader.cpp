@@ -22,12 +22,14 @@ bool isEarlier(const PDXMessageDetail& a, const PDXMessageDetail& b) {
 }  // namespace
 
 PDXMessagesDbReader::PDXMessagesDbReader(std::string messagesDbPath, std::string contactsDbPath,
-                                         std::string mobileSMSPlistPath)
+                                         std::string mobileSMSPlistPath, PDXSQLiteAccess access)
     : messagesDbPath_(std::move(messagesDbPath)),
       contactsDbPath_(std::move(contactsDbPath)),
-      mobileSMSPlistPath_(std::move(mobileSMSPlistPath)) {}
+      mobileSMSPlistPath_(std::move(mobileSMSPlistPath)),
+      access_(access) {}
 
 bool PDXMessagesDbReader::loadMessages() {
+  database_ = {};
   attachmentOwners_.reset();
   return PDXFiles::exists(messagesDbPath_);
 }
@@ -86,7 +88,8 @@ std::optional<PDXMessageRowCounts> PDXMessagesDbReader::rowCounts(
 }
 
 std::unique_ptr<PDXMessagesReader> PDXMessagesDbReader::forAnotherThread() const {
-  return std::make_unique<PDXMessagesDbReader>(messagesDbPath_, contactsDbPath_, mobileSMSPlistPath_);
+  return std::make_unique<PDXMessagesDbReader>(messagesDbPath_, contactsDbPath_, mobileSMSPlistPath_,
+                                               access_);
 }
 
 std::optional<PDXDate> PDXMessagesDbReader::dateFromSeconds_(std::int64_t value) {
@@ -96,7 +99,7 @@ std::optional<PDXDate> PDXMessagesDbReader::dateFromSeconds_(std::int64_t value)
 PDXMessagesDbReader::Messages PDXMessagesDbReader::load_(const PDXMessagesConversation& conversation,
                                                          const PDXMessagesQuery& query) {
   const std::lock_guard guard(lock_);
-  const PDXSQLiteDatabase database = open_();
+  const PDXSQLiteDatabase& database = connection_();
   Messages messages;
   getConversation_(database, conversation, query, messages);
   getLegacyConversation_(database, conversation, query, messages);
@@ -152,7 +155,13 @@ const std::vector<std::int64_t>& PDXMessagesDbReader::messagesWithAttachments_(
   return *attachmentOwners_;
 }
 
-PDXSQLiteDatabase PDXMessagesDbReader::open_() const { return PDXSQLiteDatabase(messagesDbPath_); }
+PDXSQLiteDatabase PDXMessagesDbReader::open_() const { return PDXSQLiteDatabase(messagesDbPath_, access_); }
+
+/// Kept open: with every opening SQLite reads the schema, which takes longer than many a conversation.
+const PDXSQLiteDatabase& PDXMessagesDbReader::connection_() {
+  if (!database_.isOpen()) database_ = open_();
+  return database_;
+}
 
 void PDXMessagesDbReader::reportUnlessStore_(const PDXSQLiteDatabase& database) const {
   std::string why = database.whyUnreadable();

@@ -14,7 +14,7 @@
 /// Reads the device's messages store, in the three table layouts that its systems have used: every layout
 /// that a store holds, joined.
 ///
-/// Source: a local copy of "Library/SMS/sms.db" of the home domain.
+/// Source: "Library/SMS/sms.db" of the home domain, or a local copy.
 /// Errors: none leave it. A store that does not open, a missing table or a damaged page gives what could be
 /// read, and the log says what was not.
 /// Threads: loads of one reader wait for each other; `forAnotherThread` makes a reader that does not.
@@ -22,7 +22,9 @@ class PDXMessagesDbReader final : public PDXMessagesReader {
  public:
   /// Local paths; need not exist.
   /// @param contactsDbPath, mobileSMSPlistPath  handed to every participant, for its name.
-  PDXMessagesDbReader(std::string messagesDbPath, std::string contactsDbPath, std::string mobileSMSPlistPath);
+  /// @param access  how the store must be opened.
+  PDXMessagesDbReader(std::string messagesDbPath, std::string contactsDbPath, std::string mobileSMSPlistPath,
+                      PDXSQLiteAccess access = PDXSQLiteAccess::scratch);
 
   /// Whether there is a file at the store's path.
   bool loadMessages() override;
@@ -71,6 +73,7 @@ class PDXMessagesDbReader final : public PDXMessagesReader {
                                const PDXMessagesQuery& query, Messages& messages);
   const std::vector<std::int64_t>& messagesWithAttachments_(const PDXSQLiteDatabase& database);
   PDXSQLiteDatabase open_() const;
+  const PDXSQLiteDatabase& connection_();
   void reportUnlessStore_(const PDXSQLiteDatabase& database) const;
 
   class Working;
@@ -78,7 +81,9 @@ class PDXMessagesDbReader final : public PDXMessagesReader {
   std::string messagesDbPath_;
   std::string contactsDbPath_;
   std::string mobileSMSPlistPath_;
+  PDXSQLiteAccess access_;
   std::mutex lock_;
   std::atomic<bool> workingMutex_ = false;
+  PDXSQLiteDatabase database_;  ///< Of the loads, which wait for each other.
   std::optional<std::vector<std::int64_t>> attachmentOwners_;
 };

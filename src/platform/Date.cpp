@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <iterator>
+#include <map>
 #include <utility>
 #include <vector>
 
@@ -48,7 +50,8 @@ void toStartOfDay(icu::Calendar& calendar) {
 struct Day {
   PDXDate begin = PDXDate::max();
   PDXDate end = PDXDate::min();
-  bool isPlain = false;  ///< Its clock runs through without a shift.
+  bool isPlain = false;            ///< Its clock runs through without a shift.
+  std::vector<std::string> texts;  ///< What a formatter writes for it, part by part.
 
   /// Whether the date certainly lies in this day. A day when the clock is put back may have moments of the
   /// day before between its ends, so it holds none.
@@ -67,6 +70,35 @@ Day dayOf(icu::GregorianCalendar& calendar, PDXDate date) {
   day.isPlain = day.end - day.begin == minutes(kMinutesADay);
   return day;
 }
+
+/// The days met so far. The messages of a phone fall on a few thousand, and conversation after conversation
+/// comes back to them, while a calendar takes its time to say where a day begins.
+class KnownDays {
+ public:
+  /// The date's day. Valid until the next call.
+  /// @param fill  is called for a new day.
+  template <typename Fill>
+  const Day& of(PDXDate date, Fill fill) {
+    if (current_->holds(date)) return *current_;
+    const auto behind = days_.upper_bound(date);
+    if (behind != days_.begin() && std::prev(behind)->second.holds(date)) {
+      current_ = &std::prev(behind)->second;
+      return *current_;
+    }
+    constexpr std::size_t kMost = 10'000;
+    if (days_.size() >= kMost) days_.clear();
+    Day day = dayOf(calendar_, date);
+    fill(day);
+    current_ = &(days_[day.begin] = std::move(day));
+    return *current_;
+  }
+
+ private:
+  const Day none_;
+  const Day* current_ = &none_;
+  std::map<PDXDate, Day> days_;  ///< By their beginning.
+  icu::GregorianCalendar calendar_ = makeCalendar();
+};
 
 bool isLetter(char16_t c) { return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z'); }
 bool isDayField(char16_t c) {
@@ -107,11 +139,10 @@ std::string utf8(const icu::UnicodeString& text) {
   return text.toUTF8String(result);
 }
 
-/// One part of a pattern with the texts it gave: the current day's, or one for each minute of a day.
+/// One part of a pattern; that of a time with the texts it gave, one for each minute of a day.
 struct FormattedPart {
   bool isTime = false;
   std::unique_ptr<icu::SimpleDateFormat> format;
-  std::string dayText;
   std::array<std::string, kMinutesADay> minuteTexts;
 };
 
@@ -182,10 +213,9 @@ std::string isoText(PDXDate date) {
 /// Long date and short time of a message differ in their day and in their minute only, so both texts are kept
 /// apart and joined: formatting a million messages one by one would cost more than reading them.
 struct PDXDateFormatter::State {
-  icu::GregorianCalendar calendar = makeCalendar();
   std::unique_ptr<icu::SimpleDateFormat> whole;
   std::vector<FormattedPart> parts;
-  Day day;
+  KnownDays days;
 
   explicit State(std::unique_ptr<icu::SimpleDateFormat> format) : whole(std::move(format)) {
     icu::UnicodeString pattern;
@@ -203,26 +233,27 @@ struct PDXDateFormatter::State {
     return utf8(with.format(icuDate(date), text));
   }
 
-  void enterDayOf(PDXDate date) {
-    day = dayOf(calendar, date);
-    for (FormattedPart& part : parts) {
-      if (!part.isTime) part.dayText = format(*part.format, date);
-    }
+  std::vector<std::string> dayTexts(PDXDate date) const {
+    std::vector<std::string> texts;
+    for (const FormattedPart& part : parts) texts.push_back(part.isTime ? "" : format(*part.format, date));
+    return texts;
   }
 
   std::string text(PDXDate date) {
     if (parts.empty()) return format(*whole, date);
-    if (!day.holds(date)) enterDayOf(date);
+    const Day& day = days.of(date, [&](Day& fresh) { fresh.texts = dayTexts(date); });
     if (!day.holds(date)) return format(*whole, date);  // When the clock is put forward or back.
     const auto minute = static_cast<std::size_t>(floor<minutes>(date - day.begin).count());
+    constexpr std::size_t kUsualLength = 48;
     std::string result;
-    for (FormattedPart& part : parts) {
-      if (!part.isTime) {
-        result += part.dayText;
+    result.reserve(kUsualLength);
+    for (std::size_t i = 0; i < parts.size(); ++i) {
+      if (!parts[i].isTime) {
+        result += day.texts[i];
         continue;
       }
-      std::string& known = part.minuteTexts[minute];
-      if (known.empty()) known = format(*part.format, date);
+      std::string& known = parts[i].minuteTexts[minute];
+      if (known.empty()) known = format(*parts[i].format, date);
       result += known;
     }
     return result;
@@ -260,8 +291,7 @@ PDXDateFormatter& PDXDateFormatter::operator=(PDXDateFormatter&&) noexcept = def
 std::string PDXDateFormatter::text(PDXDate date) { return state_->text(date); }
 
 struct PDXDayCalendar::State {
-  icu::GregorianCalendar calendar = makeCalendar();
-  Day day;
+  KnownDays days;
 };
 
 PDXDayCalendar::PDXDayCalendar() : state_(std::make_unique<State>()) {}
@@ -270,6 +300,5 @@ PDXDayCalendar::PDXDayCalendar(PDXDayCalendar&&) noexcept = default;
 PDXDayCalendar& PDXDayCalendar::operator=(PDXDayCalendar&&) noexcept = default;
 
 PDXDate PDXDayCalendar::startOfDay(PDXDate date) {
-  if (!state_->day.holds(date)) state_->day = dayOf(state_->calendar, date);
-  return state_->day.begin;
+  return state_->days.of(date, [](Day&) {}).begin;
 }

@@ -37,7 +37,7 @@ std::string isoText(PDXDate date);
 }  // namespace PDXDates
 
 /// Turns dates into text in the environment's locale and time zone, as ICU writes them. Making one is
-/// costly and asking it is cheap: it keeps the current day's text. One formatter, one thread.
+/// costly and asking it is cheap: it keeps the texts of days and minutes. One formatter, one thread.
 class PDXDateFormatter {
  public:
   enum class Style {
@@ -61,7 +61,8 @@ class PDXDateFormatter {
   std::unique_ptr<State> state_;
 };
 
-/// Tells days apart in the environment's time zone, quickly for dates that come in order.
+/// Tells days apart in the environment's time zone, quickly for days that come again. One calendar, one
+/// thread.
 class PDXDayCalendar {
  public:
   PDXDayCalendar();

@@ -20,6 +20,13 @@ bool isFolder(const std::string& path);
 /// Whether nothing lies at the path. What may not be looked at is taken to be there.
 bool isMissing(const std::string& path);
 
+/// Whether a regular file, and no link to one, lies at the path.
+bool isRegularFile(const std::string& path);
+
+/// Asks the system to fetch a file that will be read here and there: a disk is much quicker from front to
+/// end.
+void readAhead(const std::string& path);
+
 /// Bytes of a regular file; nothing when there is none.
 std::optional<std::uint64_t> sizeOf(const std::string& path);
 

@@ -129,6 +129,23 @@ bool isMissing(const std::string& path) {
   return ::lstat(path.c_str(), &info) != 0 && (errno == ENOENT || errno == ENOTDIR);
 }
 
+bool isRegularFile(const std::string& path) {
+  struct stat info {};
+  return ::lstat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode);
+}
+
+void readAhead(const std::string& path) {
+#ifdef POSIX_FADV_WILLNEED
+  constexpr std::uint64_t kStep = std::uint64_t{1}
+                                  << 20;  // Of more at once the system fetches the beginning.
+  const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  const std::uint64_t size = sizeOf(path).value_or(0);
+  for (std::uint64_t at = 0; file.get() >= 0 && at < size; at += kStep) {
+    ::posix_fadvise(file.get(), static_cast<off_t>(at), static_cast<off_t>(kStep), POSIX_FADV_WILLNEED);
+  }
+#endif
+}
+
 std::optional<std::uint64_t> sizeOf(const std::string& path) {
   struct stat info {};
   if (::stat(path.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) return std::nullopt;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 #include <mutex>
+#include <optional>
 #include <utility>
 
 #include "platform/Files.h"
@@ -28,6 +29,27 @@ std::uint64_t bigEndian(const PDXBytes& bytes, std::size_t at, std::size_t count
   std::uint64_t value = 0;
   for (std::size_t i = 0; i < count; ++i) value = (value << 8) | bytes[at + i];
   return value;
+}
+
+/// What a database's header says of its length, and how long the file is.
+struct Extent {
+  std::uint64_t pageSize;
+  std::uint64_t pages;
+  std::uint64_t size;
+
+  std::uint64_t counted() const { return pages * pageSize; }
+};
+
+/// Nothing for a file that is no database, or whose header does not count its pages.
+std::optional<Extent> extentOf(const std::string& path) {
+  const PDXBytes header = PDXFiles::readBeginning(path, 100);
+  if (header.size() < 100 || std::memcmp(header.data(), "SQLite format 3", 16) != 0) return std::nullopt;
+  const Extent extent{.pageSize = bigEndian(header, 16, 2) == 1 ? 65536 : bigEndian(header, 16, 2),
+                      .pages = bigEndian(header, 28, 4),
+                      .size = PDXFiles::sizeOf(path).value_or(0)};
+  // The count may be an older writer's.
+  const bool isCurrent = bigEndian(header, 24, 4) == bigEndian(header, 92, 4);
+  return isCurrent && extent.pageSize >= 512 ? std::optional(extent) : std::nullopt;
 }
 
 int isStopRequested(void* token) {
@@ -105,17 +127,16 @@ PDXSQLiteDatabase::PDXSQLiteDatabase(const std::string& path, PDXSQLiteAccess ac
 
 std::string PDXSQLiteDatabase::completeCutFile(const std::string& path) {
   constexpr std::uint64_t kMostBytes = std::uint64_t{1} << 40;  // A sparse file, but not an absurd one.
-  const PDXBytes header = PDXFiles::readBeginning(path, 100);
-  if (header.size() < 100 || std::memcmp(header.data(), "SQLite format 3", 16) != 0) return "";
-  const std::uint64_t pageSize = bigEndian(header, 16, 2) == 1 ? 65536 : bigEndian(header, 16, 2);
-  const std::uint64_t pages = bigEndian(header, 28, 4);
-  const std::uint64_t size = PDXFiles::sizeOf(path).value_or(0);
-  const bool isCurrent =
-      bigEndian(header, 24, 4) == bigEndian(header, 92, 4);  // The count may be an older writer's.
-  if (!isCurrent || pageSize < 512 || size >= pages * pageSize || pages * pageSize > kMostBytes) return "";
-  if (!PDXFiles::lengthen(path, pages * pageSize)) return "";
-  return "the file is cut short: " + std::to_string(size / pageSize) + " of " + std::to_string(pages) +
-         " pages are there";
+  const auto extent = extentOf(path);
+  if (!extent || extent->size >= extent->counted() || extent->counted() > kMostBytes) return "";
+  if (!PDXFiles::lengthen(path, extent->counted())) return "";
+  return "the file is cut short: " + std::to_string(extent->size / extent->pageSize) + " of " +
+         std::to_string(extent->pages) + " pages are there";
+}
+
+bool PDXSQLiteDatabase::isWholeFile(const std::string& path) {
+  const auto extent = extentOf(path);
+  return extent && extent->size >= extent->counted();
 }
 
 void PDXSQLiteDatabase::interruptWith(std::stop_token stop) {
@@ -211,17 +232,26 @@ std::int64_t PDXSQLiteStatement::int64(int column) const {
 }
 
 std::string PDXSQLiteStatement::text(int column) const {
-  if (!has_(column)) return "";
-  const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement_.get(), column));
-  if (text == nullptr) return "";
-  return PDXText::valid({text, static_cast<std::size_t>(sqlite3_column_bytes(statement_.get(), column))});
+  return PDXText::valid(std::string(textInPlace(column)));
 }
 
 PDXBytes PDXSQLiteStatement::blob(int column) const {
+  const auto bytes = blobInPlace(column);
+  return {bytes.begin(), bytes.end()};
+}
+
+std::string_view PDXSQLiteStatement::textInPlace(int column) const {
+  if (!has_(column)) return {};
+  const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement_.get(), column));
+  if (text == nullptr) return {};
+  return {text, static_cast<std::size_t>(sqlite3_column_bytes(statement_.get(), column))};
+}
+
+std::span<const std::uint8_t> PDXSQLiteStatement::blobInPlace(int column) const {
   if (!has_(column)) return {};
   const auto* bytes = static_cast<const std::uint8_t*>(sqlite3_column_blob(statement_.get(), column));
   if (bytes == nullptr) return {};
-  return {bytes, bytes + sqlite3_column_bytes(statement_.get(), column)};
+  return {bytes, static_cast<std::size_t>(sqlite3_column_bytes(statement_.get(), column))};
 }
 
 bool PDXSQLiteStatement::isBlob(int column) const {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <stop_token>
 #include <string>
 #include <string_view>
@@ -39,6 +40,9 @@ class PDXSQLiteDatabase {
   /// refuses such a file whole, but reads what is there of one with empty pages at its end.
   /// @return what was wrong, in a few words; "" when nothing was.
   static std::string completeCutFile(const std::string& path);
+
+  /// Whether the file begins as a database does and holds all the pages that its header counts.
+  static bool isWholeFile(const std::string& path);
 
   /// Whether the file opened. A file that is no database may open; its statements then do not compile.
   bool isOpen() const { return handle_ != nullptr; }
@@ -100,6 +104,10 @@ class PDXSQLiteStatement {
   std::int64_t int64(int column) const;  ///< NULL reads as 0.
   std::string text(int column) const;    ///< Valid UTF-8, U+0000 included; NULL reads as "".
   PDXBytes blob(int column) const;       ///< NULL reads as empty.
+
+  /// The same without a copy, and a text as it is stored, valid or not. Until the next `step` or `reset`.
+  std::string_view textInPlace(int column) const;
+  std::span<const std::uint8_t> blobInPlace(int column) const;
   bool isBlob(int column) const;
 
  private:

@@ -7,7 +7,10 @@
 #include <unicode/unistr.h>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
+#include <cstdint>
+#include <cstring>
 #include <limits>
 
 #include "platform/Characters.h"
@@ -16,12 +19,31 @@ namespace {
 
 constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
 
-icu::StringPiece piece(std::string_view text) {
-  return {text.data(), static_cast<std::int32_t>(std::min<std::size_t>(text.size(), INT32_MAX))};
+/// The bytes that cannot stand in HTML as they are. A table, since this looks at every byte of a store's
+/// texts.
+constexpr auto kIsSpecialInHtml = [] {
+  std::array<bool, 256> isSpecial{};
+  for (const unsigned char c : {'&', '"', '<', '>', '\0'}) isSpecial[c] = true;
+  return isSpecial;
+}();
+
+std::string_view htmlFor(char special) {
+  switch (special) {
+    case '&':
+      return "&amp;";
+    case '"':
+      return "&quot;";
+    case '<':
+      return "&lt;";
+    case '>':
+      return "&gt;";
+    default:
+      return kReplacement;
+  }
 }
 
-bool isAscii(std::string_view text) {
-  return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+icu::StringPiece piece(std::string_view text) {
+  return {text.data(), static_cast<std::int32_t>(std::min<std::size_t>(text.size(), INT32_MAX))};
 }
 
 template <typename Map>
@@ -51,7 +73,19 @@ std::string_view digitRun(std::string_view text, std::size_t position) {
 
 namespace PDXText {
 
+bool isAscii(std::string_view text) {
+  // Eight bytes at a time: every text that is read passes through here.
+  constexpr std::uint64_t kHighBits = 0x8080'8080'8080'8080;
+  std::uint64_t word = 0;
+  for (; text.size() >= sizeof(word); text.remove_prefix(sizeof(word))) {
+    std::memcpy(&word, text.data(), sizeof(word));
+    if ((word & kHighBits) != 0) return false;
+  }
+  return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
 std::string valid(std::string bytes) {
+  if (isAscii(bytes)) return bytes;
   std::size_t position = 0;
   std::string repaired;
   std::size_t copied = 0;
@@ -231,31 +265,15 @@ std::string_view pathExtension(std::string_view path) {
 }
 
 std::string escapedForHtml(std::string_view text) {
-  constexpr std::string_view special("&\"<>\0", 5);
   std::string result;
   result.reserve(text.size() + text.size() / 16);
-  while (true) {
-    const std::size_t at = text.find_first_of(special);
-    result.append(text.substr(0, at));
-    if (at == std::string_view::npos) return result;
-    switch (text[at]) {
-      case '&':
-        result += "&amp;";
-        break;
-      case '"':
-        result += "&quot;";
-        break;
-      case '<':
-        result += "&lt;";
-        break;
-      case '>':
-        result += "&gt;";
-        break;
-      default:
-        result += kReplacement;
-    }
-    text.remove_prefix(at + 1);
+  std::size_t copied = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (!kIsSpecialInHtml[static_cast<unsigned char>(text[i])]) continue;
+    result.append(text.substr(copied, i - copied)).append(htmlFor(text[i]));
+    copied = i + 1;
   }
+  return result.append(text.substr(copied));
 }
 
 std::string escapedForHtmlAttribute(std::string_view text) {

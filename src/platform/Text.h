@@ -9,6 +9,8 @@
 /// backup gives the same answers everywhere.
 namespace PDXText {
 
+bool isAscii(std::string_view text);
+
 /// `bytes` as valid UTF-8: every byte that belongs to no character becomes U+FFFD, the beginning of a cut-off
 /// character one for all its bytes.
 std::string valid(std::string bytes);

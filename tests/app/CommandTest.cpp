@@ -2,6 +2,8 @@
 
 #include <array>
 #include <cstdio>
+#include <cstdlib>
+#include <map>
 #include <nlohmann/json.hpp>
 
 #include "samples/BackupFolder.h"
@@ -54,7 +56,7 @@ TEST_F(Command, MistakesAreOneLineAndTheirStatus) {
   } cases[] = {
       {"", 2, "a command is missing"},
       {"exprot phone --to out", 2, "there is no command \"exprot\"; the nearest: \"export\""},
-      {"check phone", 2, "the command \"check\" is not built yet"},
+      {"make phone", 2, "the command \"make\" is not built yet"},
       {"export phone", 2, "--to is required"},
       {"export phone notes --to out", 2, "\"notes\" is not built yet"},
       {"export phone mesages --to out", 2, "there is no content kind \"mesages\"; the nearest: \"messages\""},
@@ -171,6 +173,119 @@ TEST_F(Command, ListsPeopleAndBlockedNumbers) {
   EXPECT_EQ(blocked["items"][0]["number"], "+447700900991");
   EXPECT_EQ(run("list phone blocked --quiet").output,
             "+447700900991\n+447700900123\n07700 900106\n07700900871\n");
+}
+
+/// The files below a folder with their bytes. What tells the form of the backup is left out.
+std::string everythingIn(const std::string& folder, const std::string& below = "") {
+  std::string all;
+  for (const std::string& name : PDXFiles::list(folder)) {
+    const std::string path = PDXFiles::joined(folder, name);
+    if (name == "export.json" || name == "index.html") continue;
+    all += below + name + "\n";
+    all += PDXFiles::isFolder(path) ? everythingIn(path, below + name + "/") : fileText(path) + "\n";
+  }
+  return all;
+}
+
+TEST_F(Command, EveryFormOfABackupGivesTheSameAnswers) {
+  folder_.write("password", "s e c r e t\r\nnot this line");
+  const struct {
+    const char* name;
+    const char* options;
+  } forms[] = {{"plain", ""},
+               {"encrypted", "--encrypted password --rounds 3"},
+               {"older", "--generation legacy"},
+               {"older-encrypted", "--generation legacy --encrypted password"}};
+  std::map<std::string, std::string> answers;
+  for (const auto& [name, options] : forms) {
+    ASSERT_EQ(run(std::string("sample ") + name + " --messages 150 " + options).status, 0);
+    const std::string backup = std::string(name) + " --password-file password --read-only ";
+    EXPECT_EQ(run("export " + backup + "--contact-pictures --to out-" + name).status, 0);
+    answers[name] = everythingIn(folder_ / (std::string("out-") + name));
+    for (const char* kind : {"messages", "contacts", "blocked"}) {
+      auto list = nlohmann::json::parse(run("list " + backup + kind + " --json").output);
+      list.erase("backup");
+      answers[name] += list.dump();
+    }
+    EXPECT_EQ(run("get " + backup + "--domain HomeDomain Library/SMS/sms.db --to got-" + name).status, 0);
+    answers[name] += fileText(folder_ / (std::string("got-") + name + "/HomeDomain/Library/SMS/sms.db"));
+    EXPECT_FALSE(PDXFiles::exists(folder_ / (std::string(name) + "/Manifest_d.db")));
+    EXPECT_TRUE(answers[name] == answers["plain"]) << name;
+  }
+  EXPECT_GT(answers["plain"].size(), 500'000U);
+}
+
+TEST_F(Command, PasswordsAreToldApart) {
+  folder_.write("password", "right");
+  folder_.write("empty", "\nright");
+  ASSERT_EQ(run("sample locked --messages 10 --encrypted password --rounds 3").status, 0);
+  const auto with = [&](const char* variable, const std::string& arguments) {
+    setenv("POCKETDEX_PASSWORD", variable, 1);
+    const Ran ran = run(arguments);
+    unsetenv("POCKETDEX_PASSWORD");
+    return std::to_string(ran.status) + " " + ran.errors;
+  };
+  const auto says = [](const std::string& said, const char* what) {
+    return said.find(what) != std::string::npos && std::count(said.begin(), said.end(), '\n') == 1;
+  };
+  const Ran none = run("list locked messages");
+  EXPECT_EQ(none.status, 4);
+  EXPECT_TRUE(says(none.errors, "is encrypted: give its password with --password-file FILE")) << none.errors;
+  EXPECT_TRUE(
+      says(with("", "list locked messages"), "4 pocketdex: the password in POCKETDEX_PASSWORD is empty"));
+  EXPECT_TRUE(says(with("wrong", "list locked messages"), "POCKETDEX_PASSWORD is wrong for "));
+  EXPECT_TRUE(
+      says(with("right", "list locked messages --password-file empty"), "the password in empty is empty"));
+  EXPECT_TRUE(says(with("right", "list locked messages --password-file no"),
+                   "2 pocketdex: cannot read the password"));
+  EXPECT_EQ(with("right", "list locked messages"), "0 ");
+  EXPECT_EQ(with("wrong", "list locked messages --password-file password"), "0 ") << "the file comes first";
+  EXPECT_EQ(run("info locked").status, 0) << "needs none";
+  EXPECT_EQ(with("wrong", "export locked --to out").substr(0, 1), "4");
+  EXPECT_FALSE(PDXFiles::exists(folder_ / "out"));
+
+  std::string list = fileText(folder_ / "locked/Manifest.plist");
+  const std::size_t count = list.find("ITER");
+  list.replace(count + 8, 4, 4, '\0');
+  folder_.write("locked/Manifest.plist", list);
+  EXPECT_TRUE(says(with("right", "list locked messages"), "3 pocketdex: the key bag of "));
+}
+
+TEST_F(Command, CheckNamesWhatIsWrong) {
+  folder_.write("password", "right");
+  for (const std::string form :
+       {"", "--encrypted password --rounds 3", "--generation legacy --encrypted password"}) {
+    SCOPED_TRACE(form);
+    PDXFiles::removeTree(folder_ / "b");
+    ASSERT_EQ(run("sample b --messages 60 " + form).status, 0);
+    const auto findings = [&] {
+      const Ran ran = run("check b --json --read-only --jobs 3 --password-file password");
+      std::string text = std::to_string(ran.status);
+      const auto answer = nlohmann::json::parse(ran.output);
+      for (const auto& item : answer["items"]) {
+        text += " " + item["finding"].get<std::string>() + ":" + item["relativePath"].get<std::string>();
+      }
+      return text;
+    };
+    const std::string before = findings();
+    EXPECT_EQ(before.substr(0, 11), "1 missing:L") << "the picture that the sample leaves out: " << before;
+
+    const bool isFlat = form.find("legacy") != std::string::npos;
+    const auto stored = [&](const char* domain, const char* path) {
+      const std::string id = PDXSampleBackupFolder::fileId(domain, path);
+      return "b/" + (isFlat ? "" : id.substr(0, 2) + "/") + id;
+    };
+    const std::string store = stored("HomeDomain", "Library/SMS/sms.db");
+    const std::string bytes = fileText(folder_ / store);
+    folder_.write(store, bytes.substr(0, bytes.size() / 2 / 16 * 16 + 5));
+    folder_.write(isFlat ? "b/" + std::string(40, 'a') : "b/aa/" + std::string(40, 'a'), "orphan");
+    PDXFiles::remove(folder_ / stored("HomeDomain", "Library/AddressBook/AddressBook.sqlitedb"));
+    const std::string after = findings();
+    const char* const kind = form.empty() ? "database" : "undecipherable";
+    EXPECT_NE(after.find(std::string(kind) + ":Library/SMS/sms.db"), std::string::npos) << after;
+    EXPECT_NE(after.find("missing:Library/AddressBook/AddressBook.sqlitedb"), std::string::npos) << after;
+    EXPECT_NE(after.find("orphan:"), std::string::npos) << after;
+  }
 }
 
 TEST_F(Command, ExportNeverChangesTheBackup) {

@@ -134,6 +134,35 @@ TEST_F(DeviceData, LogsOfAnotherCopyNeverStayBesideAFreshDatabase) {
   EXPECT_EQ(fileText(copy + "-wal"), "newest");
 }
 
+TEST_F(DeviceData, ReadsADatabaseWhereItLiesOnlyIfNothingIsLost) {
+  const std::string whole = fileText(PDXSampleDatabase().table("chat", "a").writeTo(folder_ / "whole.db"));
+  const struct {
+    const char* name;
+    std::string database;
+    bool hasLog;
+    bool isInPlace;
+  } cases[] = {
+      {"whole", whole, false, true},
+      {"with a log that holds newer rows", whole, true, false},
+      {"cut short", whole.substr(0, whole.size() / 2), false, false},
+      {"no database", "messages", false, false},
+  };
+  for (const auto& c : cases) {
+    PDXSampleBackupFolder backup(folder_ / c.name);
+    backup.addFile("HomeDomain", "Library/SMS/sms.db", std::string_view(c.database));
+    if (c.hasLog) backup.addFile("HomeDomain", "Library/SMS/sms.db-wal", std::string_view("newest"));
+    const std::string stored = backup.storedPath("HomeDomain", "Library/SMS/sms.db");
+    ASSERT_TRUE(backup.finish());
+    const auto file = opened(folder_ / c.name)->readableDatabaseOfFeature(PDXFeature::Messages);
+    EXPECT_EQ(file.path == stored, c.isInPlace) << c.name;
+    EXPECT_EQ(file.access == PDXSQLiteAccess::immutable, c.isInPlace) << c.name;
+    EXPECT_EQ(fileText(stored), c.database) << c.name;
+  }
+  ASSERT_EQ(unlink(stored_.c_str()), 0);
+  ASSERT_EQ(symlink((folder_ / "whole.db").c_str(), stored_.c_str()), 0);
+  EXPECT_EQ(opened(folder_ / "phone")->readableDatabaseOfFeature(PDXFeature::Messages).path, "");
+}
+
 TEST_F(DeviceData, OpeningAnotherBackupForgetsTheFirst) {
   const auto device = opened(folder_ / "phone");
   const std::string copy = device->GetFilesByFeatureType(PDXFeature::Messages);

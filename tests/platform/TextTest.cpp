@@ -20,6 +20,8 @@ TEST(Text, RepairsWhatIsNoUtf8) {
       {"cut off in the middle of a character", "ab\xE2\x82", "ab\xEF\xBF\xBD"},
       {"cut off before an ordinary one", "\xF0\x9F\x91x", "\xEF\xBF\xBDx"},
       {"lone continuation byte", "a\x80z", "a\xEF\xBF\xBDz"},
+      {"wrong behind a long beginning of letters", "Nineteen letters, é: \x80",
+       "Nineteen letters, é: \xEF\xBF\xBD"},
       {"Latin-1", "caf\xE9!", "caf\xEF\xBF\xBD!"},
       {"overlong slash", "\xC0\xAF", "\xEF\xBF\xBD\xEF\xBF\xBD"},
       {"surrogate", "\xED\xA0\x80", "\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD"},
