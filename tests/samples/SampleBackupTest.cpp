@@ -188,7 +188,7 @@ TEST(SampleBackupFolder, WritesLegacyRecords) {
   PDXSampleDevice device = PDXSampleDevice::of(Generation::legacy);
   device.backupDate = std::chrono::sys_seconds(std::chrono::seconds(0x5A015181));
   PDXSampleBackupFolder backup({.folder = folder / "b", .generation = Generation::legacy}, device);
-  backup.addFile("D", "é", "12345");
+  backup.addFile("D", "Library/SMS/Attachments/é", "12345");
   backup.addLink("D", "l", "to");
   backup.addFolder("D", "");
   ASSERT_TRUE(backup.finish()) << backup.error();
@@ -198,9 +198,11 @@ TEST(SampleBackupFolder, WritesLegacyRecords) {
   }
   std::string expected =
       "6D6264620500"
-      // A file: its texts, mode, inode, user and group, three times, size, class and count of properties.
-      "000144 0002C3A9 FFFF FFFF FFFF 81A4 00000000000003E9 000001F5 000001F5 5A000001 5A000001 5A000001"
-      "0000000000000005 03 00"
+      // A file: its texts, mode, inode, user and group, three times, size, class and properties.
+      "000144 001A4C6962726172792F534D532F4174746163686D656E74732FC3A9 FFFF FFFF FFFF 81A4 00000000000003E9 "
+      "000001F5 000001F5 5A000001 5A000001 5A000001"
+      "0000000000000005 02 01 0019636F6D2E6170706C652E6C6173747573656464617465235053 0010 "
+      "0100005A000000000000000000000000"
       "000144 00016C 0002746F FFFF FFFF A1ED 00000000000003EA 000001F5 000001F5 5A000001 5A000001 5A000001"
       "0000000000000000 00 00"
       "000144 0000 FFFF FFFF FFFF 41ED 00000000000003EB 000001F5 000001F5 5A000001 5A000001 5A000001"
