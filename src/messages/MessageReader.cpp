@@ -153,9 +153,10 @@ std::vector<PDXMessageDetail> PDXMessageReader::messagesForExport(PDXMessagesRea
 }
 
 std::optional<PDXMessageRowCounts> PDXMessageReader::rowCounts(
-    EConversationType type, const std::vector<const PDXMessagesConversation*>& leftOut) const {
+    EConversationType type, const std::vector<const PDXMessagesConversation*>& leftOut,
+    PDXMessageRowCounts::Bodies bodies) const {
   PDXMessagesReader* reader = readerOf_(type);
-  return reader == nullptr ? std::nullopt : reader->rowCounts(leftOut);
+  return reader == nullptr ? std::nullopt : reader->rowCounts(leftOut, bodies);
 }
 
 PDXMessagesReader* PDXMessageReader::readerOf_(EConversationType type) const {

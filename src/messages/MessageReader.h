@@ -62,8 +62,9 @@ class PDXMessageReader {
                                                          const std::string& searchTerm);
 
   /// What the store of that type holds, see PDXMessagesReader::rowCounts. Nothing before it was loaded.
-  std::optional<PDXMessageRowCounts> rowCounts(
-      EConversationType type, const std::vector<const PDXMessagesConversation*>& leftOut) const;
+  std::optional<PDXMessageRowCounts> rowCounts(EConversationType type,
+                                               const std::vector<const PDXMessagesConversation*>& leftOut,
+                                               PDXMessageRowCounts::Bodies bodies) const;
 
  private:
   PDXMessagesReader* readerOf_(EConversationType type) const;

@@ -7,6 +7,7 @@
 #include <unordered_set>
 
 #include "backup/SQLiteHelper.h"
+#include "messages/AttributedBody.h"
 
 namespace {
 
@@ -52,18 +53,26 @@ struct Places {
   }
 };
 
-void addRow(PDXMessageRowCounts& counts, const Places& places, bool hasContent, bool isDeleted) {
+enum class Content { some, none, damaged };
+
+void addRow(PDXMessageRowCounts& counts, const Places& places, Content content, bool isDeleted) {
   ++counts.rows;
-  if (places.wanted > 0 && hasContent) {
+  if (places.wanted > 0 && content == Content::some) {
     counts.expected += places.wanted;
     counts.repeated += places.wanted - 1;
   } else {
-    ++(places.wanted > 0                ? counts.withoutContent
-       : places.leftOut > 0             ? counts.notWanted
+    ++(places.wanted > 0    ? (content == Content::damaged ? counts.damagedText : counts.withoutContent)
+       : places.leftOut > 0 ? counts.notWanted
        : places.withoutParticipants > 0 ? counts.withoutParticipants
        : isDeleted                      ? counts.recentlyDeleted
                                         : counts.inNoConversation);
   }
+}
+
+/// What a body says that is all a message has.
+Content contentOfBody(const PDXBytes& body) {
+  const auto text = PDXAttributedBody::text(body);
+  return !text ? Content::damaged : text->empty() ? Content::none : Content::some;
 }
 
 /// The chats of single messages, which must be asked for in ascending order: so one pass over the join table
@@ -115,7 +124,8 @@ class ChatsOfMessages {
   bool isLeftOut_ = false;
 };
 
-bool countCurrent(const PDXSQLiteDatabase& database, const LeftOut& leftOut, PDXMessageRowCounts& counts) {
+bool countCurrent(const PDXSQLiteDatabase& database, const LeftOut& leftOut,
+                  PDXMessageRowCounts::Bodies bodies, PDXMessageRowCounts& counts) {
   ChatsOfMessages chats(database, leftOut);
   const Ids deleted = idsOf(database, "SELECT message_id FROM chat_recoverable_message_join");
   const Ids withFile =
@@ -123,14 +133,17 @@ bool countCurrent(const PDXSQLiteDatabase& database, const LeftOut& leftOut, PDX
             "SELECT j.message_id FROM message_attachment_join j JOIN attachment a ON a.ROWID = "
             "j.attachment_id WHERE a.filename IS NOT NULL");
   const bool hasBody = hasColumn(database, "message", "attributedBody");
-  auto rows =
-      database.prepare(std::string("SELECT ROWID, text IS NOT NULL") +
-                       (hasBody ? " OR length(attributedBody) > 0" : "") + " FROM message ORDER BY ROWID");
+  const bool readsBodies = hasBody && bodies == PDXMessageRowCounts::Bodies::read;
+  auto rows = database.prepare(std::string("SELECT ROWID, text IS NOT NULL, ") +
+                               (hasBody ? "length(attributedBody) > 0" : "0") +
+                               (readsBodies ? ", attributedBody" : "") + " FROM message ORDER BY ROWID");
   while (rows.step()) {
     const std::int64_t id = rows.int64(0);
+    Content content = rows.int64(1) != 0 || withFile.contains(id) ? Content::some : Content::none;
+    if (content == Content::none && rows.int64(2) != 0)
+      content = readsBodies ? contentOfBody(rows.blob(3)) : Content::some;
     const Places places = chats.placesOf(id);
-    addRow(counts, places, rows.int64(1) != 0 || withFile.contains(id),
-           places.wanted == 0 && deleted.contains(id));
+    addRow(counts, places, content, places.wanted == 0 && deleted.contains(id));
   }
   return rows.isValid() && !rows.failed() && !chats.failed();
 }
@@ -185,19 +198,20 @@ bool countOlder(const PDXSQLiteDatabase& database, const std::string& suffix, co
                 PDXMessageRowCounts& counts) {
   const OlderConversations conversations(database, suffix, leftOut);
   auto rows = database.prepare("SELECT " + conversations.columns() + " FROM message" + suffix);
-  while (rows.step()) addRow(counts, conversations.placesOf(rows), true, false);
+  while (rows.step()) addRow(counts, conversations.placesOf(rows), Content::some, false);
   return rows.isValid() && !rows.failed();
 }
 
 }  // namespace
 
 std::optional<PDXMessageRowCounts> PDXMessageRowCounts::of(
-    const PDXSQLiteDatabase& database, const std::vector<const PDXMessagesConversation*>& leftOut) {
+    const PDXSQLiteDatabase& database, const std::vector<const PDXMessagesConversation*>& leftOut,
+    Bodies bodies) {
   const LeftOut unwanted(leftOut);
   PDXMessageRowCounts counts;
   const bool isCurrent = hasTable(database, "chat") && hasTable(database, "chat_message_join");
-  const bool isWhole =
-      isCurrent ? countCurrent(database, unwanted, counts) : countOlder(database, "", unwanted, counts);
+  const bool isWhole = isCurrent ? countCurrent(database, unwanted, bodies, counts)
+                                 : countOlder(database, "", unwanted, counts);
   const bool hasLegacy = hasTable(database, "message_legacy");
   if (!isWhole || (hasLegacy && !countOlder(database, "_legacy", unwanted, counts))) return std::nullopt;
   return counts;

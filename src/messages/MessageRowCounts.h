@@ -21,9 +21,15 @@ struct PDXMessageRowCounts {
   std::size_t expected = 0;
   std::size_t repeated = 0;  ///< How many of these are further times of the same row.
 
+  /// Whether attributed bodies are read, which takes as long as loading them, or taken to hold a text.
+  enum class Bodies { believed, read };
+
   /// In a wanted chat, but without a text, an attributed body or the file name of an attachment: events of
   /// groups, for example, and messages that were taken back.
   std::size_t withoutContent = 0;
+
+  /// In a wanted chat, with nothing but an attributed body that cannot be read; 0 unless bodies are read.
+  std::size_t damagedText = 0;
 
   std::size_t notWanted = 0;            ///< Only in conversations that are left out.
   std::size_t withoutParticipants = 0;  ///< Only in chats without a handle, or groups without a member.
@@ -33,5 +39,6 @@ struct PDXMessageRowCounts {
   /// Nothing when a table is missing or damaged.
   /// @param leftOut  conversations that are not wanted.
   static std::optional<PDXMessageRowCounts> of(const PDXSQLiteDatabase& database,
-                                               const std::vector<const PDXMessagesConversation*>& leftOut);
+                                               const std::vector<const PDXMessagesConversation*>& leftOut,
+                                               Bodies bodies = Bodies::believed);
 };

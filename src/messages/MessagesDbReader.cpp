@@ -83,8 +83,8 @@ std::size_t PDXMessagesDbReader::storedMessageCount(const PDXMessagesConversatio
 }
 
 std::optional<PDXMessageRowCounts> PDXMessagesDbReader::rowCounts(
-    const std::vector<const PDXMessagesConversation*>& leftOut) {
-  return PDXMessageRowCounts::of(open_(), leftOut);
+    const std::vector<const PDXMessagesConversation*>& leftOut, PDXMessageRowCounts::Bodies bodies) {
+  return PDXMessageRowCounts::of(open_(), leftOut, bodies);
 }
 
 std::unique_ptr<PDXMessagesReader> PDXMessagesDbReader::forAnotherThread() const {

@@ -53,8 +53,8 @@ class PDXMessagesDbReader final : public PDXMessagesReader {
   /// Of the current layout's chats; the older layouts are not counted.
   std::size_t storedMessageCount(const PDXMessagesConversation& conversation) override;
 
-  std::optional<PDXMessageRowCounts> rowCounts(
-      const std::vector<const PDXMessagesConversation*>& leftOut) override;
+  std::optional<PDXMessageRowCounts> rowCounts(const std::vector<const PDXMessagesConversation*>& leftOut,
+                                               PDXMessageRowCounts::Bodies bodies) override;
 
   std::unique_ptr<PDXMessagesReader> forAnotherThread() const override;
 

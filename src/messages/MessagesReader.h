@@ -51,7 +51,8 @@ class PDXMessagesReader {
   /// the store has no such count.
   /// @param leftOut  conversations of this reader that are not wanted.
   virtual std::optional<PDXMessageRowCounts> rowCounts(
-      const std::vector<const PDXMessagesConversation*>& /*leftOut*/) {
+      const std::vector<const PDXMessagesConversation*>& /*leftOut*/,
+      PDXMessageRowCounts::Bodies /*bodies*/) {
     return std::nullopt;
   }
 

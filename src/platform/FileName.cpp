@@ -90,7 +90,6 @@ std::string safe(std::string_view name, std::size_t limit) {
   std::string result = PDXText::composed(withoutControls(cleaned(name)));
   result = withoutTrailingDots(cutTo(withoutTrailingDots(result), limit));
   if (!isVisible(result)) return std::string(kUntitled);
-  if (result.front() == '.') result.front() = '_';  // Systems hide the others.
   const std::size_t stem = std::min(result.find('.'), result.size());
   if (!isReservedDevice(PDXText::trimmed(std::string_view(result).substr(0, stem)))) return result;
   result.insert(stem, "_");

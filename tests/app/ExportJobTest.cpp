@@ -94,6 +94,7 @@ TEST_F(ExportJob, ReportCountsWhatThePagesHold) {
                                                                      {"chat without participants", 2},
                                                                      {"recently deleted", 1},
                                                                      {"no text and no attachment", 3},
+                                                                     {"damaged text", 0},
                                                                      {"filtered", 0}}));
   EXPECT_EQ(json["items"][0]["unaccounted"]["messages"], 0);
   EXPECT_EQ(json["items"][0]["attachmentsMissing"].size(), kind.missing.size());

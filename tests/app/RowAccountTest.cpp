@@ -9,6 +9,7 @@ TEST(RowAccount, WhatIsMissingIsFilteredOrUnaccounted) {
                                       .expected = 14,
                                       .repeated = 2,
                                       .withoutContent = 1,
+                                      .damagedText = 0,
                                       .notWanted = 3,
                                       .withoutParticipants = 0,
                                       .recentlyDeleted = 3,

@@ -42,8 +42,8 @@ TEST(ConversationExporterUtilities, WithoutAPathTheExportIsAPreview) {
       conversation, options, "html", &isCached);
   EXPECT_TRUE(options.isPreview);
   EXPECT_FALSE(isCached);
-  EXPECT_EQ(path, folder / "Pocketdex/message_temp/preview/_._.._Ann_ONLSFM_3.html");
-  folder.write("Pocketdex/message_temp/preview/_._.._Ann_ONLSFM_3.html", "");
+  EXPECT_EQ(path, folder / "Pocketdex/message_temp/preview/.._.._Ann_ONLSFM_3.html");
+  folder.write("Pocketdex/message_temp/preview/.._.._Ann_ONLSFM_3.html", "");
   Utilities::determineSavePathForConversationOptionsExtensionIsCached(conversation, options, "html",
                                                                       &isCached);
   EXPECT_TRUE(isCached);

@@ -114,6 +114,26 @@ TEST_F(MessageRowCounts, EveryRowCountsOnceWhereverItIs) {
   for (const auto& c : cases) EXPECT_EQ(counted(c.database), c.expected) << c.sort;
 }
 
+TEST_F(MessageRowCounts, TellsDamagedBodiesFromTexts) {
+  const PDXSQLiteDatabase store(
+      withBodiesFilesAndDeleted()
+          .sql("INSERT INTO message VALUES (1, NULL, x'04'), (2, 'b', x'04'), (3, NULL, x'04'), (4, NULL, "
+               "x'04')")
+          .sql("INSERT INTO attachment VALUES (1, '~/a.jpg')")
+          .sql("INSERT INTO message_attachment_join VALUES (3, 1)")
+          .sql("INSERT INTO chat_message_join VALUES (1, 1), (1, 2), (1, 3)")
+          .writeTo(folder_ / "sms.db"));
+  const auto believed = PDXMessageRowCounts::of(store, {});
+  ASSERT_TRUE(believed);
+  EXPECT_EQ(believed->expected, 3U);
+  EXPECT_EQ(believed->damagedText, 0U);
+  const auto read = PDXMessageRowCounts::of(store, {}, PDXMessageRowCounts::Bodies::read);
+  ASSERT_TRUE(read);
+  EXPECT_EQ(read->expected, 2U) << "a text or a file beside the body stands on the page";
+  EXPECT_EQ(read->damagedText, 1U);
+  EXPECT_EQ(read->inNoConversation, 1U);
+}
+
 TEST_F(MessageRowCounts, AddsMigratedTables) {
   const auto database = current()
                             .table("message_legacy", "ROWID INTEGER PRIMARY KEY, group_id")

@@ -78,8 +78,12 @@ PDXExportReport PDXExportJob::run(const PDXProgressSink& progress, const std::st
 
 void PDXExportJob::countRows_(PDXKindReport& kind) const {
   const auto leftOut = PDXMessagesExport::leftOut(messages_->standardConversations(), options_);
-  const auto counts = messages_->rowCounts(EConversationTypeStandard, leftOut);
-  if (counts) kind.messageRows = PDXRowAccount::of(*counts, kind.messageCount(), options_.hasFilter());
+  using Bodies = PDXMessageRowCounts::Bodies;
+  for (const Bodies bodies : {Bodies::believed, Bodies::read}) {
+    const auto counts = messages_->rowCounts(EConversationTypeStandard, leftOut, bodies);
+    if (counts) kind.messageRows = PDXRowAccount::of(*counts, kind.messageCount(), options_.hasFilter());
+    if (!kind.messageRows || kind.messageRows->unaccounted == 0) return;
+  }
 }
 
 bool PDXExportJob::takesContacts_() const {

@@ -12,6 +12,7 @@ PDXRowAccount PDXRowAccount::of(const PDXMessageRowCounts& counts, std::size_t w
                       {"chat without participants", counts.withoutParticipants},
                       {"recently deleted", counts.recentlyDeleted},
                       {"no text and no attachment", counts.withoutContent},
+                      {"damaged text", counts.damagedText},
                       {"filtered", counts.notWanted + static_cast<std::size_t>(filtered)}},
           .unaccounted = missing - filtered};
 }
