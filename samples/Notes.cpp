@@ -66,7 +66,7 @@ PDXBytes harbour(std::uint64_t seed) {
 PDXBytes hills(std::uint64_t seed) { return png(PDXSamplePictures::scene(Scene::hills, 480, 320, seed)); }
 
 PDXBytes sideways(std::uint64_t) {
-  const PDXRaster upright = PDXSamplePictures::signpost(320, 480);
+  const PDXRaster upright = PDXSamplePictures::signpost(480, 320);
   return PDXSamplePictures::markedAs(jpeg(PDXSamplePictures::heldAs(upright, 6)), 6);
 }
 

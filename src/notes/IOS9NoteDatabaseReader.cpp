@@ -221,26 +221,29 @@ void PDXIOS9NoteDatabaseReader::extractMediaForNote(PDXIOS9NoteDetail& note) {
   if (note.mediaExtracted || !connectToDataSource_()) return;
   note.mediaExtracted = true;
   const auto blob = getBlobDataForNote_(note.noteId);
-  if (!blob) return;
-  PDXIOS9NoteDataReader::Body body = PDXIOS9NoteDataReader::readBody(*blob);
+  PDXIOS9NoteDataReader::Body body = PDXIOS9NoteDataReader::readBody(blob.value_or(PDXBytes()));
   if (!body.content.empty()) note.content = std::move(body.content);
-  if (deviceBackup_ == nullptr || body.bytes.empty()) return;
-  if (extraction_ == nullptr) {
-    if (files_ == nullptr) getFilesInNotesDomain();
-    if (attachmentFolder_.empty())
-      attachmentFolder_ = PDXFiles::joined(PDXDeviceData::TemporaryExtractPath(), "attachments");
-    addMissingIndex_("ZICCLOUDSYNCINGOBJECT", "ZIDENTIFIER");
-    extraction_ = std::make_unique<PDXNoteMediaExtraction>(*store_, *columns_, *deviceBackup_, *files_,
-                                                           attachmentFolder_);
-  }
+  if (deviceBackup_ == nullptr) return;
+  connectToFiles_();
   extraction_->getMediaForNote(note);
   extraction_->getRemainderForNote(note, body.bytes);
 }
 
+void PDXIOS9NoteDatabaseReader::connectToFiles_() {
+  if (extraction_ != nullptr) return;
+  if (files_ == nullptr) getFilesInNotesDomain();
+  if (attachmentFolder_.empty())
+    attachmentFolder_ = PDXFiles::joined(PDXDeviceData::TemporaryExtractPath(), "attachments");
+  extraction_ = std::make_unique<PDXNoteMediaExtraction>(*store_, *columns_, *deviceBackup_, *files_,
+                                                         attachmentFolder_);
+}
+
 void PDXIOS9NoteDatabaseReader::getFilesInNotesDomain() {
   if (deviceBackup_ != nullptr) files_ = std::make_shared<PDXNoteFiles>(PDXNoteFiles::of(*deviceBackup_));
-  // So that readers for other threads, which share the store, find it made.
-  if (connectToDataSource_()) addMissingIndex_("ZICCLOUDSYNCINGOBJECT", "ZIDENTIFIER");
+  // Readers for other threads, which share the store, find the indexes made.
+  if (!connectToDataSource_()) return;
+  for (const char* column : {"ZIDENTIFIER", "ZNOTE", "ZPARENTATTACHMENT"})
+    addMissingIndex_("ZICCLOUDSYNCINGOBJECT", column);
 }
 
 std::vector<PDXIOS9NoteDetail> PDXIOS9NoteDatabaseReader::getNonAppleAccountNotes_() const {

@@ -62,6 +62,7 @@ class PDXIOS9NoteDatabaseReader {
   using Folders = std::unordered_map<std::int64_t, PDXNoteFolderDetail>;
 
   bool connectToDataSource_();
+  void connectToFiles_();
   void addMissingIndex_(const char* table, const char* column) const;
   Accounts getDictionaryOfAccounts_() const;
   std::vector<PDXIOS9NoteDetail> loadNotesAndLinkWithAccounts_(const Accounts& accounts) const;

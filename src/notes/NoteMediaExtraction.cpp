@@ -22,6 +22,7 @@ struct PDXNoteMediaExtraction::Attachment {
   std::string identifier;
   std::int64_t mediaId = 0;
   std::string name;  ///< Its title, web address or text; "" when it has none.
+  std::string type;  ///< A type identifier.
 };
 
 /// The row of an attachment's file.
@@ -75,12 +76,23 @@ std::string mediaRowQuery(const PDXNoteStoreColumns& columns) {
          " FROM ZICCLOUDSYNCINGOBJECT WHERE Z_PK == ?";
 }
 
-/// @param column  what an attachment is found by.
-std::string attachmentQuery(const PDXNoteStoreColumns& columns, const char* column) {
+/// @param column     what an attachment is found by; none is found where the store does not have it.
+/// @param condition  what else it fulfils.
+std::string attachmentQuery(const PDXNoteStoreColumns& columns, const char* column,
+                            const std::string& condition = "1") {
+  const bool hasColumn = columns.columnOrNull(column) == column;
   return "SELECT Z_PK, ZIDENTIFIER, " + columns.columnOrNull("ZMEDIA") + ", COALESCE(" +
          columns.columnOrNull("ZURLSTRING") + ", " + columns.columnOrNull("ZALTTEXT") + ", " +
-         columns.columnOrNull("ZTITLE") + ") FROM ZICCLOUDSYNCINGOBJECT WHERE " +
-         columns.columnOrNull(column) + " == ?";
+         columns.columnOrNull("ZTITLE") + "), " + columns.columnOrNull("ZTYPEUTI") +
+         " FROM ZICCLOUDSYNCINGOBJECT WHERE " +
+         (hasColumn ? column + std::string(" == ?") : "?1 IS NULL AND 0") + " AND " + condition;
+}
+
+/// What belongs to a note and is no part of another attachment.
+std::string ofNoteQuery(const PDXNoteStoreColumns& columns) {
+  return attachmentQuery(
+      columns, "ZNOTE",
+      columns.isKept + " AND " + columns.columnOrNull("ZPARENTATTACHMENT") + " IS NULL ORDER BY Z_PK");
 }
 
 /// The text as the pieces should have it: a first byte that counts as part of the length is none of it.
@@ -114,6 +126,19 @@ std::vector<std::string> linesNotShown(std::string_view text, const std::vector<
   return lines;
 }
 
+/// The attachments that stand on the page, and those whose files are known to be missing.
+std::unordered_set<std::string> shownIn(const std::vector<PDXNoteContent>& content) {
+  std::unordered_set<std::string> shown;
+  for (const PDXNoteContent& each : content) {
+    const auto* piece = std::get_if<PDXMediaNoteContent>(&each);
+    if (piece == nullptr) continue;
+    const bool hasOwnFile = piece->contentFormat == Format::Media || piece->contentFormat == Format::Video;
+    const bool hasMedia = piece->mediaData && piece->mediaData->mediaId != 0;
+    if (!piece->fileName.empty() || (hasMedia && hasOwnFile)) shown.insert(piece->identifier);
+  }
+  return shown;
+}
+
 std::string accountIdOf(const PDXIOS9NoteDetail& note) {
   return note.accountDetail ? note.accountDetail->identifier : "";
 }
@@ -129,7 +154,8 @@ PDXNoteMediaExtraction::PDXNoteMediaExtraction(const PDXSQLiteDatabase& store,
       mediaData_(store.prepare(mediaDataQuery(columns))),
       mediaRow_(store.prepare(mediaRowQuery(columns))),
       attachmentRow_(store.prepare(attachmentQuery(columns, "ZIDENTIFIER"))),
-      parts_(store.prepare(attachmentQuery(columns, "ZPARENTATTACHMENT"))) {}
+      parts_(store.prepare(attachmentQuery(columns, "ZPARENTATTACHMENT", columns.isKept))),
+      ofNote_(store.prepare(ofNoteQuery(columns))) {}
 
 void PDXNoteMediaExtraction::getMediaForNote(PDXIOS9NoteDetail& note) {
   note_ = &note;
@@ -313,26 +339,26 @@ PDXNoteMediaExtraction::processImageFileWithIdentifierSourceFileTypeOrientation_
   return PDXFiles::rename(raw, unchanged) ? Copied{unchanged, fileType} : Copied{};
 }
 
+PDXNoteMediaExtraction::Attachment PDXNoteMediaExtraction::attachmentOf_(const PDXSQLiteStatement& rows) {
+  return {rows.int64(0), rows.text(1), rows.int64(2), rows.text(3), rows.text(4)};
+}
+
 std::optional<PDXNoteMediaExtraction::Attachment> PDXNoteMediaExtraction::attachmentWith_(
     const std::string& identifier) {
   std::optional<Attachment> attachment;
   attachmentRow_.bind(1, std::string_view(identifier));
-  if (attachmentRow_.step()) {
-    attachment = {attachmentRow_.int64(0), attachmentRow_.text(1), attachmentRow_.int64(2),
-                  attachmentRow_.text(3)};
-  }
+  if (attachmentRow_.step()) attachment = attachmentOf_(attachmentRow_);
   attachmentRow_.reset();
   return attachment;
 }
 
-/// What an attachment is made of, as the pages of a scanned document.
-std::vector<PDXNoteMediaExtraction::Attachment> PDXNoteMediaExtraction::partsOf_(
-    const Attachment& attachment) {
-  std::vector<Attachment> parts;
-  parts_.bind(1, attachment.row);
-  while (parts_.step()) parts.push_back({parts_.int64(0), parts_.text(1), parts_.int64(2), parts_.text(3)});
-  parts_.reset();
-  return parts;
+std::vector<PDXNoteMediaExtraction::Attachment> PDXNoteMediaExtraction::attachmentsWith_(
+    PDXSQLiteStatement& rows, std::int64_t owner) {
+  std::vector<Attachment> attachments;
+  rows.bind(1, owner);
+  while (rows.step()) attachments.push_back(attachmentOf_(rows));
+  rows.reset();
+  return attachments;
 }
 
 /// Copies the attachment's file, or the picture that the device drew of it. False when there is neither.
@@ -354,16 +380,17 @@ bool PDXNoteMediaExtraction::addExtraFile_(const Attachment& attachment, const s
   return true;
 }
 
-void PDXNoteMediaExtraction::addUnreached_(const std::string& identifier, const std::string& type,
-                                           const std::string& accountId) {
-  const auto attachment = attachmentWith_(identifier);
-  bool hasFile = attachment && addExtraFile_(*attachment, accountId);
-  for (const Attachment& part : attachment ? partsOf_(*attachment) : std::vector<Attachment>()) {
-    if (addExtraFile_(part, accountId)) hasFile = true;
+/// An attachment may be made of others, as a scanned document is of its pages.
+void PDXNoteMediaExtraction::addUnreached_(const Attachment& attachment, const std::string& accountId) {
+  bool hasFile = addExtraFile_(attachment, accountId);
+  if (attachment.row != 0) {
+    for (const Attachment& part : attachmentsWith_(parts_, attachment.row)) {
+      if (addExtraFile_(part, accountId)) hasFile = true;
+    }
   }
-  const std::string name = attachment && !attachment->name.empty() ? " \"" + attachment->name + "\"" : "";
+  const std::string name = attachment.name.empty() ? "" : " \"" + attachment.name + "\"";
   note_->unreached.push_back({.what = "part of a note",
-                              .where = type + name,
+                              .where = attachment.type + name,
                               .why = hasFile ? "the page does not show it; its file lies beside the page"
                                              : "the page does not show it"});
 }
@@ -371,24 +398,21 @@ void PDXNoteMediaExtraction::addUnreached_(const std::string& identifier, const 
 void PDXNoteMediaExtraction::getRemainderForNote(PDXIOS9NoteDetail& note,
                                                  std::span<const std::uint8_t> body) {
   note_ = &note;
-  const auto record = PDXNoteBodyRecord::of(body);
-  if (!record) return;
-  for (std::string& line : linesNotShown(record->text, note.content)) {
+  const PDXNoteBodyRecord record = PDXNoteBodyRecord::of(body).value_or(PDXNoteBodyRecord());
+  for (std::string& line : linesNotShown(record.text, note.content)) {
     note.unreached.push_back(
         {.what = "line of a note", .where = std::move(line), .why = "the page does not show it"});
   }
-  // Those with a media row and without a file are known to be missing.
-  std::unordered_set<std::string> known;
-  for (const PDXNoteContent& content : note.content) {
-    const auto* piece = std::get_if<PDXMediaNoteContent>(&content);
-    if (piece == nullptr) continue;
-    const bool hasMedia = piece->mediaData && piece->mediaData->mediaId != 0;
-    const bool hasOwnFile = piece->contentFormat == Format::Media || piece->contentFormat == Format::Video;
-    if (!piece->fileName.empty() || (hasMedia && hasOwnFile)) known.insert(piece->identifier);
+  auto known = shownIn(note.content);
+  const std::string accountId = accountIdOf(note);
+  for (const PDXNoteBodyAttachment& named : record.attachments) {
+    const std::string identifier = PDXText::valid(std::string(named.identifier));
+    if (!known.insert(identifier).second) continue;
+    Attachment attachment = attachmentWith_(identifier).value_or(Attachment());
+    attachment.type = PDXText::valid(std::string(named.type));
+    addUnreached_(attachment, accountId);
   }
-  for (const PDXNoteBodyAttachment& attachment : record->attachments) {
-    const std::string identifier = PDXText::valid(std::string(attachment.identifier));
-    if (known.insert(identifier).second)
-      addUnreached_(identifier, PDXText::valid(std::string(attachment.type)), accountIdOf(note));
+  for (const Attachment& attachment : attachmentsWith_(ofNote_, note.noteId)) {
+    if (known.insert(attachment.identifier).second) addUnreached_(attachment, accountId);
   }
 }

@@ -29,9 +29,9 @@ class PDXNoteMediaExtraction {
   /// Copies the attachments of all pieces.
   void getMediaForNote(PDXIOS9NoteDetail& note);
 
-  /// Finds what the note's own record holds and its pieces do not show, names it in the note, and copies the
-  /// files that belong to it.
-  /// @param body  the unpacked body.
+  /// Finds what the note's own record and the store hold of the note and its pieces do not show, names it in
+  /// the note, and copies the files that belong to it.
+  /// @param body  the unpacked body; empty when it cannot be read.
   void getRemainderForNote(PDXIOS9NoteDetail& note, std::span<const std::uint8_t> body);
 
   /// The path of the largest preview; "" when there is none. Sizes are told by what follows the last "-" of a
@@ -62,9 +62,10 @@ class PDXNoteMediaExtraction {
   MediaFile mediaFile_(std::int64_t mediaId);
   std::string pathOfMedia_(const MediaFile& file, const std::string& accountId) const;
   std::optional<Attachment> attachmentWith_(const std::string& identifier);
-  std::vector<Attachment> partsOf_(const Attachment& attachment);
+  static Attachment attachmentOf_(const PDXSQLiteStatement& rows);
+  static std::vector<Attachment> attachmentsWith_(PDXSQLiteStatement& rows, std::int64_t owner);
   bool addExtraFile_(const Attachment& attachment, const std::string& accountId);
-  void addUnreached_(const std::string& identifier, const std::string& type, const std::string& accountId);
+  void addUnreached_(const Attachment& attachment, const std::string& accountId);
   std::string localPath_(const std::string& name) const;
   bool copy_(const std::string& source, const std::string& destination);
 
@@ -74,6 +75,7 @@ class PDXNoteMediaExtraction {
   PDXSQLiteStatement mediaData_;
   PDXSQLiteStatement mediaRow_;
   PDXSQLiteStatement attachmentRow_;
-  PDXSQLiteStatement parts_;
+  PDXSQLiteStatement parts_;           ///< Of an attachment.
+  PDXSQLiteStatement ofNote_;          ///< All attachments of a note.
   PDXIOS9NoteDetail* note_ = nullptr;  ///< The one that is worked on.
 };
