@@ -5,6 +5,7 @@
 #include "samples/AddressBook.h"
 #include "samples/BackupFolder.h"
 #include "samples/Messages.h"
+#include "samples/Notes.h"
 #include "samples/OtherFiles.h"
 #include "samples/People.h"
 #include "samples/Random.h"
@@ -46,6 +47,8 @@ std::string addContent(PDXSampleBackupFolder& folder, const PDXSampleOptions& op
   PDXSampleOtherFiles::addPreferences(folder);
   PDXSampleOtherFiles::addPhotographs(folder, options.seed, stop);
   PDXSampleOtherFiles::addApplications(folder);
+  why = PDXSampleNotes::write(folder, options.seed, stop);
+  if (!why.empty()) return why;
   folder.addFoldersAbove();
   return "";
 }

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/Bytes.h"
+#include "platform/Date.h"
 
 /// Files and folders. Paths are UTF-8. Nothing here throws: a failure is false, nothing or an empty text.
 namespace PDXFiles {
@@ -60,6 +61,12 @@ bool makePrivateFolder(const std::string& path);
 /// Makes a folder that only its owner may enter and whose name begins so. Its path; "" when it cannot be
 /// made.
 std::string makeUniqueFolder(const std::string& pathPrefix);
+
+/// Gives a file another name in the same file system, replacing what has it. False when that failed.
+bool rename(const std::string& from, const std::string& to);
+
+/// Sets the moment at which a file says that it was last changed. False when the system refuses.
+bool setLastModified(const std::string& path, PDXDate date);
 
 /// Removes a file, a link or an empty folder; what is not there is no failure.
 bool remove(const std::string& path);

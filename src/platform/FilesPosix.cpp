@@ -232,6 +232,19 @@ std::string makeUniqueFolder(const std::string& pathPrefix) {
   return ::mkdtemp(path.data()) == nullptr ? "" : path;
 }
 
+bool rename(const std::string& from, const std::string& to) {
+  return ::rename(from.c_str(), to.c_str()) == 0;
+}
+
+bool setLastModified(const std::string& path, PDXDate date) {
+  const auto seconds = std::chrono::floor<std::chrono::seconds>(date);
+  timespec times[2] = {};
+  times[0].tv_nsec = UTIME_OMIT;
+  times[1].tv_sec = seconds.time_since_epoch().count();
+  times[1].tv_nsec = std::chrono::nanoseconds(date - seconds).count();
+  return ::utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW) == 0;
+}
+
 bool remove(const std::string& path) {
   std::error_code failed;
   fs::remove(path, failed);

@@ -159,6 +159,7 @@ std::optional<PDXJpegHead> headOf(const PDXBytes& jpeg) {
     head.width = number(segment.begin + 3);
   });
   head.orientation = orientation.value_or(1);
+  head.tellsOrientation = orientation.has_value();
   return head;
 }
 

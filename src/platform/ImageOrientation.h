@@ -12,6 +12,9 @@ struct PDXJpegHead {
   /// nonsense. Source: EXIF tag 0x0112 of the first directory.
   int orientation = 1;
 
+  /// Whether the file says anything of its orientation.
+  bool tellsOrientation = false;
+
   std::uint32_t width = 0;   ///< Pixels as they are stored; 0 without a frame header.
   std::uint32_t height = 0;  ///< Likewise.
 

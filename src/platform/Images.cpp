@@ -6,7 +6,9 @@
 #include <cstdlib>
 #include <memory>
 #include <string_view>
+#include <vector>
 
+#include "platform/Files.h"
 #include "platform/ImageLimits.h"
 
 namespace {
@@ -93,6 +95,21 @@ vips::VImage turnedImage(const vips::VImage& picture, int orientation) {
   }
 }
 
+/// How the picture says that it has to be turned; nothing when it does not. Decoders of one format turn the
+/// pixels by themselves and keep the mark.
+std::optional<int> ownOrientation(const std::string& path, const vips::VImage& image) {
+  if (PDXImages::extensionFor(PDXFiles::readBeginning(path, 256)) == "heic") return 1;
+  if (image.get_typeof(VIPS_META_ORIENTATION) == 0) return std::nullopt;
+  const int orientation = image.get_int(VIPS_META_ORIENTATION);
+  return orientation >= 1 && orientation <= 8 ? orientation : 1;
+}
+
+/// On white, since the format knows nothing that can be seen through.
+vips::VImage withoutHoles(const vips::VImage& image) {
+  if (!image.has_alpha()) return image;
+  return image.flatten(vips::VImage::option()->set("background", std::vector<double>{255}));
+}
+
 bool hasAt(const PDXBytes& bytes, std::size_t at, std::string_view text) {
   return bytes.size() >= at + text.size() &&
          std::equal(text.begin(), text.end(), bytes.begin() + static_cast<std::ptrdiff_t>(at),
@@ -162,10 +179,40 @@ std::optional<PDXBytes> turned(const std::string& path, PDXPictureFormat format,
   }
 }
 
+std::optional<PDXBytes> converted(const std::string& path, PDXPictureFormat format, int orientation) {
+  if (!start()) return std::nullopt;
+  try {
+    vips::VImage image = vips::VImage::new_from_file(
+        path.c_str(),
+        vips::VImage::option()->set("access", VIPS_ACCESS_SEQUENTIAL)->set("fail_on", VIPS_FAIL_ON_WARNING));
+    const auto pixels =
+        static_cast<std::uint64_t>(image.width()) * static_cast<std::uint64_t>(image.height());
+    if (pixels > PDXImageLimits::kMostPixels) return std::nullopt;
+    const auto turn = PDXImageLimits::turnFor(pixels);
+    image = turnedImage(image, ownOrientation(path, image).value_or(orientation));
+    if (format == PDXPictureFormat::jpeg) image = withoutHoles(image);
+    image = image.copy();
+    for (const char* mark : {VIPS_META_ORIENTATION, "exif-ifd0-Orientation"}) image.remove(mark);
+    void* buffer = nullptr;
+    std::size_t size = 0;
+    vips::VOption* options = vips::VImage::option();
+    if (format == PDXPictureFormat::jpeg)
+      options->set("Q", 100)->set("subsample_mode", VIPS_FOREIGN_SUBSAMPLE_OFF);
+    image.write_to_buffer(suffixFor(format), &buffer, &size, options);
+    return takenFrom(buffer, size);
+  } catch (const vips::VError&) {
+    vips_error_clear();
+    return std::nullopt;
+  }
+}
+
 std::string extensionFor(const PDXBytes& picture) {
   if (hasAt(picture, 0, "\xFF\xD8\xFF")) return "jpg";
   if (hasAt(picture, 0, "\x89PNG")) return "png";
   if (hasAt(picture, 0, "GIF8")) return "gif";
+  if (hasAt(picture, 0, std::string_view("II*\0", 4)) || hasAt(picture, 0, std::string_view("MM\0*", 4)))
+    return "tiff";
+  if (hasAt(picture, 0, "RIFF") && hasAt(picture, 8, "WEBP")) return "webp";
   if (hasAt(picture, 4, "ftyp")) return extensionOfBoxes(picture);
   return "";
 }

@@ -29,8 +29,14 @@ std::optional<PDXBytes> encoded(const PDXRaster& raster, PDXPictureFormat format
 /// @return nothing when the file is cut, damaged, larger than its kind may be or of another format.
 std::optional<PDXBytes> turned(const std::string& path, PDXPictureFormat format, int orientation);
 
-/// The file extension ("jpg", "png", "heic", "avif", "gif") that the first bytes of a picture call for; ""
-/// when they are no picture's. Some 64 bytes are enough.
+/// The picture in a JPEG, PNG, GIF, HEIC, TIFF or WebP file as a JPEG of the highest quality or a PNG,
+/// upright. Its metadata stays.
+/// @param orientation  1 to 8: how to turn a picture that does not say so itself.
+/// @return nothing when the file is cut, damaged, too large or of another format.
+std::optional<PDXBytes> converted(const std::string& path, PDXPictureFormat format, int orientation);
+
+/// The file extension ("jpg", "png", "heic", "avif", "gif", "tiff", "webp") that the first bytes of a picture
+/// call for; "" when they are no picture's. Some 64 bytes are enough.
 std::string extensionFor(const PDXBytes& picture);
 
 /// Starts the image library when it has not been yet. False when it cannot be used.

@@ -231,6 +231,16 @@ std::int64_t PDXSQLiteStatement::int64(int column) const {
   return has_(column) ? sqlite3_column_int64(statement_.get(), column) : 0;
 }
 
+double PDXSQLiteStatement::real(int column) const {
+  return has_(column) ? sqlite3_column_double(statement_.get(), column) : 0;
+}
+
+bool PDXSQLiteStatement::isNumber(int column) const {
+  if (!has_(column)) return false;
+  const int type = sqlite3_column_type(statement_.get(), column);
+  return type == SQLITE_INTEGER || type == SQLITE_FLOAT;
+}
+
 std::string PDXSQLiteStatement::text(int column) const {
   return PDXText::valid(std::string(textInPlace(column)));
 }

@@ -102,6 +102,8 @@ class PDXSQLiteStatement {
   std::string columnName(int column) const;
   bool isNull(int column) const;
   std::int64_t int64(int column) const;  ///< NULL reads as 0.
+  double real(int column) const;         ///< NULL reads as 0.
+  bool isNumber(int column) const;       ///< Whether it is stored as one, whole or not.
   std::string text(int column) const;    ///< Valid UTF-8, U+0000 included; NULL reads as "".
   PDXBytes blob(int column) const;       ///< NULL reads as empty.
 

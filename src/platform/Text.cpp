@@ -103,6 +103,18 @@ std::string valid(std::string bytes) {
   return repaired.append(bytes, copied);
 }
 
+bool isValid(std::string_view bytes) {
+  std::size_t position = 0;
+  while (position < bytes.size()) {
+    if (static_cast<unsigned char>(bytes[position]) < 0x80) {
+      ++position;
+    } else if (PDXCharacters::nextOrError(bytes, position) < 0) {
+      return false;
+    }
+  }
+  return true;
+}
+
 std::string fromUtf16(std::u16string_view text) {
   std::string result;
   icu::UnicodeString(false, text.data(), static_cast<std::int32_t>(text.size())).toUTF8String(result);

@@ -15,6 +15,9 @@ bool isAscii(std::string_view text);
 /// character one for all its bytes.
 std::string valid(std::string bytes);
 
+/// Whether the bytes are UTF-8.
+bool isValid(std::string_view bytes);
+
 /// UTF-16 code units as UTF-8; lone surrogates become U+FFFD.
 std::string fromUtf16(std::u16string_view text);
 

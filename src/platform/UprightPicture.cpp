@@ -70,12 +70,27 @@ Why writeTurned(const std::string& from, const PDXJpegHead& head, const std::str
   return writeEncoded(from, PDXPictureFormat::jpeg, head.orientation, to);
 }
 
-Why writeJpeg(const std::string& from, const std::string& to) {
-  const auto head = headOfFile(from);
+/// @param orientation  that of a picture that does not tell its own.
+Why writeJpeg(const std::string& from, const std::string& to, int orientation = 1) {
+  auto head = headOfFile(from);
   if (!head || !head->reachesPixels) return kDamaged;
+  if (!head->tellsOrientation) head->orientation = orientation;
   if (head->orientation != 1) return writeTurned(from, *head, to);
-  const auto copied = PDXFiles::copy(from, to);
-  return copied ? Why() : copied.why;
+  const auto result = PDXFiles::copy(from, to);
+  return result ? Why() : result.why;
+}
+
+/// Through pixels, for every other pair of formats.
+Why writeConverted(const std::string& from, PDXPictureFormat format, int orientation, const std::string& to) {
+  auto converted = PDXImages::converted(from, format, orientation);
+  if (!converted) return kDamaged;
+  return format == PDXPictureFormat::jpeg ? writeUpright(std::move(*converted), to)
+                                          : writeBytes(*converted, to);
+}
+
+Why copied(const std::string& from, const std::string& to) {
+  const auto result = PDXFiles::copy(from, to);
+  return result ? Why() : result.why;
 }
 
 }  // namespace
@@ -95,6 +110,19 @@ std::optional<std::string> write(const std::string& from, const std::string& to)
   // Decoders of this format turn the pixels by themselves.
   if (format == "heic") return writeEncoded(from, PDXPictureFormat::heic, 1, to);
   return "it is neither a JPEG nor a HEIC picture";
+}
+
+bool isPicture(const std::string& path) {
+  const std::string format = formatOf(path);
+  return !format.empty() && format != "avif";
+}
+
+Why writeAs(const std::string& from, PDXPictureFormat format, int orientation, const std::string& to) {
+  const std::string stored = formatOf(from);
+  const int turn = orientation >= 1 && orientation <= 8 ? orientation : 1;
+  if (format == PDXPictureFormat::jpeg && stored == "jpg") return writeJpeg(from, to, turn);
+  if (format == PDXPictureFormat::png && stored == "png" && turn == 1) return copied(from, to);
+  return writeConverted(from, format, turn, to);
 }
 
 }  // namespace PDXUprightPicture

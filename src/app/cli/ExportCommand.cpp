@@ -41,14 +41,15 @@ class ExportCommand final : public PDXCommand {
   void addOptions(CLI::App& app) override {
     backupOptions_.addTo(app);
     app.add_option("KIND", options_.kinds,
-                   "What to export: messages, contacts. Everything that is built when left out");
+                   "What to export: messages, contacts, notes. Everything that is built when left out");
     app.add_option("--to", options_.outputFolder, "The folder to write into; made when missing")->required();
     range_.addTo(app);
     app.add_option("--conversation", options_.conversations,
                    "Only the conversation of this title (repeatable)")
         ->take_all()
         ->expected(1);
-    app.add_option("--format", format_, "html; text is not built yet");
+    app.add_option("--format", formats_, "html, text or both, separated by a comma; text for notes only")
+        ->delimiter(',');
     addPageOptions(app);
     app.add_option("--jobs", options_.jobs, "Worker threads")->check(CLI::Range(1U, 256U));
   }
@@ -82,9 +83,23 @@ class ExportCommand final : public PDXCommand {
       if (auto mistake = exportKindMistake(kind)) return mistake;
     }
     if (options_.outputFolder.empty()) return "--to names no folder";
-    if (format_ != "html")
-      return "the format \"" + format_ + "\" is not built yet: leave out --format, or say html";
+    if (auto mistake = formatMistake()) return mistake;
     return range_.mistake();
+  }
+
+  bool hasFormat(const std::string& format) const {
+    return std::find(formats_.begin(), formats_.end(), format) != formats_.end();
+  }
+
+  std::optional<std::string> formatMistake() const {
+    for (const std::string& format : formats_) {
+      if (format != "html" && format != "text")
+        return "there is no format \"" + format + "\": say html, text or html,text";
+    }
+    const bool isOnlyNotes = options_.kinds == std::vector<std::string>{"notes"};
+    if (hasFormat("text") && !isOnlyNotes)
+      return "text is built for notes only: name that kind alone, or leave out --format";
+    return std::nullopt;
   }
 
   PDXExitStatus exportTo(PDXCommandContext& context, const PDXBackupInformation& information,
@@ -92,6 +107,8 @@ class ExportCommand final : public PDXCommand {
     options_.startDate = range_.startDate();
     options_.endDate = range_.endDate();
     options_.searchTerm = range_.search;
+    options_.writesHtml = hasFormat("html");
+    options_.writesText = hasFormat("text");
     options_.outputFolder = PDXFiles::absolute(options_.outputFolder);
     const std::stop_callback close(context.stop, [&deviceData] { deviceData.setAppIsClosing(true); });
     PDXExportJob job(deviceData, information, options_);
@@ -139,8 +156,28 @@ class ExportCommand final : public PDXCommand {
     }
   }
 
-  void summarise(const PDXConsole& console, const PDXKindReport& kind) const {
+  static void summariseNotes(const PDXConsole& console, const PDXKindReport& kind) {
+    const PDXNotesReport& notes = *kind.notes;
+    console.note(fmt::format("{}: {}, {}", kind.title, counted(kind.written.size(), "note", "notes"),
+                             counted(kind.attachmentCount(), "attachment", "attachments")));
+    if (notes.rows && notes.rows->leftOutRows() > 0) {
+      console.note(fmt::format("  {} left out: {}", counted(notes.rows->leftOutRows(), "note", "notes"),
+                               notes.rows->leftOutText()));
+    }
+    if (notes.rows && notes.rows->unaccounted != 0) {
+      PDXConsole::error(
+          fmt::format("{} notes are unaccounted for: export.json has the figures", notes.rows->unaccounted));
+    }
+    if (!notes.unreached.empty()) {
+      console.note(fmt::format("  {} not on the pages: export.json names them",
+                               counted(notes.unreached.size(), "part of a note is", "parts of notes are")));
+    }
+    summariseProblems(console, kind);
+  }
+
+  static void summarise(const PDXConsole& console, const PDXKindReport& kind) {
     if (kind.rows) return summariseFiles(console, kind);
+    if (kind.notes) return summariseNotes(console, kind);
     console.note(fmt::format("{}: {}, {}, {}", kind.title,
                              counted(kind.written.size(), "conversation", "conversations"),
                              counted(kind.messageCount(), "message", "messages"),
@@ -150,13 +187,17 @@ class ExportCommand final : public PDXCommand {
       console.note(fmt::format("  {} left out: nothing in them matches",
                                counted(kind.filtered, "conversation", "conversations")));
     }
-    if (!kind.missing.empty()) {
-      console.note(fmt::format("  {} not in the backup: export.json names them",
-                               counted(kind.missing.size(), "attachment is", "attachments are")));
-    }
     if (kind.neverDownloaded > 0) {
       console.note(fmt::format("  {} never downloaded to the device",
                                counted(kind.neverDownloaded, "attachment was", "attachments were")));
+    }
+    summariseProblems(console, kind);
+  }
+
+  static void summariseProblems(const PDXConsole& console, const PDXKindReport& kind) {
+    if (!kind.missing.empty()) {
+      console.note(fmt::format("  {} not in the backup: export.json names them",
+                               counted(kind.missing.size(), "attachment is", "attachments are")));
     }
     if (!kind.notTurned.empty()) {
       console.note(fmt::format("  {} not be turned upright: export.json names them",
@@ -184,7 +225,7 @@ class ExportCommand final : public PDXCommand {
   }
 
   PDXBackupOptions backupOptions_;
-  std::string format_ = "html";
+  std::vector<std::string> formats_ = {"html"};
   PDXRangeOptions range_;
   PDXExportOptions options_ = [] {
     PDXExportOptions options;

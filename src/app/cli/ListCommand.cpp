@@ -15,6 +15,7 @@ namespace {
 
 constexpr PDXListedKind kKinds[] = {{"messages", listMessages, true, true},
                                     {"contacts", listContacts, false, true},
+                                    {"notes", listNotes, false, true},
                                     {"blocked", listBlocked, false, false}};
 
 const PDXListedKind& kindNamed(const std::string& name) {
@@ -26,7 +27,7 @@ class ListCommand final : public PDXCommand {
  public:
   void addOptions(CLI::App& app) override {
     backupOptions_.addTo(app);
-    app.add_option("KIND", kind_, "What to list: messages, contacts, blocked")->required();
+    app.add_option("KIND", kind_, "What to list: messages, contacts, notes, blocked")->required();
     app.add_flag("--json", json_, "One JSON document");
     range_.addTo(app);
   }

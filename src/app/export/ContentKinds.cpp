@@ -13,7 +13,7 @@ const std::vector<PDXContentKind>& all() {
       {"whatsapp", "WhatsApp", {PDXFeature::WhatsAppChats}, false},
       {"contacts", "Contacts", {PDXFeature::AddressBook}, true},
       {"calendars", "Calendars", {PDXFeature::Calendar}, false},
-      {"notes", "Notes", {PDXFeature::NoteStore, PDXFeature::LegacyNotes}, false},
+      {"notes", "Notes", {PDXFeature::NoteStore, PDXFeature::LegacyNotes}, true},
       {"calls", "Calls", {PDXFeature::CallHistoryStore, PDXFeature::CallHistoryLegacy}, false},
       {"bookmarks", "Bookmarks", {PDXFeature::SafariBookmarks, PDXFeature::ChromeBookmarks}, false},
       {"music", "Music", {}, false},

@@ -7,6 +7,7 @@
 #include "app/export/ContentKinds.h"
 #include "app/export/MessagesExport.h"
 #include "app/export/NearestNames.h"
+#include "app/export/NotesExport.h"
 #include "app/export/Overview.h"
 #include "backup/BackupInformation.h"
 #include "backup/DeviceData.h"
@@ -59,10 +60,15 @@ PDXExportReport PDXExportJob::run(const PDXProgressSink& progress, const std::st
     if (report.outcome == PDXExportReport::Outcome::done && !stop.stop_requested()) countRows_(kind);
     report.kinds.push_back(std::move(kind));
   }
-  if (takesContacts_() && report.outcome == PDXExportReport::Outcome::done && !stop.stop_requested()) {
+  const auto goesOn = [&] {
+    return report.outcome == PDXExportReport::Outcome::done && !stop.stop_requested();
+  };
+  if (takesWholeKind_("contacts") && goesOn()) {
     report.kinds.push_back(
         PDXContactsExport::run(deviceData_, options_.outputFolder, options_.searchTerm, report));
   }
+  if (takesWholeKind_("notes") && goesOn())
+    report.kinds.push_back(PDXNotesExport::run(deviceData_, options_, report, progress, stop));
   for (const PDXContentKind& kind : PDXContentKinds::all()) {
     const bool isHeld = PDXContentKinds::isHeldBy(deviceData_, kind);
     const bool isNamed =
@@ -86,11 +92,12 @@ void PDXExportJob::countRows_(PDXKindReport& kind) const {
   }
 }
 
-bool PDXExportJob::takesContacts_() const {
+/// Whether the options take a kind that has no conversations.
+bool PDXExportJob::takesWholeKind_(const std::string& kind) const {
   // Who asks for one conversation does not ask for the address book as well.
   const bool asksForConversations = options_.kinds.empty() && !options_.conversations.empty();
-  return takes_("contacts") && !asksForConversations &&
-         PDXContentKinds::isHeldBy(deviceData_, *PDXContentKinds::named("contacts"));
+  return takes_(kind) && !asksForConversations &&
+         PDXContentKinds::isHeldBy(deviceData_, *PDXContentKinds::named(kind));
 }
 
 bool PDXExportJob::takes_(const std::string& kind) const {

@@ -35,7 +35,7 @@ class PDXExportJob {
  private:
   bool takes_(const std::string& kind) const;
   void countRows_(PDXKindReport& kind) const;
-  bool takesContacts_() const;
+  bool takesWholeKind_(const std::string& kind) const;
   void writeOverview_(PDXExportReport& report) const;
 
   PDXDeviceData& deviceData_;

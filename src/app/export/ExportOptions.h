@@ -25,6 +25,9 @@ struct PDXExportOptions {
   /// Layout, order, fonts, contact numbers and pictures. Paths, dates and term come from here above.
   PDXConversationExportOptions page;
 
+  bool writesHtml = true;   ///< Pages.
+  bool writesText = false;  ///< Plain texts; of notes.
+
   /// Worker threads, at least one.
   unsigned jobs = 1;
 

@@ -34,6 +34,15 @@ struct PDXContactRows {
   std::int64_t unaccounted() const;
 };
 
+/// What an export says of notes beyond what all kinds have.
+struct PDXNotesReport {
+  /// What became of the rows of the stores; nothing when they could not be counted.
+  std::optional<PDXRowAccount> rows;
+
+  std::vector<std::string> locked;    ///< Titles of notes that a password locks.
+  std::vector<PDXProblem> unreached;  ///< Parts of written notes that their pages do not show; no failure.
+};
+
 /// What became of one content kind.
 struct PDXKindReport {
   std::string kind;   ///< As the command names it, e.g. "messages".
@@ -53,6 +62,8 @@ struct PDXKindReport {
 
   /// For kinds that are written as whole files of entries; nothing for conversations.
   std::optional<PDXContactRows> rows;
+
+  std::optional<PDXNotesReport> notes;  ///< Of notes only.
 
   std::size_t messageCount() const;
   std::size_t attachmentCount() const;

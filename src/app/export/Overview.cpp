@@ -93,8 +93,67 @@ std::string fileSection(const PDXKindReport& kind) {
   return html + "</table></section>\n";
 }
 
+/// What stands below the heading of every kind with pages.
+std::string problemLists(const PDXKindReport& kind) {
+  return problemList(counted(kind.missing.size(), "attachment is", "attachments are") + " not in the backup",
+                     kind.missing) +
+         problemList(counted(kind.unreadable.size(), "item", "items") + " could not be read",
+                     kind.unreadable) +
+         problemList(counted(kind.notTurned.size(), "picture", "pictures") + " could not be turned upright",
+                     kind.notTurned);
+}
+
+std::string leftOutNotes(const PDXNotesReport& notes) {
+  if (!notes.rows) return "<p class=\"note\">The notes in the store could not be counted</p>\n";
+  std::string html;
+  if (const std::size_t leftOut = notes.rows->leftOutRows(); leftOut > 0) {
+    html += "<p class=\"note\">" + counted(leftOut, "note", "notes") +
+            " left out: " + PDXText::escapedForHtml(notes.rows->leftOutText()) + "</p>\n";
+  }
+  if (notes.rows->unaccounted != 0)
+    html += "<p class=\"note\">unaccounted notes: " + std::to_string(notes.rows->unaccounted) + "</p>\n";
+  return html;
+}
+
+/// "On My iPhone, Holidays" for a note in these folders.
+std::string foldersOf(const PDXExportedItem& item) {
+  const std::size_t first = item.path.find('/');
+  const std::size_t second = item.path.find('/', first + 1);
+  const std::size_t third = item.path.find('/', second + 1);
+  if (third == std::string::npos) return "";
+  return item.path.substr(first + 1, second - first - 1) + ", " +
+         item.path.substr(second + 1, third - second - 1);
+}
+
+std::string noteRow(const PDXExportedItem& item) {
+  const std::string attachments =
+      item.attachments == 0 ? "" : counted(item.attachments, "attachment", "attachments");
+  return "<tr><td><a href=\"" + PDXText::pathForHtmlLink(item.path) + "\">" +
+         PDXText::escapedForHtml(item.title) + "</a></td><td class=\"n\">" +
+         PDXText::escapedForHtml(foldersOf(item)) + "</td><td class=\"n\">" + attachments + "</td></tr>\n";
+}
+
+std::string notesSection(const PDXKindReport& kind) {
+  std::string html = "<section id=\"" + kind.kind + "\"><h2>" + PDXText::escapedForHtml(kind.title) +
+                     "</h2>\n<p class=\"note\">" + counted(kind.written.size(), "note", "notes") + ", " +
+                     counted(kind.attachmentCount(), "attachment", "attachments") + "</p>\n" +
+                     leftOutNotes(*kind.notes);
+  std::vector<PDXProblem> locked;
+  for (const std::string& title : kind.notes->locked)
+    locked.push_back({.what = "locked", .where = title, .why = ""});
+  html += problemList(counted(locked.size(), "note is", "notes are") + " locked by a password", locked);
+  html += problemLists(kind);
+  html +=
+      problemList(counted(kind.notes->unreached.size(), "part", "parts") + " of notes are not on their pages",
+                  kind.notes->unreached);
+  html += "<table>\n";
+  for (const PDXExportedItem& item : kind.written) html += noteRow(item);
+  return html + "</table></section>\n";
+}
+
 std::string kindSection(const PDXKindReport& kind) {
   if (kind.rows) return fileSection(kind);
+  if (kind.notes) return notesSection(kind);
   std::string html = "<section id=\"" + kind.kind + "\"><h2>" + PDXText::escapedForHtml(kind.title) +
                      "</h2>\n<p class=\"note\">" +
                      counted(kind.written.size(), "conversation", "conversations") + ", " +
@@ -109,12 +168,7 @@ std::string kindSection(const PDXKindReport& kind) {
     html += "<p class=\"note\">" + counted(kind.neverDownloaded, "attachment", "attachments") +
             " never downloaded to the device</p>\n";
   }
-  html += problemList(counted(kind.missing.size(), "attachment is", "attachments are") + " not in the backup",
-                      kind.missing);
-  html +=
-      problemList(counted(kind.unreadable.size(), "item", "items") + " could not be read", kind.unreadable);
-  html += problemList(counted(kind.notTurned.size(), "picture", "pictures") + " could not be turned upright",
-                      kind.notTurned);
+  html += problemLists(kind);
   html += "<table>\n";
   for (const PDXExportedItem& item : kind.written) html += itemRow(item);
   return html + "</table></section>\n";
@@ -158,8 +212,29 @@ Json fileKindJson(const PDXKindReport& kind) {
           {"files", files}};
 }
 
+Json notesKindJson(const PDXKindReport& kind) {
+  auto pages = Json::array();
+  for (const PDXExportedItem& item : kind.written)
+    pages.push_back({{"title", item.title}, {"path", item.path}, {"attachments", item.attachments}});
+  const AccountJson account(kind.notes->rows);
+  return {{"kind", kind.kind},
+          {"found", {{"notes", kind.found}, {"rows", account.found}}},
+          {"written", {{"notes", kind.written.size()}, {"attachments", kind.attachmentCount()}}},
+          {"repeated", {{"rows", account.repeated}}},
+          {"leftOut", {{"rows", account.leftOut}}},
+          {"unaccounted", {{"rows", account.unaccounted}}},
+          {"filtered", {{"notes", kind.filtered}}},
+          {"locked", kind.notes->locked},
+          {"notOnPages", PDXBackupJson::problems(kind.notes->unreached)},
+          {"attachmentsMissing", PDXBackupJson::problems(kind.missing)},
+          {"unreadable", PDXBackupJson::problems(kind.unreadable)},
+          {"picturesNotTurned", PDXBackupJson::problems(kind.notTurned)},
+          {"pages", pages}};
+}
+
 Json kindJson(const PDXKindReport& kind) {
   if (kind.rows) return fileKindJson(kind);
+  if (kind.notes) return notesKindJson(kind);
   auto pages = Json::array();
   for (const PDXExportedItem& item : kind.written) {
     pages.push_back({{"title", item.title},

@@ -1,0 +1,347 @@
+#include "app/export/NotesExport.h"
+
+#include <algorithm>
+#include <atomic>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <thread>
+#include <utility>
+
+#include "backup/BackupNavigation.h"
+#include "backup/DeviceData.h"
+#include "notes/LegacyNoteDatabaseReader.h"
+#include "platform/FileName.h"
+#include "platform/Files.h"
+#include "platform/Text.h"
+
+namespace {
+
+constexpr const char* kFolder = "Notes";
+constexpr std::string_view kAttachments = " - Attachments";
+constexpr const char* kNoAccount = "No Account";
+constexpr const char* kNoFolder = "No Folder";
+
+using Problems = std::vector<PDXProblem>;
+
+const std::string& titleOf(const PDXAnyNote& note) {
+  return std::visit([](const auto& of) -> const std::string& { return of.title; }, note);
+}
+
+/// The folders and files of notes. Each account and folder has one of its own, whatever others are called.
+class Names {
+ public:
+  /// The path below "Notes", without extension.
+  std::string nameFor(const PDXAnyNote& note) {
+    return std::visit([&](const auto& of) { return nameFor(of.accountDetail, of.folderDetail, of.title); },
+                      note);
+  }
+
+ private:
+  struct Folder {
+    std::string name;
+    PDXUniqueFileNames notes{kAttachments.size()};
+  };
+  struct Account {
+    std::string name;
+    PDXUniqueFileNames folderNames{0};
+    std::map<std::pair<std::int64_t, std::string>, Folder> folders;
+  };
+
+  std::string nameFor(const std::optional<PDXNoteAccountDetail>& account,
+                      const std::optional<PDXNoteFolderDetail>& folder, const std::string& title) {
+    const auto id = account ? std::pair(account->accountId, account->name + "/" + account->identifier)
+                            : std::pair(std::int64_t{-1}, std::string());
+    Account& ofAccount = accounts_[id];
+    if (ofAccount.name.empty()) ofAccount.name = accountNames_.nameFor(account ? account->name : kNoAccount);
+    const auto folderId =
+        folder ? std::pair(folder->folderId, folder->name) : std::pair(std::int64_t{-1}, std::string());
+    Folder& ofFolder = ofAccount.folders[folderId];
+    if (ofFolder.name.empty())
+      ofFolder.name = ofAccount.folderNames.nameFor(folder ? folder->name : kNoFolder);
+    return ofAccount.name + "/" + ofFolder.name + "/" + ofFolder.notes.nameFor(title);
+  }
+
+  PDXUniqueFileNames accountNames_{0};
+  std::map<std::pair<std::int64_t, std::string>, Account> accounts_;
+};
+
+/// One note and the path of its files below the output folder, without extension.
+struct Task {
+  PDXAnyNote* note;
+  std::string name;
+};
+
+struct Result {
+  bool isWritten = false;
+  std::string unwritablePath;  ///< "" when all could be written.
+  std::string why;
+  std::size_t attachments = 0;
+  Problems missing;
+  Problems unreadable;
+  Problems notTurned;
+  Problems unreached;
+};
+
+/// A body that was never downloaded is nothing that the backup holds.
+void addAbsentBody(const PDXIOS9NoteDetail& note, Result& result) {
+  if (note.body == PDXNoteBody::absent)
+    result.missing.push_back(
+        {.what = "body", .where = "text", .why = "it was never downloaded to the device"});
+}
+
+/// The task's files. Says in the result what cannot be written.
+class Writer {
+ public:
+  Writer(const PDXExportOptions& options, const Task& task, Result& result)
+      : options_(options), path_(PDXFiles::joined(options.outputFolder, task.name)), result_(result) {}
+
+  void write(PDXIOS9NoteDetail& note) {
+    if (!makeFolder()) return;
+    if (options_.writesHtml && !writePage(note)) return;
+    if (options_.writesText) writeText(note);
+    addAbsentBody(note, result_);
+    result_.missing.insert(result_.missing.end(), note.missing.begin(), note.missing.end());
+    result_.unreadable = std::move(note.unreadable);
+    result_.notTurned = std::move(note.notTurned);
+    result_.unreached = std::move(note.unreached);
+  }
+
+  void write(const PDXLegacyNoteDetail& note) {
+    if (!makeFolder()) return;
+    if (options_.writesHtml) finish(pagePath(), note.htmlExportToPathTitle(pagePath(), note.title), note);
+    if (options_.writesText) writeText(note);
+    result_.unreached = note.unreached;
+  }
+
+ private:
+  std::string pagePath() const { return path_ + ".html"; }
+
+  bool makeFolder() {
+    const std::string folder = PDXFiles::folderOf(path_);
+    if (PDXFiles::makeFolders(folder)) return true;
+    fail(folder, "the folder cannot be made");
+    return false;
+  }
+
+  void fail(const std::string& path, const std::string& why) {
+    result_.unwritablePath = path;
+    result_.why = why;
+  }
+
+  template <typename Note>
+  bool finish(const std::string& path, const std::optional<std::string>& why, const Note& note) {
+    if (why) {
+      fail(path, *why);
+      return false;
+    }
+    if (note.lastModified) PDXFiles::setLastModified(path, *note.lastModified);
+    result_.isWritten = true;
+    return true;
+  }
+
+  template <typename Note>
+  void writeText(const Note& note) {
+    PDXAtomicFile file(path_ + ".txt");
+    file.append(note.plainTextRepresentation());
+    finish(file.path(), file.commit() ? std::nullopt : std::optional(file.error()), note);
+  }
+
+  bool writePage(const PDXIOS9NoteDetail& note) {
+    removeEarlier(note);
+    if (!finish(pagePath(), note.htmlExportToPathTitle(pagePath(), note.title), note)) return false;
+    PDXUniqueFileNames names(32);
+    for (const PDXNoteContent& content : note.content) {
+      const auto* piece = std::get_if<PDXMediaNoteContent>(&content);
+      if (piece == nullptr || piece->fileName.empty()) continue;
+      names.nameFor(piece->exportName);
+      ++result_.attachments;
+    }
+    for (const PDXNoteExtraFile& extra : note.extraFiles) writeExtra(extra, names);
+    return true;
+  }
+
+  /// What an earlier export left: the page's attachments are only copied where no file is.
+  void removeEarlier(const PDXIOS9NoteDetail& note) const {
+    for (const PDXNoteContent& content : note.content) {
+      const auto* piece = std::get_if<PDXMediaNoteContent>(&content);
+      if (piece != nullptr && !piece->fileName.empty())
+        PDXFiles::remove(piece->exportPathForPage(pagePath()));
+    }
+  }
+
+  void writeExtra(const PDXNoteExtraFile& extra, PDXUniqueFileNames& names) {
+    const std::string type(PDXText::pathExtension(PDXText::lastPathComponent(extra.path)));
+    std::string_view stem = extra.name;
+    if (!type.empty() && stem.ends_with("." + type)) stem.remove_suffix(type.size() + 1);
+    const std::string folder = PDXMediaNoteContent::attachmentFolderForPage(pagePath());
+    const std::string file = names.nameFor(stem) + (type.empty() ? "" : "." + type);
+    const std::string target = PDXFiles::joined(folder, file);
+    PDXFiles::makeFolders(folder);
+    const auto copied = PDXFiles::copy(extra.path, target);
+    if (!copied) return fail(target, copied.why);
+    ++result_.attachments;
+  }
+
+  const PDXExportOptions& options_;
+  std::string path_;
+  Result& result_;
+};
+
+/// Takes the tasks in order, each worker with a reader and a folder for attachments of its own.
+class Workers {
+ public:
+  Workers(const PDXNoteList& list, const PDXExportOptions& options, const PDXProgressSink& progress,
+          const std::stop_token& stop)
+      : list_(list),
+        options_(options),
+        progress_(progress),
+        stopWithUser_(stop, [this] { stop_.request_stop(); }) {}
+
+  std::vector<Result> run(const std::vector<Task>& tasks) {
+    results_.resize(tasks.size());
+    if (list_.reader != nullptr && !tasks.empty()) list_.reader->getFilesInNotesDomain();
+    std::vector<std::jthread> others;
+    const auto count = static_cast<unsigned>(std::min<std::size_t>(options_.jobs, tasks.size()));
+    for (unsigned i = 1; i < count; ++i) others.emplace_back([&, i] { work(tasks, i); });
+    work(tasks, 0);
+    others.clear();
+    return std::move(results_);
+  }
+
+ private:
+  void work(const std::vector<Task>& tasks, unsigned worker) {
+    const std::string folder =
+        PDXFiles::joined(PDXDeviceData::TemporaryExtractPath(), "attachments/" + std::to_string(worker));
+    const auto reader = list_.reader == nullptr ? nullptr : list_.reader->forAnotherThread(folder);
+    for (std::size_t i = next_++; i < tasks.size() && !stop_.stop_requested(); i = next_++) {
+      exportTask(tasks[i], reader.get(), results_[i]);
+      PDXFiles::removeTree(folder);
+      if (!results_[i].unwritablePath.empty()) stop_.request_stop();
+      const std::lock_guard guard(progressLock_);
+      if (progress_) progress_(kFolder, ++done_, tasks.size());
+    }
+  }
+
+  void exportTask(const Task& task, PDXIOS9NoteDatabaseReader* reader, Result& result) const {
+    Writer writer(options_, task, result);
+    if (const auto* legacy = std::get_if<PDXLegacyNoteDetail>(task.note)) return writer.write(*legacy);
+    auto& note = std::get<PDXIOS9NoteDetail>(*task.note);
+    reader->extractMediaForNote(note);
+    writer.write(note);
+    note.content = {};
+  }
+
+  const PDXNoteList& list_;
+  const PDXExportOptions& options_;
+  const PDXProgressSink& progress_;
+  std::stop_source stop_;
+  std::stop_callback<std::function<void()>> stopWithUser_;
+  std::vector<Result> results_;
+  std::atomic<std::size_t> next_ = 0;
+  std::mutex progressLock_;
+  std::size_t done_ = 0;
+};
+
+/// The problem with the note's title in front of the place.
+void append(Problems& target, const Problems& problems, const std::string& title) {
+  for (PDXProblem problem : problems) {
+    problem.where = title + ": " + problem.where;
+    target.push_back(std::move(problem));
+  }
+}
+
+void addTo(PDXKindReport& kind, PDXExportReport& report, const Task& task, const Result& result,
+           const PDXExportOptions& options) {
+  if (!result.unwritablePath.empty() && report.outcome == PDXExportReport::Outcome::done) {
+    report.outcome = PDXExportReport::Outcome::unwritable;
+    report.unwritablePath = result.unwritablePath;
+    report.why = result.why;
+  }
+  if (!result.isWritten) return;
+  const std::string& title = titleOf(*task.note);
+  kind.written.push_back({.title = title,
+                          .path = task.name + (options.writesHtml ? ".html" : ".txt"),
+                          .messages = 0,
+                          .attachments = result.attachments});
+  append(kind.missing, result.missing, title);
+  append(kind.unreadable, result.unreadable, title);
+  append(kind.notTurned, result.notTurned, title);
+  append(kind.notes->unreached, result.unreached, title);
+}
+
+PDXRowAccount accountOf(const PDXNoteRowCounts& counts, std::size_t written, std::size_t filtered) {
+  const std::vector<PDXRowAccount::Reason> leftOut = {
+      {"locked", counts.locked.size()},
+      {"marked for deletion", counts.deleted},
+      {"without title", counts.untitled},
+      {"of the device's own account in the older store", counts.inOwnAccount},
+      {"without text in the older store", counts.withoutBody},
+      {"filtered", filtered}};
+  PDXRowAccount account{
+      .rows = counts.rows, .repeated = counts.repeated, .leftOut = leftOut, .unaccounted = 0};
+  account.unaccounted = static_cast<std::int64_t>(counts.rows + counts.repeated) -
+                        static_cast<std::int64_t>(written + account.leftOutRows());
+  return account;
+}
+
+}  // namespace
+
+PDXNoteList PDXNotesExport::read(PDXDeviceData& deviceData) {
+  const std::string store = deviceData.databaseOfFeature(PDXFeature::NoteStore);
+  const std::string legacy = deviceData.databaseOfFeature(PDXFeature::LegacyNotes);
+  PDXNoteList list;
+  list.reader = std::make_unique<PDXIOS9NoteDatabaseReader>(store, legacy);
+  list.reader->setDeviceBackup(&deviceData);
+  if (!store.empty()) list.counts = PDXNoteRowCounts::ofStores(store, legacy);
+  // A device that never moved its notes may have an empty newer store all the same.
+  const bool livesInOlder = !legacy.empty() && (!list.counts || list.counts->isNewerEmpty);
+  auto notes = list.reader->getAllNotes();
+  if (livesInOlder) {
+    list.reader.reset();
+    list.counts = PDXNoteRowCounts::ofLegacyStore(legacy);
+    for (auto& note : PDXLegacyNoteDatabaseReader(legacy).getAllNotes())
+      list.notes.emplace_back(std::move(note));
+    return list;
+  }
+  for (auto& note : notes) list.notes.emplace_back(std::move(note));
+  return list;
+}
+
+bool PDXNotesExport::matches(const PDXAnyNote& note, const std::string& search) {
+  if (search.empty()) return true;
+  const auto& [title, text] = std::visit(
+      [](const auto& of) {
+        if constexpr (std::is_same_v<std::decay_t<decltype(of)>, PDXLegacyNoteDetail>)
+          return std::pair<const std::string&, const std::string&>(of.title, of.text);
+        else
+          return std::pair<const std::string&, const std::string&>(of.title, of.summary);
+      },
+      note);
+  return PDXText::containsIgnoringCase(title, search) || PDXText::containsIgnoringCase(text, search);
+}
+
+PDXKindReport PDXNotesExport::run(PDXDeviceData& deviceData, const PDXExportOptions& options,
+                                  PDXExportReport& report, const PDXProgressSink& progress,
+                                  const std::stop_token& stop) {
+  PDXNoteList list = read(deviceData);
+  PDXKindReport kind;
+  kind.kind = "notes";
+  kind.title = "Notes";
+  kind.found = list.notes.size();
+  kind.notes.emplace();
+  std::vector<Task> tasks;
+  Names names;
+  for (PDXAnyNote& note : list.notes) {
+    std::string name = PDXFiles::joined(kFolder, names.nameFor(note));
+    if (matches(note, options.searchTerm)) tasks.push_back({&note, std::move(name)});
+  }
+  kind.filtered = kind.found - tasks.size();
+  const auto results = Workers(list, options, progress, stop).run(tasks);
+  for (std::size_t i = 0; i < tasks.size(); ++i) addTo(kind, report, tasks[i], results[i], options);
+  if (!list.counts) return kind;
+  kind.notes->locked = list.counts->locked;
+  const bool isWhole = report.outcome == PDXExportReport::Outcome::done && !stop.stop_requested();
+  if (isWhole) kind.notes->rows = accountOf(*list.counts, kind.written.size(), kind.filtered);
+  return kind;
+}

@@ -1,0 +1,267 @@
+#include "notes/IOS9NoteDatabaseReader.h"
+
+#include <algorithm>
+#include <tuple>
+#include <utility>
+
+#include "backup/DeviceData.h"
+#include "backup/SQLiteHelper.h"
+#include "notes/IOS9NoteDataReader.h"
+#include "notes/LegacyNoteBody.h"
+#include "notes/NoteFiles.h"
+#include "notes/NoteMediaExtraction.h"
+#include "platform/Files.h"
+
+namespace {
+
+constexpr const char* kObjects = "FROM ZICCLOUDSYNCINGOBJECT WHERE Z_ENT == ";
+
+/// Nothing when the store does not say. What is no number is damaged, and costs the date alone.
+std::optional<PDXDate> dateAt(const PDXSQLiteStatement& rows, int column, const std::string& title) {
+  if (rows.isNumber(column)) return PDXIOS9NoteDatabaseReader::dateFromDatabaseLong(rows.int64(column));
+  if (!rows.isNull(column))
+    PDXLog::report(
+        {.what = "date of a note", .where = title, .why = "it is no number: " + rows.text(column)});
+  return std::nullopt;
+}
+
+/// Other accounts' notes have lines, and never attachments.
+std::vector<PDXNoteContent> linesOf(const std::string& text) {
+  constexpr std::string_view kBreak = "\r\n";
+  std::vector<PDXNoteContent> lines;
+  std::size_t at = 0;
+  for (std::size_t end = text.find(kBreak); end != std::string::npos; end = text.find(kBreak, at)) {
+    lines.emplace_back(PDXTextNoteContent{.textData = text.substr(at, end - at)});
+    at = end + kBreak.size();
+  }
+  lines.emplace_back(PDXTextNoteContent{.textData = text.substr(at)});
+  return lines;
+}
+
+std::int64_t accountOf(const PDXIOS9NoteDetail& note) {
+  return note.accountDetail ? note.accountDetail->accountId : 0;
+}
+
+const std::string& folderOf(const PDXIOS9NoteDetail& note) {
+  static const std::string none;
+  return note.folderDetail ? note.folderDetail->name : none;
+}
+
+bool comesBefore(const PDXIOS9NoteDetail& a, const PDXIOS9NoteDetail& b) {
+  const std::int64_t accountA = accountOf(a);
+  const std::int64_t accountB = accountOf(b);
+  return std::tie(accountA, folderOf(a), a.title) < std::tie(accountB, folderOf(b), b.title);
+}
+
+std::string legacyQuery(const char* key) {
+  const std::string column = std::string("account.") + key;
+  return "SELECT " + column +
+         ", account.ZNAME, note.ZTITLE, note.ZBODY, note.ZMODIFICATIONDATE, note.ZCREATIONDATE, "
+         "body.ZCONTENT "
+         "FROM ZNOTE note JOIN ZACCOUNT account ON " +
+         column + " = note.ZSTORE AND " + column + " > 1 JOIN ZNOTEBODY body ON body.Z_PK = note.ZBODY";
+}
+
+PDXIOS9NoteDetail legacyNoteOf(const PDXSQLiteStatement& rows) {
+  PDXIOS9NoteDetail note;
+  const std::string html = rows.text(6);
+  note.noteId = rows.int64(3);
+  note.title = rows.text(2);
+  note.creationDate = dateAt(rows, 5, note.title);
+  note.lastModified = dateAt(rows, 4, note.title);
+  note.accountDetail = {.accountId = rows.int64(0), .name = rows.text(1), .identifier = ""};
+  note.folderDetail = {.folderId = 0, .name = "Notes", .identifier = ""};
+  note.summary = PDXLegacyNoteBody::plainText(html);
+  note.content = linesOf(note.summary);
+  note.mediaExtracted = true;
+  note.body = PDXNoteBody::read;
+  if (PDXLegacyNoteBody::holdsAttachment(html)) {
+    note.unreached.push_back({.what = "part of a note",
+                              .where = "a picture or file in its text",
+                              .why = "the page does not show it"});
+  }
+  return note;
+}
+
+}  // namespace
+
+PDXIOS9NoteDatabaseReader::PDXIOS9NoteDatabaseReader(std::string notesDbPath, std::string legacyPath)
+    : notesDbPath_(std::move(notesDbPath)), legacyPath_(std::move(legacyPath)) {}
+
+PDXIOS9NoteDatabaseReader::~PDXIOS9NoteDatabaseReader() = default;
+
+std::unique_ptr<PDXIOS9NoteDatabaseReader> PDXIOS9NoteDatabaseReader::forAnotherThread(
+    const std::string& attachmentFolder) const {
+  auto reader = std::make_unique<PDXIOS9NoteDatabaseReader>(notesDbPath_, legacyPath_);
+  reader->deviceBackup_ = deviceBackup_;
+  reader->files_ = files_;
+  reader->attachmentFolder_ = attachmentFolder;
+  return reader;
+}
+
+bool PDXIOS9NoteDatabaseReader::connectToDataSource_() {
+  if (store_) return true;
+  if (notesDbPath_.empty() || !PDXFiles::exists(notesDbPath_)) return false;
+  store_.emplace(notesDbPath_);
+  if (const std::string why = store_->whyUnreadable(); !why.empty()) {
+    PDXLog::report({.what = "notes", .where = notesDbPath_, .why = why});
+    store_.reset();
+    return false;
+  }
+  keys_ = PDXNoteStoreKeyData(*store_);
+  columns_.emplace(*store_, keys_);
+  return true;
+}
+
+/// Devices keep these indexes. A store that has lost them would be searched from end to end for each note.
+void PDXIOS9NoteDatabaseReader::addMissingIndex_(const char* table, const char* column) const {
+  auto found = store_->prepare(
+      "SELECT 1 FROM pragma_index_list(?1) l JOIN pragma_index_info(l.name) i WHERE i.seqno = 0 AND i.name = "
+      "?2");
+  found.bind(1, std::string_view(table));
+  found.bind(2, std::string_view(column));
+  if (found.step()) return;
+  const std::string names = std::string(table) + " (" + column + ")";
+  store_->run("CREATE INDEX \"" + std::string(table) + "_" + column + "_ADDED\" ON " + names);
+}
+
+std::vector<PDXIOS9NoteDetail> PDXIOS9NoteDatabaseReader::getAllNotes() {
+  auto notes = getNotesArray();
+  std::stable_sort(notes.begin(), notes.end(), comesBefore);
+  return notes;
+}
+
+std::vector<PDXIOS9NoteDetail> PDXIOS9NoteDatabaseReader::getNotesArray() {
+  if (!connectToDataSource_()) return {};
+  auto notes = loadNotesAndLinkWithAccounts_(getDictionaryOfAccounts_());
+  if (!notes.empty()) {
+    linkNotesWithFolders_(notes, getDictionaryOfFolders_());
+    loadNoteSummaries_(notes);
+  }
+  if (legacyPath_.empty()) return notes;
+  for (PDXIOS9NoteDetail& note : getNonAppleAccountNotes_()) notes.push_back(std::move(note));
+  return notes;
+}
+
+PDXIOS9NoteDatabaseReader::Accounts PDXIOS9NoteDatabaseReader::getDictionaryOfAccounts_() const {
+  Accounts accounts;
+  auto rows = store_->prepare("SELECT Z_PK, ZNAME, ZIDENTIFIER " + std::string(kObjects) +
+                              std::to_string(keys_.accountKey));
+  while (rows.step()) accounts[rows.int64(0)] = {rows.int64(0), rows.text(1), rows.text(2)};
+  return accounts;
+}
+
+std::vector<PDXIOS9NoteDetail> PDXIOS9NoteDatabaseReader::loadNotesAndLinkWithAccounts_(
+    const Accounts& accounts) const {
+  std::vector<PDXIOS9NoteDetail> notes;
+  auto rows =
+      store_->prepare("SELECT Z_PK, " + columns_->modification + ", " + columns_->creation + ", ZTITLE1, " +
+                      columns_->account + " " + kObjects + std::to_string(keys_.noteKey) + " AND " +
+                      columns_->isKept + " AND " + columns_->isOpen + " AND ZTITLE1 IS NOT NULL;");
+  while (rows.step()) {
+    PDXIOS9NoteDetail& note = notes.emplace_back();
+    note.noteId = rows.int64(0);
+    note.title = rows.text(3);
+    note.creationDate = dateAt(rows, 2, note.title);
+    note.lastModified = dateAt(rows, 1, note.title);
+    const auto account = accounts.find(rows.int64(4));
+    if (account != accounts.end()) note.accountDetail = account->second;
+  }
+  if (!rows.error().empty()) PDXLog::report({.what = "notes", .where = notesDbPath_, .why = rows.error()});
+  return notes;
+}
+
+PDXIOS9NoteDatabaseReader::Folders PDXIOS9NoteDatabaseReader::getDictionaryOfFolders_() const {
+  Folders folders;
+  auto rows = store_->prepare("SELECT Z_PK, ZTITLE2, ZIDENTIFIER " + std::string(kObjects) +
+                              std::to_string(keys_.folderKey) + " AND " + columns_->isKept);
+  while (rows.step()) folders[rows.int64(0)] = {rows.int64(0), rows.text(1), rows.text(2)};
+  return folders;
+}
+
+void PDXIOS9NoteDatabaseReader::linkNotesWithFolders_(std::vector<PDXIOS9NoteDetail>& notes,
+                                                      const Folders& folders) const {
+  const auto folderOfNote = PDXNoteStoreColumns::foldersOfNotes(*store_, keys_);
+  for (PDXIOS9NoteDetail& note : notes) {
+    const auto row = folderOfNote.find(note.noteId);
+    const auto folder = row == folderOfNote.end() ? folders.end() : folders.find(row->second);
+    if (folder != folders.end()) note.folderDetail = folder->second;
+  }
+}
+
+void PDXIOS9NoteDatabaseReader::loadNoteSummaries_(std::vector<PDXIOS9NoteDetail>& notes) {
+  for (PDXIOS9NoteDetail& note : notes) {
+    const auto blob = getBlobDataForNote_(note.noteId);
+    if (!blob) continue;
+    std::string why;
+    note.summary = PDXIOS9NoteDataReader::readNoteText(*blob, why);
+    note.body = why.empty() ? PDXNoteBody::read : PDXNoteBody::unreadable;
+    if (!why.empty()) PDXLog::report({.what = "body of a note", .where = note.title, .why = why});
+  }
+}
+
+/// Nothing when the store holds none.
+std::optional<PDXBytes> PDXIOS9NoteDatabaseReader::getBlobDataForNote_(std::int64_t noteId) {
+  if (!blobs_) {
+    addMissingIndex_("ZICNOTEDATA", "ZNOTE");
+    blobs_.emplace(store_->prepare("SELECT ZDATA FROM ZICNOTEDATA WHERE ZNOTE == ?"));
+    if (!blobs_->isValid())
+      PDXLog::report({.what = "bodies of notes", .where = notesDbPath_, .why = blobs_->error()});
+  }
+  blobs_->bind(1, noteId);
+  PDXBytes blob;
+  if (blobs_->step()) blob = blobs_->blob(0);
+  if (blobs_->failed())
+    PDXLog::report({.what = "bodies of notes", .where = notesDbPath_, .why = blobs_->error()});
+  blobs_->reset();
+  return blob.empty() ? std::nullopt : std::optional(std::move(blob));
+}
+
+void PDXIOS9NoteDatabaseReader::extractMediaForNote(PDXIOS9NoteDetail& note) {
+  if (note.mediaExtracted || !connectToDataSource_()) return;
+  note.mediaExtracted = true;
+  const auto blob = getBlobDataForNote_(note.noteId);
+  PDXIOS9NoteDataReader::Body body = PDXIOS9NoteDataReader::readBody(blob.value_or(PDXBytes()));
+  if (!body.content.empty()) note.content = std::move(body.content);
+  if (deviceBackup_ == nullptr) return;
+  connectToFiles_();
+  extraction_->getMediaForNote(note);
+  extraction_->getRemainderForNote(note, body.bytes);
+}
+
+void PDXIOS9NoteDatabaseReader::connectToFiles_() {
+  if (extraction_ != nullptr) return;
+  if (files_ == nullptr) getFilesInNotesDomain();
+  if (attachmentFolder_.empty())
+    attachmentFolder_ = PDXFiles::joined(PDXDeviceData::TemporaryExtractPath(), "attachments");
+  extraction_ = std::make_unique<PDXNoteMediaExtraction>(*store_, *columns_, *deviceBackup_, *files_,
+                                                         attachmentFolder_);
+}
+
+void PDXIOS9NoteDatabaseReader::getFilesInNotesDomain() {
+  if (deviceBackup_ != nullptr) files_ = std::make_shared<PDXNoteFiles>(PDXNoteFiles::of(*deviceBackup_));
+  // Readers for other threads, which share the store, find the indexes made.
+  if (!connectToDataSource_()) return;
+  for (const char* column : {"ZIDENTIFIER", "ZNOTE", "ZPARENTATTACHMENT"})
+    addMissingIndex_("ZICCLOUDSYNCINGOBJECT", column);
+}
+
+std::vector<PDXIOS9NoteDetail> PDXIOS9NoteDatabaseReader::getNonAppleAccountNotes_() const {
+  std::vector<PDXIOS9NoteDetail> notes;
+  const PDXSQLiteDatabase store(legacyPath_);
+  if (const std::string why = store.whyUnreadable(); !why.empty()) {
+    PDXLog::report({.what = "notes", .where = legacyPath_, .why = why});
+    return notes;
+  }
+  if (!PDXSQLiteHelper::doesDatabaseContainTable(store, "ZNOTE")) return notes;
+  const bool hasStore =
+      PDXSQLiteHelper::doesDatabaseContainTableWithColumnNamed(store, "ZACCOUNT", "ZDEFAULTSTORE");
+  auto rows = store.prepare(legacyQuery(hasStore ? "ZDEFAULTSTORE" : "Z_PK"));
+  while (rows.step()) notes.push_back(legacyNoteOf(rows));
+  if (!rows.error().empty()) PDXLog::report({.what = "notes", .where = legacyPath_, .why = rows.error()});
+  return notes;
+}
+
+PDXDate PDXIOS9NoteDatabaseReader::dateFromDatabaseLong(std::int64_t seconds) {
+  return PDXDates::fromReferenceSeconds(seconds);
+}
