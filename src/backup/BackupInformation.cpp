@@ -9,10 +9,6 @@
 
 namespace {
 
-PDXPropertyList listIn(const std::string& folder, const char* name) {
-  return PDXPropertyList::parseFile(PDXFiles::joined(folder, name)).value_or(PDXPropertyList());
-}
-
 std::string firstNotEmpty(std::initializer_list<std::string> texts) {
   for (const std::string& text : texts) {
     if (!text.empty()) return text;
@@ -46,10 +42,17 @@ bool PDXBackupInformation::isBackupFolder(const std::string& folder) {
   return false;
 }
 
+PDXPropertyList PDXBackupInformation::listIn_(const std::string& folder, const char* name) {
+  const std::string path = PDXFiles::joined(folder, name);
+  auto list = PDXPropertyList::parseFile(path);
+  if (!list && PDXFiles::exists(path)) unreadableLists_.emplace_back(name);
+  return list.value_or(PDXPropertyList());
+}
+
 void PDXBackupInformation::readFolder_(const std::string& folder) {
-  const PDXPropertyList info = listIn(folder, "Info.plist");
-  const PDXPropertyList manifest = listIn(folder, "Manifest.plist");
-  const PDXPropertyList status = listIn(folder, "Status.plist");
+  const PDXPropertyList info = listIn_(folder, "Info.plist");
+  const PDXPropertyList manifest = listIn_(folder, "Manifest.plist");
+  const PDXPropertyList status = listIn_(folder, "Status.plist");
   const PDXPropertyList* lockdown = manifest.find("Lockdown");
   const PDXPropertyList device = lockdown == nullptr ? PDXPropertyList() : *lockdown;
 

@@ -2,8 +2,10 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/Date.h"
+#include "platform/PropertyList.h"
 
 /// What a backup says of itself, readable without a password.
 /// Sources: "Info.plist", "Manifest.plist" and "Status.plist" in the backup folder; any of them, and any key,
@@ -44,12 +46,16 @@ class PDXBackupInformation {
   /// Status.plist: SnapshotState, "finished" when all is well; "" when unknown.
   const std::string& snapshotState() const { return snapshotState_; }
 
+  /// Those of the lists that are there but are no property lists, by name.
+  const std::vector<std::string>& unreadableLists() const { return unreadableLists_; }
+
   /// Whether the state tells that the backup was broken off before its end.
   bool isUnfinished() const { return !snapshotState_.empty() && snapshotState_ != "finished"; }
 
  private:
   PDXBackupInformation() = default;
   void readFolder_(const std::string& folder);
+  PDXPropertyList listIn_(const std::string& folder, const char* name);
 
   bool isEncrypted_ = false;
   std::string version_;
@@ -59,4 +65,5 @@ class PDXBackupInformation {
   std::optional<PDXDate> lastBackupDate_;
   std::string manifestVersion_;
   std::string snapshotState_;
+  std::vector<std::string> unreadableLists_;
 };

@@ -28,7 +28,7 @@ class CheckCommand final : public PDXCommand {
     const auto found = PDXOpenedBackup::find(backupOptions_.backup, status);
     const auto deviceData = found ? found->open(backupOptions_, context.stop, status) : nullptr;
     if (deviceData == nullptr) return status;
-    found->warnIfUnfinished();
+    found->warnOfState();
     PDXBackupCheck check(*deviceData, jobs_);
     const auto progress = [&context](std::size_t done, std::size_t total) {
       context.console.progress("Files", done, total);

@@ -63,7 +63,7 @@ class ExportCommand final : public PDXCommand {
     const auto found = PDXOpenedBackup::find(backupOptions_.backup, status);
     if (found && found->refusesOutput(options_.outputFolder)) return PDXExitStatus::usage;
     const auto deviceData = found ? found->open(backupOptions_, context.stop, status) : nullptr;
-    if (deviceData != nullptr) found->warnIfUnfinished();
+    if (deviceData != nullptr) found->warnOfState();
     return deviceData == nullptr ? status : exportTo(context, found->information(), *deviceData);
   }
 

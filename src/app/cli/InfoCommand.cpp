@@ -32,7 +32,7 @@ class InfoCommand final : public PDXCommand {
     const auto found = PDXOpenedBackup::find(backupOptions_.backup, status);
     if (!found) return status;
     const auto deviceData = found->openForOverview();
-    found->warnIfUnfinished();
+    found->warnOfState();
     if (json_) {
       printJson(*found, *deviceData);
     } else {

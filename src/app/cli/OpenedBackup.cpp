@@ -93,7 +93,11 @@ std::unique_ptr<PDXDeviceData> PDXOpenedBackup::open(const PDXBackupOptions& opt
   return nullptr;
 }
 
-void PDXOpenedBackup::warnIfUnfinished() const {
+void PDXOpenedBackup::warnOfState() const {
+  for (const std::string& list : information_.unreadableLists()) {
+    PDXConsole::error("warning: " + PDXFiles::joined(path_, list) +
+                      " is damaged; what it says of the backup is not known");
+  }
   if (!information_.isUnfinished()) return;
   PDXConsole::error("warning: this backup was not finished (its state is \"" + information_.snapshotState() +
                     "\"); some of the device's content may not be in it");

@@ -32,8 +32,8 @@ class PDXOpenedBackup {
   /// error.
   bool refusesOutput(const std::string& folder) const;
 
-  /// Says on standard error that the backup was never finished, when it was not.
-  void warnIfUnfinished() const;
+  /// Says on standard error that the backup was never finished, or that a list of it is damaged.
+  void warnOfState() const;
 
   /// The same without looking at whether its content can be read.
   std::unique_ptr<PDXDeviceData> openForOverview() const;
