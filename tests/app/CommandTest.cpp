@@ -56,15 +56,17 @@ TEST_F(Command, MistakesAreOneLineAndTheirStatus) {
       {"exprot phone --to out", 2, "there is no command \"exprot\"; the nearest: \"export\""},
       {"check phone", 2, "the command \"check\" is not built yet"},
       {"export phone", 2, "--to is required"},
-      {"export phone notes --to out", 2, "\"notes\" is not built yet"},
+      {"export phone calls --to out", 2, "\"calls\" is not built yet"},
       {"export phone mesages --to out", 2, "there is no content kind \"mesages\"; the nearest: \"messages\""},
       {"export phone --to out --format text", 2, "the format \"text\" is not built yet"},
+      {"export phone notes --to out --format html,pdf", 2, "there is no format \"pdf\""},
       {"export phone --to out --from 2023-02-29", 2, "\"2023-02-29\" is no date"},
       {"export phone --to out --from 2023-02-02 --until 2023-02-01", 2, "lies before"},
       {"export phone --to out --layout big", 2, "--layout"},
       {"export phone --to out --jobs 0", 2, "--jobs"},
       {"export phone --to out --conversation 'Ann Fletchr'", 2, "the nearest: \"Ann Fletcher\""},
-      {"list phone calls", 2, "\"calls\" is not built yet: this version reads messages, contacts, blocked"},
+      {"list phone calls", 2,
+       "\"calls\" is not built yet: this version reads messages, contacts, notes, blocked"},
       {"export phone blocked --to out", 2, "\"blocked\" can be listed but not exported"},
       {"list phone contacts --from 2023-01-01", 2, "say nothing about contacts"},
       {"list phone blocked --search x", 2, "--search does not apply to blocked"},
@@ -168,6 +170,19 @@ TEST_F(Command, ListsPeopleAndBlockedNumbers) {
   EXPECT_EQ(blocked["items"][0]["number"], "+447700900991");
   EXPECT_EQ(run("list phone blocked --quiet").output,
             "+447700900991\n+447700900123\n07700 900106\n07700900871\n");
+}
+
+TEST_F(Command, ListsNotes) {
+  const auto notes = nlohmann::json::parse(run("list phone notes --json --search SCARF").output);
+  ASSERT_EQ(notes["items"].size(), 1U);
+  const auto& note = notes["items"][0];
+  EXPECT_EQ(note["title"], "Packing list");
+  EXPECT_EQ(note["accountDetail"]["name"], "Cloud");
+  EXPECT_EQ(note["folderDetail"]["name"], "Notes");
+  EXPECT_EQ(note["lastModified"], "2023-12-11T09:30:00Z");
+  const std::string all = run("list phone notes").output;
+  EXPECT_TRUE(all.starts_with("In no folder\n")) << all;
+  EXPECT_TRUE(all.ends_with("Picture by post (Post, Notes)\n16 notes, and 1 locked\n")) << all;
 }
 
 TEST_F(Command, ExportNeverChangesTheBackup) {
