@@ -109,6 +109,8 @@ Unpacked unpacked(Bytes blob) {
   if (!inflated.why.empty()) return {{}, std::move(inflated.why)};
   PDXDataReader reader(inflated.bytes);
   if (!PDXIOS9NoteDataReader::checkHeaderBytes(reader)) return {{}, kNoBody};
+  const auto lines = std::count(inflated.bytes.begin(), inflated.bytes.end(), kLineBreak);
+  if (lines > PDXIOS9NoteDataReader::kMostLines) return {{}, "it would have more than a million lines"};
   return {std::move(inflated.bytes), ""};
 }
 

@@ -26,6 +26,9 @@ class PDXIOS9NoteDataReader {
   /// A longer body is refused: no note comes near it, and a few kilobytes can be made to grow to gigabytes.
   static constexpr std::size_t kMostBytes = std::size_t{64} << 20;
 
+  /// Likewise one of more lines: each takes far more memory than its line break.
+  static constexpr std::ptrdiff_t kMostLines = 1'000'000;
+
   /// A body, unpacked once and asked for several things.
   struct Body {
     PDXBytes bytes;   ///< Unpacked; empty when it is unusable.

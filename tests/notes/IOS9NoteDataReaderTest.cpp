@@ -121,12 +121,14 @@ TEST(IOS9NoteDataReader, SaysWhyABodyIsUnusable) {
   for (const auto& c : cases) EXPECT_EQ(Reader::readBody(c.blob).why, c.why) << c.fault;
 }
 
-// Two hundred kilobytes of zeros in each of a thousand layers would fit into a message.
 TEST(IOS9NoteDataReader, RefusesToGrowWithoutBounds) {
   const PDXBytes bomb = PDXSampleNoteBody::packed(PDXBytes(Reader::kMostBytes + 1));
   EXPECT_LT(bomb.size(), std::size_t{100'000});
   EXPECT_EQ(Reader::readBody(bomb).why, "it would grow beyond 64 MB");
   EXPECT_FALSE(Reader::gzipDecompress(bomb));
+  std::string lines = header() + "\x12\x7F" + std::string(Reader::kMostLines + 1, '\n') + "\x1A";
+  EXPECT_EQ(Reader::readBody(PDXSampleNoteBody::packed(bytesOf(lines))).why,
+            "it would have more than a million lines");
   PDXBytes lying = PDXSampleNoteBody::packed(PDXSampleNoteBody::record("Harbour\n"));
   lying.back() = 0x7F;
   EXPECT_EQ(Reader::readBody(lying).why, "it is no gzip data, or damaged") << "a size that lies";
