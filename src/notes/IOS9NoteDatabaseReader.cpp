@@ -207,15 +207,15 @@ void PDXIOS9NoteDatabaseReader::linkNotesWithFolders_(std::vector<PDXIOS9NoteDet
 }
 
 void PDXIOS9NoteDatabaseReader::loadNoteSummaries_(std::vector<PDXIOS9NoteDetail>& notes) {
+  PDXIOS9NoteDataReader::Body body;
   std::size_t size = 0;
   for (PDXIOS9NoteDetail& note : notes) {
     const auto blob = getBlobDataForNote_(note.noteId);
     if (wasInterrupted_) return;
     if (!blob) continue;
-    std::string why;
-    note.summary = PDXIOS9NoteDataReader::readNoteText(*blob, why);
-    note.body = why.empty() ? PDXNoteBody::read : PDXNoteBody::unreadable;
-    if (!why.empty()) PDXLog::report({.what = "body of a note", .where = note.title, .why = why});
+    note.summary = PDXIOS9NoteDataReader::readNoteText(*blob, body);
+    note.body = body.why.empty() ? PDXNoteBody::read : PDXNoteBody::unreadable;
+    if (!body.why.empty()) PDXLog::report({.what = "body of a note", .where = note.title, .why = body.why});
     shortenBeyond(kMostSummaries, size, note);
   }
 }
@@ -242,7 +242,8 @@ void PDXIOS9NoteDatabaseReader::extractMediaForNote(PDXIOS9NoteDetail& note) {
   if (note.mediaExtracted || !connectToDataSource_()) return;
   note.mediaExtracted = true;
   const auto blob = getBlobDataForNote_(note.noteId);
-  PDXIOS9NoteDataReader::Body body = PDXIOS9NoteDataReader::readBody(blob.value_or(PDXBytes()));
+  PDXIOS9NoteDataReader::Body body;
+  PDXIOS9NoteDataReader::readBody(blob.value_or(PDXBytes()), body);
   if (!body.content.empty()) note.content = std::move(body.content);
   if (deviceBackup_ == nullptr) return;
   connectToFiles_();
