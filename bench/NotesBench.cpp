@@ -58,17 +58,32 @@ void Inflate(benchmark::State& state) {
 }
 BENCHMARK(Inflate)->Unit(benchmark::kMillisecond);
 
-/// Pieces, places and references.
+/// Pieces, places and references, one body after the other.
 void ReadBody(benchmark::State& state) {
+  PDXIOS9NoteDataReader::Body read;
   for (auto _ : state) {
-    for (const PDXBytes& body : bodies()) benchmark::DoNotOptimize(PDXIOS9NoteDataReader::readBody(body));
+    for (const PDXBytes& body : bodies()) {
+      PDXIOS9NoteDataReader::readBody(body, read);
+      benchmark::DoNotOptimize(read.content.data());
+    }
   }
 }
 BENCHMARK(ReadBody)->Unit(benchmark::kMillisecond);
 
-void ReadText(benchmark::State& state) {
+/// The same where every note keeps its pieces.
+void ReadNoteData(benchmark::State& state) {
   for (auto _ : state) {
-    for (const PDXBytes& body : bodies()) benchmark::DoNotOptimize(PDXIOS9NoteDataReader::readNoteText(body));
+    for (const PDXBytes& body : bodies()) benchmark::DoNotOptimize(PDXIOS9NoteDataReader::readNoteData(body));
+  }
+}
+BENCHMARK(ReadNoteData)->Unit(benchmark::kMillisecond);
+
+/// As for a list of notes.
+void ReadText(benchmark::State& state) {
+  PDXIOS9NoteDataReader::Body memory;
+  for (auto _ : state) {
+    for (const PDXBytes& body : bodies())
+      benchmark::DoNotOptimize(PDXIOS9NoteDataReader::readNoteText(body, memory));
   }
 }
 BENCHMARK(ReadText)->Unit(benchmark::kMillisecond);

@@ -50,7 +50,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const Reader::Bytes bytes(data, size);
   checkUnpacked(bytes);
   checkRecord(bytes);
-  const Reader::Body body = Reader::readBody(bytes);
+  static Reader::Body body;
+  Reader::readBody(bytes, body);
   require(body.why.empty() == !body.bytes.empty());
   check(body.content, body.bytes.size());
   require(Reader::readNoteText(bytes).size() <= body.bytes.size());

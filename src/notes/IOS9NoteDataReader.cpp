@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <string_view>
 #include <utility>
 
@@ -28,14 +29,10 @@ constexpr const char* kNoBody = "it does not begin as the body of a note";
 
 std::string_view textOf(Bytes bytes) { return {reinterpret_cast<const char*>(bytes.data()), bytes.size()}; }
 
-PDXNoteContent pieceOf(Bytes line) {
-  if (textOf(line) == kPlace) return PDXMediaNoteContent();
-  return PDXTextNoteContent{.textData = PDXIOS9NoteDataReader::stringFromBytes(line)};
-}
-
-/// The first byte that ends a line; the end of the bytes when none does.
-const std::uint8_t* lineEnd(const std::uint8_t* at, const std::uint8_t* end) {
-  return std::find_if(at, end, [](std::uint8_t byte) { return byte == kLineBreak || byte == kTextEnd; });
+/// The first byte of that value; the end of the bytes when there is none.
+const std::uint8_t* find(std::uint8_t value, const std::uint8_t* at, const std::uint8_t* end) {
+  const void* found = at == end ? nullptr : std::memchr(at, value, static_cast<std::size_t>(end - at));
+  return found == nullptr ? end : static_cast<const std::uint8_t*>(found);
 }
 
 /// The bytes of a run of attributes so far, as far as they can matter.
@@ -53,6 +50,7 @@ class Run {
     if (count_ == kRunBytes) count_ = 0;
   }
 
+  bool isOpen() const { return count_ > 0; }
   bool canEnd() const { return count_ >= kShortestRun; }
 
   /// Ends the run. The kind of attachment that it tells; 0 for none.
@@ -85,6 +83,12 @@ class Run {
   std::size_t count_ = 0;
 };
 
+/// Outside of a run only the beginning of one matters.
+std::optional<std::uint8_t> nextByte(PDXDataReader& reader, bool isInRun) {
+  if (isInRun) return reader.readByte();
+  return reader.skipPast(kRunBegin) ? std::optional(kRunBegin) : std::nullopt;
+}
+
 /// Gives each place its attachment, as long as there are references.
 void join(std::vector<PDXNoteContent>& pieces, std::vector<PDXNoteFormatDetail> references) {
   std::size_t next = 0;
@@ -98,60 +102,111 @@ void join(std::vector<PDXNoteContent>& pieces, std::vector<PDXNoteFormatDetail> 
   }
 }
 
-struct Unpacked {
-  PDXBytes bytes;
-  std::string why;
-};
+bool hasTooManyLines(Bytes bytes) {
+  return bytes.size() > PDXIOS9NoteDataReader::kMostLines &&
+         static_cast<std::size_t>(std::count(bytes.begin(), bytes.end(), kLineBreak)) >
+             PDXIOS9NoteDataReader::kMostLines;
+}
 
-/// Bytes that begin as a body does.
-Unpacked unpacked(Bytes blob) {
-  auto inflated = PDXInflate::inflated(blob, PDXIOS9NoteDataReader::kMostBytes);
-  if (!inflated.why.empty()) return {{}, std::move(inflated.why)};
-  PDXDataReader reader(inflated.bytes);
-  if (!PDXIOS9NoteDataReader::checkHeaderBytes(reader)) return {{}, kNoBody};
-  return {std::move(inflated.bytes), ""};
+/// Unpacks a body and moves the reader behind its signature. Says in `body` why it cannot.
+bool unpack(Bytes blob, PDXIOS9NoteDataReader::Body& body) {
+  body.why = PDXInflate::inflate(blob, PDXIOS9NoteDataReader::kMostBytes, body.bytes);
+  if (!body.why.empty()) return false;
+  PDXDataReader reader(body.bytes);
+  if (!PDXIOS9NoteDataReader::checkHeaderBytes(reader)) {
+    body.why = kNoBody;
+  } else if (hasTooManyLines(body.bytes)) {
+    body.why = "it would have more than a million lines";
+  }
+  if (!body.why.empty()) body.bytes.clear();
+  return body.why.empty();
+}
+
+/// Hands each line and each place, which is a line of its own, to `use`.
+template <typename Use>
+void forEachLine(PDXDataReader& reader, Use use) {
+  if (!reader.skipPast(kTextField) || !reader.readByte()) return;
+  // One or two bytes tell the length. A small one in the second place belongs to it, any other is text.
+  if (const auto second = reader.readByte(); second && *second > 16)
+    reader.seekToPosition(reader.position() - 1);
+
+  const Bytes rest = reader.rest();
+  const std::uint8_t* const end = rest.data() + rest.size();
+  const std::uint8_t* at = rest.data();
+  const std::uint8_t* textEnd = at;
+  while (at != end) {
+    if (textEnd <= at) textEnd = find(kTextEnd, at, end);
+    const std::uint8_t* const mark = find(kLineBreak, at, textEnd);
+    const Bytes line(at, mark);
+    at = mark == end ? end : mark + 1;
+    if (mark == end || (*mark == kTextEnd && line.empty())) break;
+    use(line);
+    if (*mark == kTextEnd && textOf(line) != kPlace) break;
+  }
+  reader.seekToPosition(reader.position() + static_cast<std::size_t>(at - rest.data()));
+}
+
+/// Makes a piece of the line, in the memory of an earlier piece where that was text as well.
+void setPiece(PDXNoteContent& piece, Bytes line) {
+  if (textOf(line) == kPlace) {
+    piece = PDXMediaNoteContent();
+    return;
+  }
+  auto* text = std::get_if<PDXTextNoteContent>(&piece);
+  if (text == nullptr) text = &piece.emplace<PDXTextNoteContent>();
+  text->textData = PDXText::isValid(textOf(line)) ? textOf(line) : "";
+}
+
+/// Replaces the pieces by those of the text.
+void readPieces(PDXDataReader& reader, std::vector<PDXNoteContent>& pieces) {
+  std::size_t count = 0;
+  forEachLine(reader, [&](Bytes line) {
+    if (count == pieces.size()) pieces.emplace_back();
+    setPiece(pieces[count++], line);
+  });
+  pieces.resize(count);
 }
 
 }  // namespace
 
 std::optional<std::vector<PDXNoteContent>> PDXIOS9NoteDataReader::readNoteData(Bytes blob) {
-  Body body = readBody(blob);
+  Body body;
+  readBody(blob, body);
   return body.why.empty() ? std::optional(std::move(body.content)) : std::nullopt;
 }
 
-PDXIOS9NoteDataReader::Body PDXIOS9NoteDataReader::readBody(Bytes blob) {
-  Unpacked of = unpacked(blob);
-  Body body{.bytes = std::move(of.bytes), .why = std::move(of.why), .content = {}};
-  if (!body.why.empty()) return body;
+void PDXIOS9NoteDataReader::readBody(Bytes blob, Body& body) {
+  if (!unpack(blob, body)) return body.content.clear();
   PDXDataReader reader(body.bytes);
   checkHeaderBytes(reader);
-  body.content = readTextContent(reader);
+  readPieces(reader, body.content);
   join(body.content, readFormatData(reader));
-  return body;
 }
 
 std::string PDXIOS9NoteDataReader::readNoteText(Bytes blob) {
-  std::string why;
-  return readNoteText(blob, why);
+  Body body;
+  return readNoteText(blob, body);
 }
 
-std::string PDXIOS9NoteDataReader::readNoteText(Bytes blob, std::string& why) {
-  const Unpacked body = unpacked(blob);
-  why = body.why;
-  if (!why.empty()) return "";
+std::string PDXIOS9NoteDataReader::readNoteText(Bytes blob, Body& body) {
+  std::string text;
+  body.content.clear();
+  if (!unpack(blob, body)) return text;
   PDXDataReader reader(body.bytes);
   checkHeaderBytes(reader);
-  std::string text;
-  for (const PDXNoteContent& piece : readTextContent(reader)) {
-    if (!text.empty()) text += "\n";
-    if (const auto* line = std::get_if<PDXTextNoteContent>(&piece)) text += line->textData;
-  }
+  text.reserve(body.bytes.size());
+  forEachLine(reader, [&](Bytes line) {
+    if (!text.empty()) text += '\n';
+    if (textOf(line) != kPlace && PDXText::isValid(textOf(line))) text += textOf(line);
+  });
+  text.shrink_to_fit();
   return text;
 }
 
 std::optional<PDXBytes> PDXIOS9NoteDataReader::gzipDecompress(Bytes bytes) {
-  auto inflated = PDXInflate::inflated(bytes, kMostBytes);
-  return inflated.why.empty() ? std::optional(std::move(inflated.bytes)) : std::nullopt;
+  PDXBytes unpacked;
+  const std::string why = PDXInflate::inflate(bytes, kMostBytes, unpacked);
+  return why.empty() ? std::optional(std::move(unpacked)) : std::nullopt;
 }
 
 bool PDXIOS9NoteDataReader::checkHeaderBytes(PDXDataReader& reader) {
@@ -163,34 +218,14 @@ bool PDXIOS9NoteDataReader::checkHeaderBytes(PDXDataReader& reader) {
 
 std::vector<PDXNoteContent> PDXIOS9NoteDataReader::readTextContent(PDXDataReader& reader) {
   std::vector<PDXNoteContent> pieces;
-  if (!reader.skipPast(kTextField) || !reader.readByte()) return pieces;
-  // One or two bytes tell the length. A small one in the second place belongs to it, any other is text.
-  if (const auto second = reader.readByte(); second && *second > 16)
-    reader.seekToPosition(reader.position() - 1);
-
-  const Bytes rest = reader.rest();
-  const std::uint8_t* const end = rest.data() + rest.size();
-  const std::uint8_t* at = rest.data();
-  while (true) {
-    const std::uint8_t* const mark = lineEnd(at, end);
-    if (mark == end) {
-      at = end;
-      break;
-    }
-    const Bytes line(at, mark);
-    at = mark + 1;
-    if (*mark == kTextEnd && line.empty()) break;
-    pieces.push_back(pieceOf(line));
-    if (*mark == kTextEnd && textOf(line) != kPlace) break;
-  }
-  reader.seekToPosition(reader.position() + static_cast<std::size_t>(at - rest.data()));
+  readPieces(reader, pieces);
   return pieces;
 }
 
 std::vector<PDXNoteFormatDetail> PDXIOS9NoteDataReader::readFormatData(PDXDataReader& reader) {
   std::vector<PDXNoteFormatDetail> references;
   Run run;
-  while (const auto byte = reader.readByte()) {
+  while (const auto byte = nextByte(reader, run.isOpen())) {
     if (*byte == kRunBegin) {
       run.begin();
     } else if (*byte != kIdentifierLength || !run.canEnd()) {

@@ -26,6 +26,9 @@ class PDXIOS9NoteDataReader {
   /// A longer body is refused: no note comes near it, and a few kilobytes can be made to grow to gigabytes.
   static constexpr std::size_t kMostBytes = std::size_t{64} << 20;
 
+  /// Likewise one of more lines: each takes far more memory than its line break.
+  static constexpr std::size_t kMostLines = 1'000'000;
+
   /// A body, unpacked once and asked for several things.
   struct Body {
     PDXBytes bytes;   ///< Unpacked; empty when it is unusable.
@@ -45,10 +48,12 @@ class PDXIOS9NoteDataReader {
   static std::string readNoteText(Bytes blob);
 
   /// As `readNoteData`, with the unpacked bytes and the reason of a failure.
-  static Body readBody(Bytes blob);
+  /// @param body  receives them, in the memory that it has from an earlier one.
+  static void readBody(Bytes blob, Body& body);
 
   /// As `readNoteText`, with the reason of a failure.
-  static std::string readNoteText(Bytes blob, std::string& why);
+  /// @param body  memory to work in; afterwards it has bytes and reason, and no pieces.
+  static std::string readNoteText(Bytes blob, Body& body);
 
   /// The unpacked bytes of a gzip or zlib stream; nothing when it is empty, cut off, damaged or longer than
   /// `kMostBytes`.

@@ -11,8 +11,12 @@
 #include "notes/NoteFiles.h"
 #include "notes/NoteMediaExtraction.h"
 #include "platform/Files.h"
+#include "platform/Text.h"
 
 namespace {
+
+/// Bytes of the texts of all notes of a store.
+constexpr std::size_t kMostSummaries = std::size_t{256} << 20;
 
 constexpr const char* kObjects = "FROM ZICCLOUDSYNCINGOBJECT WHERE Z_ENT == ";
 
@@ -36,6 +40,18 @@ std::vector<PDXNoteContent> linesOf(const std::string& text) {
   }
   lines.emplace_back(PDXTextNoteContent{.textData = text.substr(at)});
   return lines;
+}
+
+/// Keeps what is in memory of all notes within bounds: bodies that grow a thousandfold may be many.
+void shortenBeyond(std::size_t limit, std::size_t& size, PDXIOS9NoteDetail& note) {
+  constexpr std::size_t kBeginning = 4096;
+  size += note.summary.size();
+  if (size <= limit || note.summary.size() <= kBeginning) return;
+  size -= note.summary.size() - kBeginning;
+  note.summary = PDXText::valid(note.summary.substr(0, kBeginning));
+  PDXLog::report({.what = "text of a note for lists and searches",
+                  .where = note.title,
+                  .why = "the notes are too long together, so only its beginning is looked at"});
 }
 
 std::int64_t accountOf(const PDXIOS9NoteDetail& note) {
@@ -96,6 +112,7 @@ std::unique_ptr<PDXIOS9NoteDatabaseReader> PDXIOS9NoteDatabaseReader::forAnother
   reader->deviceBackup_ = deviceBackup_;
   reader->files_ = files_;
   reader->attachmentFolder_ = attachmentFolder;
+  reader->stop_ = stop_;
   return reader;
 }
 
@@ -190,13 +207,16 @@ void PDXIOS9NoteDatabaseReader::linkNotesWithFolders_(std::vector<PDXIOS9NoteDet
 }
 
 void PDXIOS9NoteDatabaseReader::loadNoteSummaries_(std::vector<PDXIOS9NoteDetail>& notes) {
+  PDXIOS9NoteDataReader::Body body;
+  std::size_t size = 0;
   for (PDXIOS9NoteDetail& note : notes) {
     const auto blob = getBlobDataForNote_(note.noteId);
+    if (wasInterrupted_) return;
     if (!blob) continue;
-    std::string why;
-    note.summary = PDXIOS9NoteDataReader::readNoteText(*blob, why);
-    note.body = why.empty() ? PDXNoteBody::read : PDXNoteBody::unreadable;
-    if (!why.empty()) PDXLog::report({.what = "body of a note", .where = note.title, .why = why});
+    note.summary = PDXIOS9NoteDataReader::readNoteText(*blob, body);
+    note.body = body.why.empty() ? PDXNoteBody::read : PDXNoteBody::unreadable;
+    if (!body.why.empty()) PDXLog::report({.what = "body of a note", .where = note.title, .why = body.why});
+    shortenBeyond(kMostSummaries, size, note);
   }
 }
 
@@ -211,7 +231,8 @@ std::optional<PDXBytes> PDXIOS9NoteDatabaseReader::getBlobDataForNote_(std::int6
   blobs_->bind(1, noteId);
   PDXBytes blob;
   if (blobs_->step()) blob = blobs_->blob(0);
-  if (blobs_->failed())
+  wasInterrupted_ = blobs_->wasInterrupted();
+  if (blobs_->failed() && !wasInterrupted_)
     PDXLog::report({.what = "bodies of notes", .where = notesDbPath_, .why = blobs_->error()});
   blobs_->reset();
   return blob.empty() ? std::nullopt : std::optional(std::move(blob));
@@ -221,7 +242,8 @@ void PDXIOS9NoteDatabaseReader::extractMediaForNote(PDXIOS9NoteDetail& note) {
   if (note.mediaExtracted || !connectToDataSource_()) return;
   note.mediaExtracted = true;
   const auto blob = getBlobDataForNote_(note.noteId);
-  PDXIOS9NoteDataReader::Body body = PDXIOS9NoteDataReader::readBody(blob.value_or(PDXBytes()));
+  PDXIOS9NoteDataReader::Body body;
+  PDXIOS9NoteDataReader::readBody(blob.value_or(PDXBytes()), body);
   if (!body.content.empty()) note.content = std::move(body.content);
   if (deviceBackup_ == nullptr) return;
   connectToFiles_();
@@ -235,7 +257,7 @@ void PDXIOS9NoteDatabaseReader::connectToFiles_() {
   if (attachmentFolder_.empty())
     attachmentFolder_ = PDXFiles::joined(PDXDeviceData::TemporaryExtractPath(), "attachments");
   extraction_ = std::make_unique<PDXNoteMediaExtraction>(*store_, *columns_, *deviceBackup_, *files_,
-                                                         attachmentFolder_);
+                                                         attachmentFolder_, stop_);
 }
 
 void PDXIOS9NoteDatabaseReader::getFilesInNotesDomain() {

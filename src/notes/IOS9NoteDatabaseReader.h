@@ -3,8 +3,10 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "notes/IOS9NoteDetail.h"
@@ -34,6 +36,9 @@ class PDXIOS9NoteDatabaseReader {
 
   /// Where attachments are looked for. It must outlive the reader.
   void setDeviceBackup(PDXDeviceData* deviceBackup) { deviceBackup_ = deviceBackup; }
+
+  /// Ends the copying of attachments, and with it the work on a note.
+  void setStop(std::stop_token stop) { stop_ = std::move(stop); }
 
   /// Every note that is not locked, marked for deletion or without a title, with its text as summary: by the
   /// row of the account (0 without one), then by the name of the folder, then by title. Other accounts' notes
@@ -75,6 +80,7 @@ class PDXIOS9NoteDatabaseReader {
   std::string notesDbPath_;
   std::string legacyPath_;
   std::string attachmentFolder_;
+  std::stop_token stop_;
   PDXDeviceData* deviceBackup_ = nullptr;
   std::shared_ptr<const PDXNoteFiles> files_;
 
@@ -82,5 +88,6 @@ class PDXIOS9NoteDatabaseReader {
   PDXNoteStoreKeyData keys_;
   std::optional<PDXNoteStoreColumns> columns_;
   std::optional<PDXSQLiteStatement> blobs_;
+  bool wasInterrupted_ = false;  ///< Whether a stop request ended the reading of the last body.
   std::unique_ptr<PDXNoteMediaExtraction> extraction_;
 };

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -74,7 +75,9 @@ struct PDXIOS9NoteDetail {
 
   /// The note as a page in a file, with its attachments in a folder beside it.
   /// @param path  ends in the page's extension; its folder must exist.
-  /// @return nothing on success, else why the page or an attachment could not be written.
+  /// @return nothing on success, else why the page or an attachment could not be written. A page is not
+  ///         written when `stop` came in between.
   std::optional<std::string> htmlExportToPathTitle(const std::string& path,
-                                                   const std::optional<std::string>& pageTitle) const;
+                                                   const std::optional<std::string>& pageTitle,
+                                                   const std::stop_token& stop = {}) const;
 };

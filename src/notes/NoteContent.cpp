@@ -43,13 +43,14 @@ std::string PDXMediaNoteContent::exportPathForPage(const std::string& pagePath) 
                           PDXFileName::safeWithExtension(exportName + "." + fileType));
 }
 
-std::string PDXMediaNoteContent::htmlExportAtPath(const std::string& pagePath, std::string* why) const {
+std::string PDXMediaNoteContent::htmlExportAtPath(const std::string& pagePath, std::string* why,
+                                                  const std::stop_token& stop) const {
   if (fileName.empty() || contentFormat == PDXNoteContentFormat::Place) return kNoFile;
   const std::string target = exportPathForPage(pagePath);
   const std::string folder = PDXFiles::folderOf(target);
   PDXFiles::makeFolders(folder);
   if (!PDXFiles::exists(target)) {
-    const auto copied = PDXFiles::copy(fileName, target);
+    const auto copied = PDXFiles::copy(fileName, target, stop);
     if (!copied && why != nullptr) *why = copied.why;
     if (!copied) return kNoFile;
   }

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <variant>
 
@@ -65,7 +66,8 @@ struct PDXMediaNoteContent {
   /// unless a file of its name is there. "<br/>" without a file, or when it cannot be copied.
   /// @param pagePath  where the page will be, e.g. ".../Shopping.html".
   /// @param why       receives the reason when it cannot be copied; may be null.
-  std::string htmlExportAtPath(const std::string& pagePath, std::string* why = nullptr) const;
+  std::string htmlExportAtPath(const std::string& pagePath, std::string* why = nullptr,
+                               const std::stop_token& stop = {}) const;
 
   /// Where `htmlExportAtPath` copies to.
   std::string exportPathForPage(const std::string& pagePath) const;

@@ -147,10 +147,12 @@ std::string accountIdOf(const PDXIOS9NoteDetail& note) {
 
 PDXNoteMediaExtraction::PDXNoteMediaExtraction(const PDXSQLiteDatabase& store,
                                                const PDXNoteStoreColumns& columns, PDXDeviceData& deviceData,
-                                               const PDXNoteFiles& files, std::string folder)
+                                               const PDXNoteFiles& files, std::string folder,
+                                               std::stop_token stop)
     : deviceData_(deviceData),
       files_(files),
       folder_(std::move(folder)),
+      stop_(std::move(stop)),
       mediaData_(store.prepare(mediaDataQuery(columns))),
       mediaRow_(store.prepare(mediaRowQuery(columns))),
       attachmentRow_(store.prepare(attachmentQuery(columns, "ZIDENTIFIER"))),
@@ -299,8 +301,9 @@ bool PDXNoteMediaExtraction::copy_(const std::string& source, const std::string&
   if (PDXFiles::exists(destination)) return true;
   PDXFiles::makeFolders(folder_);
   const auto copied =
-      deviceData_.copyOfFileByRelativePathInDomain(source, PDXNoteFiles::kDomain, destination);
+      deviceData_.copyOfFileByRelativePathInDomain(source, PDXNoteFiles::kDomain, destination, stop_);
   if (copied) return true;
+  if (copied.outcome == PDXFiles::CopyResult::Outcome::stopped) return false;
   const bool isMissing = copied.outcome == PDXFiles::CopyResult::Outcome::noSource;
   (isMissing ? note_->missing : note_->unreadable)
       .push_back({.what = "attachment", .where = source, .why = copied.why});

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -23,8 +24,10 @@ class PDXNoteMediaExtraction {
  public:
   /// @param store, deviceData, files  must outlive the object.
   /// @param folder  where the copies go; made when it is missing. A copy that is there already is used.
+  /// @param stop    ends a copy; what is missing because of it is not named in the note.
   PDXNoteMediaExtraction(const PDXSQLiteDatabase& store, const PDXNoteStoreColumns& columns,
-                         PDXDeviceData& deviceData, const PDXNoteFiles& files, std::string folder);
+                         PDXDeviceData& deviceData, const PDXNoteFiles& files, std::string folder,
+                         std::stop_token stop = {});
 
   /// Copies the attachments of all pieces.
   void getMediaForNote(PDXIOS9NoteDetail& note);
@@ -72,6 +75,7 @@ class PDXNoteMediaExtraction {
   PDXDeviceData& deviceData_;
   const PDXNoteFiles& files_;
   std::string folder_;
+  std::stop_token stop_;
   PDXSQLiteStatement mediaData_;
   PDXSQLiteStatement mediaRow_;
   PDXSQLiteStatement attachmentRow_;

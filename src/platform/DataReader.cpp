@@ -1,6 +1,7 @@
 #include "platform/DataReader.h"
 
 #include <algorithm>
+#include <cstring>
 
 void PDXDataReader::seekToPosition(std::size_t position) { position_ = std::min(position, bytes_.size()); }
 
@@ -13,9 +14,11 @@ std::optional<std::span<const std::uint8_t>> PDXDataReader::readBytes(std::size_
 
 bool PDXDataReader::skipPast(std::uint8_t value) {
   const auto ahead = rest();
-  const auto found = std::find(ahead.begin(), ahead.end(), value);
-  position_ += static_cast<std::size_t>(found - ahead.begin());
-  if (found == ahead.end()) return false;
-  ++position_;
+  const void* found = ahead.empty() ? nullptr : std::memchr(ahead.data(), value, ahead.size());
+  if (found == nullptr) {
+    position_ = bytes_.size();
+    return false;
+  }
+  position_ += static_cast<std::size_t>(static_cast<const std::uint8_t*>(found) - ahead.data()) + 1;
   return true;
 }

@@ -3,8 +3,6 @@
 #include <zlib.h>
 
 #include <algorithm>
-#include <memory>
-#include <utility>
 
 namespace {
 
@@ -14,8 +12,22 @@ constexpr int kWindowBits = 15 + 32;
 /// No byte of a stream stands for more than this many.
 constexpr std::size_t kMostGrowth = 1032;
 
-struct End {
-  void operator()(z_stream* stream) const { inflateEnd(stream); }
+/// A stream of the library's, made once for each thread: for small data making one costs as much as the rest.
+class Stream {
+ public:
+  Stream() : isReady_(inflateInit2(&stream_, kWindowBits) == Z_OK) {}
+  ~Stream() {
+    if (isReady_) inflateEnd(&stream_);
+  }
+  Stream(const Stream&) = delete;
+  Stream& operator=(const Stream&) = delete;
+
+  /// Ready for new data; null when there is no memory for it.
+  z_stream* fresh() { return isReady_ && inflateReset2(&stream_, kWindowBits) == Z_OK ? &stream_ : nullptr; }
+
+ private:
+  z_stream stream_{};
+  bool isReady_;
 };
 
 /// The size that a gzip stream names in its last four bytes. It may lie, so it is only where to begin.
@@ -38,33 +50,46 @@ const char* whyFor(int result) {
   return result == Z_MEM_ERROR ? "there is not enough memory" : "it is no gzip data, or damaged";
 }
 
+/// How the unpacking of a whole stream ended. `bytes` is larger than `count` while it goes on.
+struct Progress {
+  int result = Z_OK;
+  std::size_t count = 0;
+};
+
+/// Goes on until the stream ends, fails or has given more than `limit` bytes.
+Progress unpack(z_stream& stream, std::size_t limit, PDXBytes& bytes) {
+  Progress progress;
+  // Said to be the last call, the library keeps no copy of what it wrote, which would cost more than the rest
+  // for a small stream. That the room ran out is no failure then.
+  do {
+    if (progress.count == bytes.size()) bytes.resize(bytes.size() * 2);
+    stream.next_out = bytes.data() + progress.count;
+    stream.avail_out = static_cast<uInt>(std::min<std::size_t>(bytes.size() - progress.count, ~uInt{0}));
+    const uInt room = stream.avail_out;
+    progress.result = ::inflate(&stream, Z_FINISH);
+    progress.count += room - stream.avail_out;
+  } while (progress.result == Z_BUF_ERROR && stream.avail_out == 0 && progress.count <= limit);
+  return progress;
+}
+
 }  // namespace
 
 namespace PDXInflate {
 
-Inflated inflated(std::span<const std::uint8_t> packed, std::size_t limit) {
-  if (packed.empty()) return {{}, "it is empty"};
-  z_stream stream{};
-  if (inflateInit2(&stream, kWindowBits) != Z_OK) return {{}, whyFor(Z_MEM_ERROR)};
-  const std::unique_ptr<z_stream, End> owned(&stream);
-  stream.next_in = const_cast<Bytef*>(packed.data());
-  stream.avail_in = static_cast<uInt>(std::min<std::size_t>(packed.size(), ~uInt{0}));
-
-  PDXBytes bytes(firstSize(packed, limit));
-  std::size_t count = 0;
-  int result = Z_OK;
-  while (result == Z_OK) {
-    if (count == bytes.size()) bytes.resize(bytes.size() * 2);
-    stream.next_out = bytes.data() + count;
-    stream.avail_out = static_cast<uInt>(std::min<std::size_t>(bytes.size() - count, ~uInt{0}));
-    const uInt room = stream.avail_out;
-    result = inflate(&stream, Z_NO_FLUSH);
-    count += room - stream.avail_out;
-    if (count > limit) return {{}, "it would grow beyond " + std::to_string(limit >> 20) + " MB"};
-  }
-  if (result != Z_STREAM_END) return {{}, whyFor(result)};
-  bytes.resize(count);
-  return {std::move(bytes), ""};
+std::string inflate(std::span<const std::uint8_t> packed, std::size_t limit, PDXBytes& bytes) {
+  bytes.clear();
+  if (packed.empty()) return "it is empty";
+  thread_local Stream ofThread;
+  z_stream* const stream = ofThread.fresh();
+  if (stream == nullptr) return whyFor(Z_MEM_ERROR);
+  stream->next_in = const_cast<Bytef*>(packed.data());
+  stream->avail_in = static_cast<uInt>(std::min<std::size_t>(packed.size(), ~uInt{0}));
+  bytes.resize(firstSize(packed, limit));
+  const Progress progress = unpack(*stream, limit, bytes);
+  const bool isTooLong = progress.count > limit;
+  bytes.resize(progress.result == Z_STREAM_END && !isTooLong ? progress.count : 0);
+  if (isTooLong) return "it would grow beyond " + std::to_string(limit >> 20) + " MB";
+  return progress.result == Z_STREAM_END ? "" : whyFor(progress.result);
 }
 
 }  // namespace PDXInflate

@@ -106,6 +106,14 @@ std::string valid(std::string bytes) {
 bool isValid(std::string_view bytes) {
   std::size_t position = 0;
   while (position < bytes.size()) {
+    // Most text is ASCII for the most part: eight bytes at a time, then one by one.
+    constexpr std::uint64_t kHighBits = 0x8080808080808080;
+    std::uint64_t eight = kHighBits;
+    if (bytes.size() - position >= sizeof eight) std::memcpy(&eight, bytes.data() + position, sizeof eight);
+    if ((eight & kHighBits) == 0) {
+      position += sizeof eight;
+      continue;
+    }
     if (static_cast<unsigned char>(bytes[position]) < 0x80) {
       ++position;
     } else if (PDXCharacters::nextOrError(bytes, position) < 0) {

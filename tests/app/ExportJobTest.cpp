@@ -1,10 +1,14 @@
 #include "app/export/ExportJob.h"
 
+#include <filesystem>
 #include <nlohmann/json.hpp>
 
 #include "backup/BackupInformation.h"
 #include "backup/DeviceData.h"
 #include "contacts/ContactsDatabase.h"
+#include "samples/BackupFolder.h"
+#include "samples/NoteStore.h"
+#include "samples/Notes.h"
 #include "samples/SampleBackup.h"
 #include "tests/support/TestFolder.h"
 
@@ -68,7 +72,7 @@ TEST_F(ExportJob, BytesDoNotDependOnWorkersOrOnEarlierRuns) {
 TEST_F(ExportJob, ReportCountsWhatThePagesHold) {
   const PDXExportReport report = run();
   EXPECT_TRUE(report.isComplete());
-  ASSERT_EQ(report.kinds.size(), 2U);
+  ASSERT_EQ(report.kinds.size(), 3U);
   const PDXKindReport& kind = report.kinds[0];
   EXPECT_EQ(kind.found, kind.written.size());
   EXPECT_GE(kind.missing.size(), 2U);
@@ -179,6 +183,77 @@ TEST_F(ExportJob, StopsAndSaysWhatCannotBeWritten) {
   const PDXExportReport report = run();
   EXPECT_EQ(report.outcome, PDXExportReport::Outcome::unwritable);
   EXPECT_EQ(report.unwritablePath, options_.outputFolder + "/Messages");
+}
+
+TEST_F(ExportJob, WritesNotesIntoTheirFolders) {
+  options_.kinds = {"notes"};
+  options_.writesText = true;
+  const PDXExportReport report = run();
+  EXPECT_TRUE(report.isComplete());
+  ASSERT_EQ(report.kinds.size(), 1U);
+  const PDXNotesReport& notes = *report.kinds[0].notes;
+  EXPECT_EQ(notes.rows->rows, 22U);
+  EXPECT_EQ(notes.rows->leftOutRows(), 6U);
+  EXPECT_EQ(notes.rows->unaccounted, 0);
+  EXPECT_EQ(notes.locked, std::vector<std::string>{"Where the spare key is"});
+  EXPECT_EQ(notes.unreached.size(), 4U);
+  auto files = tree(options_.outputFolder + "/Notes");
+  for (const char* name :
+       {"Cloud/Holidays/Boat times - Attachments/Timetable.pdf",
+        "Cloud/Notes/Drawn by hand - Attachments/2.png", "No Account/No Folder/In no folder.html",
+        "On My iPhone/Notes/.._.._.._CON.html", "On My iPhone/Notes/SOUP.html",
+        "On My iPhone/Notes/Soup (1).html", "Post/Notes/From the office.txt"}) {
+    EXPECT_TRUE(files.contains(name)) << name;
+  }
+  EXPECT_EQ(files["Cloud/Notes/Packing list.txt"],
+            "Packing list\nGreen scarf\nTent & pegs\n\nStove <the small one>\n½ l paraffin 🔥\nIt's \"all\"?");
+  const auto written =
+      std::filesystem::last_write_time(options_.outputFolder + "/Notes/Cloud/Notes/Packing list.html");
+  EXPECT_EQ(std::chrono::floor<std::chrono::days>(std::chrono::file_clock::to_sys(written)),
+            std::chrono::sys_days(2023y / 12 / 11));
+}
+
+TEST_F(ExportJob, SearchesNotesAndKeepsTheirNames) {
+  options_.kinds = {"notes"};
+  options_.searchTerm = "FROM ANN";
+  const PDXExportReport report = run();
+  ASSERT_EQ(report.kinds[0].written.size(), 1U);
+  EXPECT_EQ(report.kinds[0].written[0].path, "Notes/On My iPhone/Notes/Soup (2).html");
+  EXPECT_EQ(report.kinds[0].filtered, 15U);
+  EXPECT_EQ(report.kinds[0].notes->rows->unaccounted, 0);
+}
+
+TEST_F(ExportJob, ReplacesAttachmentsOfEarlierExports) {
+  options_.kinds = {"notes"};
+  const std::string picture = "Notes/Cloud/Notes/Drawn by hand - Attachments/2.png";
+  folder_.write("out/" + picture, "of another phone");
+  run();
+  EXPECT_TRUE(fileText(PDXFiles::joined(options_.outputFolder, picture)).starts_with("\x89PNG"));
+}
+
+// Devices from before the newer store, and those that have an empty one and never moved.
+TEST_F(ExportJob, ReadsTheOlderStoreOfDevicesThatNeverMoved) {
+  for (const bool hasEmptyStore : {false, true}) {
+    const std::string name = hasEmptyStore ? "empty" : "older";
+    PDXSampleBackupFolder backup(folder_ / name);
+    ASSERT_EQ(PDXSampleNotes::writeOlderStore(folder_ / "notes.sqlite", false), "");
+    backup.takeFile("HomeDomain", "Library/Notes/notes.sqlite", folder_ / "notes.sqlite");
+    if (hasEmptyStore) {
+      ASSERT_EQ(PDXSampleNoteStore::write(folder_ / "n", PDXSampleNoteStore::generations()[0], {}), "");
+      backup.takeFile("AppDomainGroup-group.com.apple.notes", "NoteStore.sqlite", folder_ / "n");
+    }
+    ASSERT_TRUE(backup.finish()) << backup.error();
+    device_ = std::make_unique<PDXDeviceData>(name);
+    options_.kinds = {"notes"};
+    options_.outputFolder = folder_ / ("out-" + name);
+    PDXFiles::makeFolders(options_.outputFolder);
+    const PDXExportReport report = run();
+    EXPECT_TRUE(report.isComplete()) << name;
+    EXPECT_EQ(report.kinds[0].written.size(), 5U) << name;
+    EXPECT_EQ(report.kinds[0].notes->rows->unaccounted, 0) << name;
+    auto files = tree(options_.outputFolder + "/Notes/No Account/No Folder");
+    EXPECT_NE(files["Untitled.html"].find("<title>Note</title>"), std::string::npos) << name;
+  }
 }
 
 }  // namespace

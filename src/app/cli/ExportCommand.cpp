@@ -98,7 +98,9 @@ class ExportCommand final : public PDXCommand {
     }
     const bool isOnlyNotes = options_.kinds == std::vector<std::string>{"notes"};
     if (hasFormat("text") && !isOnlyNotes)
-      return "text is built for notes only: name that kind alone, or leave out --format";
+      return "the format \"text\" is not built yet for other kinds than notes: name notes alone, or leave "
+             "out "
+             "--format";
     return std::nullopt;
   }
 

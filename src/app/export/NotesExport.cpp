@@ -93,8 +93,11 @@ void addAbsentBody(const PDXIOS9NoteDetail& note, Result& result) {
 /// The task's files. Says in the result what cannot be written.
 class Writer {
  public:
-  Writer(const PDXExportOptions& options, const Task& task, Result& result)
-      : options_(options), path_(PDXFiles::joined(options.outputFolder, task.name)), result_(result) {}
+  Writer(const PDXExportOptions& options, const Task& task, Result& result, std::stop_token stop)
+      : options_(options),
+        path_(PDXFiles::joined(options.outputFolder, task.name)),
+        result_(result),
+        stop_(std::move(stop)) {}
 
   void write(PDXIOS9NoteDetail& note) {
     if (!makeFolder()) return;
@@ -132,7 +135,7 @@ class Writer {
   template <typename Note>
   bool finish(const std::string& path, const std::optional<std::string>& why, const Note& note) {
     if (why) {
-      fail(path, *why);
+      if (!stop_.stop_requested()) fail(path, *why);
       return false;
     }
     if (note.lastModified) PDXFiles::setLastModified(path, *note.lastModified);
@@ -149,7 +152,7 @@ class Writer {
 
   bool writePage(const PDXIOS9NoteDetail& note) {
     removeEarlier(note);
-    if (!finish(pagePath(), note.htmlExportToPathTitle(pagePath(), note.title), note)) return false;
+    if (!finish(pagePath(), note.htmlExportToPathTitle(pagePath(), note.title, stop_), note)) return false;
     PDXUniqueFileNames names(32);
     for (const PDXNoteContent& content : note.content) {
       const auto* piece = std::get_if<PDXMediaNoteContent>(&content);
@@ -186,6 +189,7 @@ class Writer {
   const PDXExportOptions& options_;
   std::string path_;
   Result& result_;
+  std::stop_token stop_;
 };
 
 /// Takes the tasks in order, each worker with a reader and a folder for attachments of its own.
@@ -214,6 +218,7 @@ class Workers {
     const std::string folder =
         PDXFiles::joined(PDXDeviceData::TemporaryExtractPath(), "attachments/" + std::to_string(worker));
     const auto reader = list_.reader == nullptr ? nullptr : list_.reader->forAnotherThread(folder);
+    if (reader != nullptr) reader->setStop(stop_.get_token());
     for (std::size_t i = next_++; i < tasks.size() && !stop_.stop_requested(); i = next_++) {
       exportTask(tasks[i], reader.get(), results_[i]);
       PDXFiles::removeTree(folder);
@@ -224,10 +229,11 @@ class Workers {
   }
 
   void exportTask(const Task& task, PDXIOS9NoteDatabaseReader* reader, Result& result) const {
-    Writer writer(options_, task, result);
+    Writer writer(options_, task, result, stop_.get_token());
     if (const auto* legacy = std::get_if<PDXLegacyNoteDetail>(task.note)) return writer.write(*legacy);
     auto& note = std::get<PDXIOS9NoteDetail>(*task.note);
     reader->extractMediaForNote(note);
+    if (stop_.stop_requested()) return;
     writer.write(note);
     note.content = {};
   }
