@@ -288,62 +288,64 @@ TEST_F(Command, CheckNamesWhatIsWrong) {
     EXPECT_NE(after.find("missing:Library/AddressBook/AddressBook.sqlitedb"), std::string::npos) << after;
     EXPECT_NE(after.find("orphan:"), std::string::npos) << after;
   }
-  TEST_F(Command, ListsNotes) {
-    const auto notes = nlohmann::json::parse(run("list phone notes --json --search SCARF").output);
-    ASSERT_EQ(notes["items"].size(), 1U);
-    const auto& note = notes["items"][0];
-    EXPECT_EQ(note["title"], "Packing list");
-    EXPECT_EQ(note["accountDetail"]["name"], "Cloud");
-    EXPECT_EQ(note["folderDetail"]["name"], "Notes");
-    EXPECT_EQ(note["lastModified"], "2023-12-11T09:30:00Z");
-    const std::string all = run("list phone notes").output;
-    EXPECT_TRUE(all.starts_with("In no folder\n")) << all;
-    EXPECT_TRUE(all.ends_with("Picture by post (Post, Notes)\n16 notes, and 1 locked\n")) << all;
-  }
+}
 
-  TEST_F(Command, ExportNeverChangesTheBackup) {
-    const std::string line =
-        "cd phone && find . -type f | LC_ALL=C sort | xargs -d '\\n' sha1sum; find . -newer ../mark";
-    const auto state = [&] {
-      Ran ran;
-      FILE* pipe = popen(("cd '" + folder_.path() + "' && (" + line + ")").c_str(), "r");
-      std::array<char, 4096> buffer{};
-      for (std::size_t got = 0; (got = fread(buffer.data(), 1, buffer.size(), pipe)) > 0;) {
-        ran.output.append(buffer.data(), got);
-      }
-      pclose(pipe);
-      return ran.output;
-    };
-    folder_.write("mark", "");
-    const std::string before = state();
-    const Ran ran =
-        run("export phone --to out --contact-pictures --layout compact --order newest --font large");
-    EXPECT_EQ(ran.status, 0) << ran.errors;
-    EXPECT_NE(ran.output.find("Open " + folder_ / "out/index.html"), std::string::npos) << ran.output;
-    EXPECT_EQ(state(), before);
-  }
+TEST_F(Command, ListsNotes) {
+  const auto notes = nlohmann::json::parse(run("list phone notes --json --search SCARF").output);
+  ASSERT_EQ(notes["items"].size(), 1U);
+  const auto& note = notes["items"][0];
+  EXPECT_EQ(note["title"], "Packing list");
+  EXPECT_EQ(note["accountDetail"]["name"], "Cloud");
+  EXPECT_EQ(note["folderDetail"]["name"], "Notes");
+  EXPECT_EQ(note["lastModified"], "2023-12-11T09:30:00Z");
+  const std::string all = run("list phone notes").output;
+  EXPECT_TRUE(all.starts_with("In no folder\n")) << all;
+  EXPECT_TRUE(all.ends_with("Picture by post (Post, Notes)\n16 notes, and 1 locked\n")) << all;
+}
 
-  TEST_F(Command, ADamagedStoreIsSaidAndTheRestComesOut) {
-    PDXSampleBackupFolder backup(folder_ / "damaged");
-    backup.addFile("HomeDomain", "Library/SMS/sms.db", std::string_view("this was a database once"));
-    EXPECT_TRUE(backup.finish());
-    const Ran ran = run("export damaged --to out");
-    EXPECT_EQ(ran.status, 1);
-    EXPECT_NE(ran.errors.find("messages could not be read"), std::string::npos) << ran.errors;
-    EXPECT_TRUE(PDXFiles::exists(folder_ / "out/export.json"));
+TEST_F(Command, ExportNeverChangesTheBackup) {
+  const std::string line =
+      "cd phone && find . -type f | LC_ALL=C sort | xargs -d '\\n' sha1sum; find . -newer ../mark";
+  const auto state = [&] {
+    Ran ran;
+    FILE* pipe = popen(("cd '" + folder_.path() + "' && (" + line + ")").c_str(), "r");
+    std::array<char, 4096> buffer{};
+    for (std::size_t got = 0; (got = fread(buffer.data(), 1, buffer.size(), pipe)) > 0;) {
+      ran.output.append(buffer.data(), got);
+    }
+    pclose(pipe);
+    return ran.output;
+  };
+  folder_.write("mark", "");
+  const std::string before = state();
+  const Ran ran =
+      run("export phone --to out --contact-pictures --layout compact --order newest --font large");
+  EXPECT_EQ(ran.status, 0) << ran.errors;
+  EXPECT_NE(ran.output.find("Open " + folder_ / "out/index.html"), std::string::npos) << ran.output;
+  EXPECT_EQ(state(), before);
+}
 
-    const std::string store = "3d/3d0d7e5fb2ce288813306e4d4636395e047a3d28";
-    PDXFiles::remove(folder_ / ("phone/" + store));
-    const Ran lost = run("export phone --to out");
-    EXPECT_EQ(lost.status, 1);
-    EXPECT_NE(lost.errors.find("the manifest lists it, but"), std::string::npos) << lost.errors;
+TEST_F(Command, ADamagedStoreIsSaidAndTheRestComesOut) {
+  PDXSampleBackupFolder backup(folder_ / "damaged");
+  backup.addFile("HomeDomain", "Library/SMS/sms.db", std::string_view("this was a database once"));
+  EXPECT_TRUE(backup.finish());
+  const Ran ran = run("export damaged --to out");
+  EXPECT_EQ(ran.status, 1);
+  EXPECT_NE(ran.errors.find("messages could not be read"), std::string::npos) << ran.errors;
+  EXPECT_TRUE(PDXFiles::exists(folder_ / "out/export.json"));
 
-    PDXSampleBackupFolder without(folder_ / "without");
-    EXPECT_TRUE(without.finish());
-    EXPECT_EQ(run("export without --to out2").status, 0) << "nothing was asked for by name";
-    const Ran asked = run("export without messages --to out3");
-    EXPECT_EQ(asked.status, 1);
-    EXPECT_EQ(asked.errors, "pocketdex: the backup holds no messages\n");
-  }
+  const std::string store = "3d/3d0d7e5fb2ce288813306e4d4636395e047a3d28";
+  PDXFiles::remove(folder_ / ("phone/" + store));
+  const Ran lost = run("export phone --to out");
+  EXPECT_EQ(lost.status, 1);
+  EXPECT_NE(lost.errors.find("the manifest lists it, but"), std::string::npos) << lost.errors;
+
+  PDXSampleBackupFolder without(folder_ / "without");
+  EXPECT_TRUE(without.finish());
+  EXPECT_EQ(run("export without --to out2").status, 0) << "nothing was asked for by name";
+  const Ran asked = run("export without messages --to out3");
+  EXPECT_EQ(asked.status, 1);
+  EXPECT_EQ(asked.errors, "pocketdex: the backup holds no messages\n");
+}
 
 }  // namespace

@@ -144,7 +144,7 @@ TEST(IOS9NoteDataReader, RefusesToGrowWithoutBounds) {
 TEST(IOS9NoteDataReader, UsesMemoryAgain) {
   Reader::Body body;
   const std::string place = kPlace;
-  for (const std::string text :
+  for (const std::string& text :
        {"a\n" + place + "\nc\nd\n", place + "\nb\n", std::string("a long enough line\n")}) {
     const PDXBytes blob = PDXSampleNoteBody::packed(PDXSampleNoteBody::record(text, {{kId, "public.jpeg"}}));
     Reader::readBody(blob, body);
