@@ -89,17 +89,44 @@ std::optional<std::uint8_t> nextByte(PDXDataReader& reader, bool isInRun) {
   return reader.skipPast(kRunBegin) ? std::optional(kRunBegin) : std::nullopt;
 }
 
-/// Gives each place its attachment, as long as there are references.
-void join(std::vector<PDXNoteContent>& pieces, std::vector<PDXNoteFormatDetail> references) {
-  std::size_t next = 0;
-  for (PDXNoteContent& piece : pieces) {
-    if (next == references.size()) return;
-    auto* place = std::get_if<PDXMediaNoteContent>(&piece);
-    if (place == nullptr) continue;
-    place->contentFormat = references[next].formatType;
-    place->identifier = std::move(references[next].identifier);
-    place->exportName = std::to_string(++next);
+/// Hands the kind and the identifier of each reference to `use`, until that answers false.
+template <typename Use>
+void forEachReference(PDXDataReader& reader, Use use) {
+  Run run;
+  while (const auto byte = nextByte(reader, run.isOpen())) {
+    if (*byte == kRunBegin) {
+      run.begin();
+    } else if (*byte != kIdentifierLength || !run.canEnd()) {
+      run.add(*byte);
+    } else if (const std::int32_t format = run.end(); format != 0) {
+      const auto identifier = reader.readBytes(kIdentifierBytes);
+      if (identifier && !use(format, *identifier)) return;
+    }
   }
+}
+
+/// The text of the bytes; "" when they are no UTF-8.
+std::string_view validText(Bytes bytes) {
+  const std::string_view text = textOf(bytes);
+  return PDXText::isValid(text) ? text : std::string_view();
+}
+
+/// Gives each place its attachment, as long as there are references.
+void join(std::vector<PDXNoteContent>& pieces, PDXDataReader& reader) {
+  auto piece = pieces.begin();
+  const auto toPlace = [&] {
+    while (piece != pieces.end() && !std::holds_alternative<PDXMediaNoteContent>(*piece)) ++piece;
+    return piece != pieces.end();
+  };
+  int count = 0;
+  if (!toPlace()) return;
+  forEachReference(reader, [&](std::int32_t format, Bytes identifier) {
+    auto& place = std::get<PDXMediaNoteContent>(*piece++);
+    place.contentFormat = format;
+    place.identifier = validText(identifier);
+    place.exportName = std::to_string(++count);
+    return toPlace();
+  });
 }
 
 bool hasTooManyLines(Bytes bytes) {
@@ -122,14 +149,35 @@ bool unpack(Bytes blob, PDXIOS9NoteDataReader::Body& body) {
   return body.why.empty();
 }
 
-/// Hands each line and each place, which is a line of its own, to `use`.
-template <typename Use>
-void forEachLine(PDXDataReader& reader, Use use) {
+/// Moves to the first byte of the text; to the end when there is none.
+void seekToText(PDXDataReader& reader) {
   if (!reader.skipPast(kTextField) || !reader.readByte()) return;
   // One or two bytes tell the length. A small one in the second place belongs to it, any other is text.
   if (const auto second = reader.readByte(); second && *second > 16)
     reader.seekToPosition(reader.position() - 1);
+}
 
+/// Bytes up to where the text that begins at the reader may end.
+std::size_t textLength(const PDXDataReader& reader) {
+  const Bytes rest = reader.rest();
+  return static_cast<std::size_t>(find(kTextEnd, rest.data(), rest.data() + rest.size()) - rest.data());
+}
+
+/// Lines of the text that begins at the reader, one without a break at its end included.
+std::size_t lineCount(const PDXDataReader& reader) {
+  const Bytes text = reader.rest().first(textLength(reader));
+  return static_cast<std::size_t>(std::count(text.begin(), text.end(), kLineBreak)) + 1;
+}
+
+/// Whether all of the text that begins at the reader is valid. Lines end at ASCII characters, so each is
+/// then.
+bool isAllValid(const PDXDataReader& reader) {
+  return PDXText::isValid(textOf(reader.rest().first(textLength(reader))));
+}
+
+/// Hands each line and each place, which is a line of its own, to `use`.
+template <typename Use>
+void forEachLine(PDXDataReader& reader, Use use) {
   const Bytes rest = reader.rest();
   const std::uint8_t* const end = rest.data() + rest.size();
   const std::uint8_t* at = rest.data();
@@ -146,23 +194,31 @@ void forEachLine(PDXDataReader& reader, Use use) {
   reader.seekToPosition(reader.position() + static_cast<std::size_t>(at - rest.data()));
 }
 
-/// Makes a piece of the line, in the memory of an earlier piece where that was text as well.
+/// An empty place, with the memory that its identifier had.
+void setPlace(PDXNoteContent& piece) {
+  std::string memory;
+  if (auto* earlier = std::get_if<PDXMediaNoteContent>(&piece)) memory = std::move(earlier->identifier);
+  memory.clear();
+  piece.emplace<PDXMediaNoteContent>().identifier = std::move(memory);
+}
+
+/// Makes a piece of the line, in the memory of an earlier piece where that was of its kind.
 void setPiece(PDXNoteContent& piece, Bytes line) {
-  if (textOf(line) == kPlace) {
-    piece = PDXMediaNoteContent();
-    return;
-  }
+  if (textOf(line) == kPlace) return setPlace(piece);
   auto* text = std::get_if<PDXTextNoteContent>(&piece);
   if (text == nullptr) text = &piece.emplace<PDXTextNoteContent>();
-  text->textData = PDXText::isValid(textOf(line)) ? textOf(line) : "";
+  text->textData = textOf(line);
 }
 
 /// Replaces the pieces by those of the text.
 void readPieces(PDXDataReader& reader, std::vector<PDXNoteContent>& pieces) {
   std::size_t count = 0;
+  seekToText(reader);
+  const bool isValid = isAllValid(reader);
+  if (pieces.capacity() == 0) pieces.reserve(lineCount(reader));
   forEachLine(reader, [&](Bytes line) {
     if (count == pieces.size()) pieces.emplace_back();
-    setPiece(pieces[count++], line);
+    setPiece(pieces[count++], isValid || PDXText::isValid(textOf(line)) ? line : Bytes());
   });
   pieces.resize(count);
 }
@@ -180,7 +236,7 @@ void PDXIOS9NoteDataReader::readBody(Bytes blob, Body& body) {
   PDXDataReader reader(body.bytes);
   checkHeaderBytes(reader);
   readPieces(reader, body.content);
-  join(body.content, readFormatData(reader));
+  join(body.content, reader);
 }
 
 std::string PDXIOS9NoteDataReader::readNoteText(Bytes blob) {
@@ -194,12 +250,12 @@ std::string PDXIOS9NoteDataReader::readNoteText(Bytes blob, Body& body) {
   if (!unpack(blob, body)) return text;
   PDXDataReader reader(body.bytes);
   checkHeaderBytes(reader);
-  text.reserve(body.bytes.size());
+  seekToText(reader);
+  text.reserve(textLength(reader));
   forEachLine(reader, [&](Bytes line) {
     if (!text.empty()) text += '\n';
     if (textOf(line) != kPlace && PDXText::isValid(textOf(line))) text += textOf(line);
   });
-  text.shrink_to_fit();
   return text;
 }
 
@@ -224,21 +280,11 @@ std::vector<PDXNoteContent> PDXIOS9NoteDataReader::readTextContent(PDXDataReader
 
 std::vector<PDXNoteFormatDetail> PDXIOS9NoteDataReader::readFormatData(PDXDataReader& reader) {
   std::vector<PDXNoteFormatDetail> references;
-  Run run;
-  while (const auto byte = nextByte(reader, run.isOpen())) {
-    if (*byte == kRunBegin) {
-      run.begin();
-    } else if (*byte != kIdentifierLength || !run.canEnd()) {
-      run.add(*byte);
-    } else if (const std::int32_t format = run.end(); format != 0) {
-      const auto identifier = reader.readBytes(kIdentifierBytes);
-      if (identifier) references.push_back({format, stringFromBytes(*identifier)});
-    }
-  }
+  forEachReference(reader, [&](std::int32_t format, Bytes identifier) {
+    references.push_back({format, stringFromBytes(identifier)});
+    return true;
+  });
   return references;
 }
 
-std::string PDXIOS9NoteDataReader::stringFromBytes(Bytes bytes) {
-  std::string text(textOf(bytes));
-  return PDXText::isValid(text) ? text : "";
-}
+std::string PDXIOS9NoteDataReader::stringFromBytes(Bytes bytes) { return std::string(validText(bytes)); }

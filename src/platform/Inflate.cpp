@@ -30,6 +30,9 @@ class Stream {
   bool isReady_;
 };
 
+/// The library's longest copy, and some.
+constexpr std::size_t kSlack = 320;
+
 /// The size that a gzip stream names in its last four bytes. It may lie, so it is only where to begin.
 std::size_t namedSize(std::span<const std::uint8_t> packed) {
   std::size_t size = 0;
@@ -37,11 +40,11 @@ std::size_t namedSize(std::span<const std::uint8_t> packed) {
   return size;
 }
 
-/// A byte more than is named, so that the end is met before the room is.
+/// More than is named: the library goes byte by byte where the room for its longest copy runs out.
 std::size_t firstSize(std::span<const std::uint8_t> packed, std::size_t limit) {
   const std::size_t usual = packed.size() + packed.size() / 2;
   const std::size_t named = namedSize(packed);
-  const std::size_t size = named / kMostGrowth <= packed.size() ? named + 1 : usual;
+  const std::size_t size = named / kMostGrowth <= packed.size() ? named + kSlack : usual;
   return std::clamp<std::size_t>(size, 64, std::max<std::size_t>(std::min(limit, std::size_t{1} << 20), 64));
 }
 

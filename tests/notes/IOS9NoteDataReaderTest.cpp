@@ -144,8 +144,8 @@ TEST(IOS9NoteDataReader, RefusesToGrowWithoutBounds) {
 TEST(IOS9NoteDataReader, UsesMemoryAgain) {
   Reader::Body body;
   const std::string place = kPlace;
-  for (const std::string& text :
-       {"a\n" + place + "\nc\nd\n", place + "\nb\n", std::string("a long enough line\n")}) {
+  for (const std::string& text : std::vector<std::string>{"a\n" + place + "\nc\nd\n", place + "\nb\n",
+                                                          std::string("a long enough line\n")}) {
     const PDXBytes blob = PDXSampleNoteBody::packed(PDXSampleNoteBody::record(text, {{kId, "public.jpeg"}}));
     Reader::readBody(blob, body);
     EXPECT_EQ(listed(body.content), listed(Reader::readNoteData(blob).value())) << text;
