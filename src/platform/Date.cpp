@@ -94,7 +94,7 @@ class KnownDays {
   }
 
  private:
-  const Day none_;
+  const Day none_{};
   const Day* current_ = &none_;
   std::map<PDXDate, Day> days_;  ///< By their beginning.
   icu::GregorianCalendar calendar_ = makeCalendar();

@@ -23,7 +23,7 @@ constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
 /// texts.
 constexpr auto kIsSpecialInHtml = [] {
   std::array<bool, 256> isSpecial{};
-  for (const unsigned char c : {'&', '"', '<', '>', '\0'}) isSpecial[c] = true;
+  for (const char c : {'&', '"', '<', '>', '\0'}) isSpecial[static_cast<unsigned char>(c)] = true;
   return isSpecial;
 }();
 
