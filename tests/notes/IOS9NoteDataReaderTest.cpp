@@ -141,6 +141,13 @@ TEST(IOS9NoteDataReader, RefusesToGrowWithoutBounds) {
   EXPECT_EQ(whyNot(lying), "it is no gzip data, or damaged") << "a size that lies";
 }
 
+TEST(IOS9NoteDataReader, DropsLinesThatAreNoTextBehindAPlaceAsWell) {
+  const std::string lines = header() + "\x12\x7F" + std::string(kPlace) + "\x1A" + "\xFF\xFE\n\x1A";
+  const auto pieces = Reader::readNoteData(PDXSampleNoteBody::packed(bytesOf(lines))).value();
+  ASSERT_EQ(pieces.size(), 2U);
+  EXPECT_EQ(std::get<PDXTextNoteContent>(pieces[1]).textData, "");
+}
+
 TEST(IOS9NoteDataReader, UsesMemoryAgain) {
   Reader::Body body;
   const std::string place = kPlace;
