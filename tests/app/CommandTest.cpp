@@ -139,6 +139,17 @@ TEST_F(Command, AKilledRunIsClearedAway) {
     EXPECT_FALSE(name.ends_with(".part")) << name;
 }
 
+TEST_F(Command, StopsWhileItWaitsForThePassword) {
+  folder_.write("password", "right");
+  ASSERT_EQ(run("sample locked --messages 10 --encrypted password --rounds 3").status, 0);
+  const std::string script = "cd '" + folder_.path() + "' && mkfifo pipe && exec 3<>pipe && TMPDIR='" +
+                             folder_ / "tmp" +
+                             "' timeout --preserve-status --signal=INT --kill-after=30 1 '" POCKETDEX_COMMAND
+                             "' list locked messages --password-file pipe 2>errors";
+  EXPECT_EQ(WEXITSTATUS(std::system(script.c_str())), 130);
+  EXPECT_TRUE(PDXFiles::list(folder_ / "tmp").empty());
+}
+
 TEST_F(Command, InfoAndListSpeakJson) {
   const auto info = nlohmann::json::parse(run("info phone --json").output);
   EXPECT_EQ(info["schema"], 1);
@@ -238,6 +249,9 @@ TEST_F(Command, PasswordsAreToldApart) {
       says(with("right", "list locked messages --password-file empty"), "the password in empty is empty"));
   EXPECT_TRUE(says(with("right", "list locked messages --password-file no"),
                    "2 pocketdex: cannot read the password"));
+  EXPECT_TRUE(says(with("right", "list locked messages --password-file /dev/zero"),
+                   "2 pocketdex: cannot read the password"))
+      << "that has no end";
   EXPECT_EQ(with("right", "list locked messages"), "0 ");
   EXPECT_EQ(with("wrong", "list locked messages --password-file password"), "0 ") << "the file comes first";
   EXPECT_EQ(run("info locked").status, 0) << "needs none";
