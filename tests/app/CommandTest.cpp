@@ -130,6 +130,20 @@ TEST_F(Command, ListsAndCopiesSingleFiles) {
   EXPECT_EQ(backups["items"][0]["deviceName"], "Ann's iPhone");
 }
 
+TEST_F(Command, AListFromADamagedManifestIsSaidToBeOne) {
+  ASSERT_EQ(run("sample old --messages 10 --generation legacy").status, 0);
+  const std::string whole = fileText(folder_ / "old/Manifest.mbdb");
+  folder_.write("old/Manifest.mbdb", whole.substr(0, whole.size() / 2));
+  for (const char* command : {"domains old", "files old"}) {
+    const Ran ran = run(command);
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_NE(ran.output, "");
+    EXPECT_NE(ran.errors.find("it ends in the middle of a record"), std::string::npos) << ran.errors;
+  }
+  const auto files = nlohmann::json::parse(run("files old --json").output);
+  EXPECT_EQ(files["problems"].size(), 1U);
+}
+
 TEST_F(Command, AKilledRunIsClearedAway) {
   PDXFiles::makeFolders(folder_ / "tmp/pocketdex-999999999-abc/Pocketdex");
   PDXFiles::makeFolders(folder_ / "out/Messages");
