@@ -70,7 +70,7 @@ std::vector<PDXKeyBagDataEntry> PDXBackupEncryptionWorker::entriesOf_(PDXByteVie
 void PDXBackupEncryptionWorker::ParseKeybagData_(PDXByteView keybag) {
   std::optional<PDXProtectionClassInfo> current;
   for (const PDXKeyBagDataEntry& entry : entriesOf_(keybag)) {
-    if (isHeaderTag(entry.tag) || (entry.tag == "WRAP" && !wrap_) || (entry.tag == "UUID" && uuid_.empty())) {
+    if (isHeaderTag(entry.tag) || (entry.tag == "WRAP" && !wrap_) || (entry.tag == "UUID" && !uuid_)) {
       ProcessHeaderTag_(entry);
     } else if (entry.tag == "UUID") {
       keep_(current);
@@ -144,8 +144,7 @@ std::string PDXBackupEncryptionWorker::damageOf_() const {
   };
   bool hasWrapped = false;
   for (const auto& [number, info] : classes_) {
-    const std::size_t size = info.wrappedKey.size();
-    hasWrapped = hasWrapped || (info.isPasswordWrapped() && size >= 16 && size % 8 == 0);
+    hasWrapped = hasWrapped || (info.isPasswordWrapped() && info.wrappedKey.size() == kWrappedKeyBytes);
   }
   if (salt_.empty()) return "it has no salt";
   if (!isCount(iterations_.value_or(0)) ||

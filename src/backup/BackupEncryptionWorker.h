@@ -114,7 +114,7 @@ class PDXBackupEncryptionWorker {
   std::optional<std::int32_t> version_;
   std::optional<std::int32_t> type_;
   std::optional<std::int32_t> wrap_;
-  PDXBytes uuid_;
+  std::optional<PDXBytes> uuid_;
   PDXBytes salt_;
   std::optional<std::int32_t> iterations_;
   PDXBytes firstSalt_;

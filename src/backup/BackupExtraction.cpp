@@ -29,10 +29,7 @@ std::string PDXBackupExtraction::extractFile(const PDXBackupFile& file) const {
   if (result) return destination;
   PDXFiles::remove(destination);
   if (result.outcome == PDXFiles::CopyResult::Outcome::writeFailed) {
-    PDXLog::report(
-        {.what = "scratch folder",
-         .where = PDXScratchFolder::path(),
-         .why = result.why + " (for " + file.relativePath + "); set TMPDIR to a folder with more room"});
+    PDXScratchFolder::reportFull(result.why, file.relativePath);
   } else {
     PDXLog::report({.what = "file", .where = file.relativePath, .why = result.why});
   }

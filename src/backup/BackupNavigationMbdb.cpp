@@ -51,7 +51,7 @@ bool PDXBackupNavigationMbdb::readManifestMbdb_() {
   const bool isFilled = cache_.run("BEGIN") && fillCache_(manifest) && cache_.run("COMMIT") &&
                         cache_.run("CREATE INDEX byPath ON files (relativePath, domain)") &&
                         cache_.run("CREATE INDEX byIdentifier ON files (fileID)");
-  if (!isFilled) PDXLog::report({.what = "manifest", .where = manifest, .why = cache_.error()});
+  if (!isFilled) PDXScratchFolder::reportFull(cache_.error(), "the list of files");
   return isFilled;
 }
 
@@ -77,9 +77,9 @@ bool PDXBackupNavigationMbdb::fillCache_(const std::string& manifest) {
     row.reset();
   }
   if (records.isCut()) {
-    PDXLog::report({.what = "manifest",
-                    .where = manifest,
-                    .why = "it ends in the middle of a record; files listed behind it cannot be found"});
+    constexpr const char* kCut = "it ends in the middle of a record; files listed behind it cannot be found";
+    PDXLog::report(
+        {.what = "manifest", .where = manifest, .why = records.error().empty() ? kCut : records.error()});
   }
   return true;
 }

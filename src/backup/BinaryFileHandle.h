@@ -21,6 +21,9 @@ class PDXBinaryFileHandle {
   /// @param bytes  are not copied and have to outlive the handle.
   explicit PDXBinaryFileHandle(PDXByteView bytes);
 
+  /// Why the file cannot be read; empty when it can, and for bytes.
+  std::string error() const { return file_ ? file_->error() : ""; }
+
   std::uint64_t fileSize() const { return size_; }
 
   /// The place of the next byte; behind the end after a skip beyond it.

@@ -45,6 +45,9 @@ class PDXBinaryManifest {
   /// Whether the file ends in the middle of a record.
   bool isCut() const { return isCut_; }
 
+  /// Why the file cannot be read; empty when it can.
+  std::string error() const { return file_.error(); }
+
  private:
   std::string readStringFromFileHandle_();
   void skipProperties_();

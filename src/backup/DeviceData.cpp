@@ -97,7 +97,7 @@ std::unique_ptr<PDXBackupExtraction> PDXDeviceData::extractorFor_(std::int32_t t
   if (!isEncrypted_ || (typeVersion != 2 && typeVersion != 3))
     return std::make_unique<PDXBackupExtractionDirectCopy>(backupPath_);
   if (manifestFolder_.empty()) manifestFolder_ = PDXScratchFolder::makeFolder("manifest-");
-  const PDXManifestPlace place{.folder = manifestFolder_, .mayWriteBackup = !isReadOnly_};
+  const PDXManifestPlace place{.folder = manifestFolder_, .mayWriteBackup = !isReadOnly_, .stop = stop_};
   const PDXByteView password = password_ ? PDXByteView(*password_) : PDXByteView();
   if (typeVersion == 2)
     return std::make_unique<PDXBackupExtractionMbdbWithEncryption>(backupPath_, password, place);
@@ -183,6 +183,7 @@ PDXDeviceDataEncryption::Trial PDXDeviceData::unlock(std::string_view password, 
   setPassword(password);
   auto trial = PDXDeviceDataEncryption::tryPassword(backupPath_, *password_, stop);
   const std::lock_guard guard(readyLock_);
+  stop_ = stop;
   extractor_.reset();
   reader_.reset();
   return trial;

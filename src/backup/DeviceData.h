@@ -130,6 +130,7 @@ class PDXDeviceData {
   /// Stores the password and tells by the key bag whether it is right: at once for every kind of backup, also
   /// where `IsPasswordCorrect` cannot know. What was opened with another password is opened anew.
   /// Slow by design (see PDXPasswordKey); the next one with the same password is quick.
+  /// @param stop  abandons this, and the deciphering of the manifest later on.
   PDXDeviceDataEncryption::Trial unlock(std::string_view password, const std::stop_token& stop = {});
 
   /// Keeps the deciphered manifest out of the backup folder. Before anything is read.
@@ -210,6 +211,7 @@ class PDXDeviceData {
   std::optional<PDXSecret> password_;
   bool isEncrypted_ = false;
   bool isReadOnly_ = false;
+  std::stop_token stop_;
   std::string deviceId_;
   std::string backupPath_;
   std::int32_t iosVersion_ = 0;

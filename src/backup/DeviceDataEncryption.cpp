@@ -65,22 +65,34 @@ void PDXDeviceDataEncryption::LoadKeysFromManifestPlist() {
 
 void PDXDeviceDataEncryption::decipherManifest_(const PDXBytes& keyRecord) {
   const std::string enciphered = std::exchange(manifestPath_, "");
-  if (worker_.fileKey(keyRecord).key.empty() || !PDXScratchFolder::isSafe()) return;
+  if (!PDXScratchFolder::isSafe()) return;
   const std::string folder = place_.folder.empty() ? PDXScratchFolder::path() : place_.folder;
-  std::string copy = PDXFiles::joined(folder, "Manifest_d.db");
-  if (!PDXFiles::makePrivateFolder(folder)) return;
-  const auto result = decipher(enciphered, copy, keyRecord, PDXFileDeciphering::Tail::kept, {});
-  if (!result) {
-    PDXLog::report({.what = "manifest", .where = enciphered, .why = result.why});
-    return;
-  }
-  if (!isDatabase(copy)) {
+  const std::string copy = PDXFiles::joined(folder, "Manifest_d.db");
+  PDXFiles::makePrivateFolder(folder);
+  const auto result = decipher(enciphered, copy, keyRecord, PDXFileDeciphering::Tail::kept, place_.stop);
+  if (!result || !isDatabase(copy)) {
     PDXFiles::remove(copy);
+    reportManifest_(enciphered, keyRecord, result);
     return;
   }
   manifestPath_ = copy;
   const std::string kept = PDXFiles::joined(fullBackupPath_, "Manifest_d.db");
-  if (place_.mayWriteBackup && !PDXFiles::haveSameBytes(copy, kept)) PDXFiles::copyUnseen(copy, kept);
+  if (place_.mayWriteBackup && !place_.stop.stop_requested() && !PDXFiles::haveSameBytes(copy, kept))
+    PDXFiles::copyUnseen(copy, kept);
+}
+
+/// Says why there is no manifest. What a wrong password does is said by whoever took it.
+void PDXDeviceDataEncryption::reportManifest_(const std::string& enciphered, const PDXBytes& keyRecord,
+                                              const PDXFiles::CopyResult& result) const {
+  using Outcome = PDXFiles::CopyResult::Outcome;
+  if (worker_.unlocking() != PDXUnlocking::opened || result.outcome == Outcome::stopped) return;
+  if (result.outcome == Outcome::writeFailed) {
+    PDXScratchFolder::reportFull(result.why, "the manifest");
+    return;
+  }
+  const std::string keyDamage = worker_.fileKey(keyRecord).why;
+  const std::string why = keyDamage.empty() ? "it is damaged: deciphered, it is no database" : keyDamage;
+  PDXLog::report({.what = "manifest", .where = enciphered, .why = result ? why : result.why});
 }
 
 bool PDXDeviceDataEncryption::GetEncryptedFileFrombackupToWithAttributes(const std::string& from,

@@ -15,6 +15,9 @@ struct PDXManifestPlace {
 
   /// Whether the backup folder itself may get a copy, "Manifest_d.db".
   bool mayWriteBackup = true;
+
+  /// Abandons the deciphering; there is no manifest then.
+  std::stop_token stop;
 };
 
 /// The keys of an encrypted backup.
@@ -81,6 +84,8 @@ class PDXDeviceDataEncryption {
 
  private:
   void decipherManifest_(const PDXBytes& keyRecord);
+  void reportManifest_(const std::string& enciphered, const PDXBytes& keyRecord,
+                       const PDXFiles::CopyResult& result) const;
 
   std::string fullBackupPath_;
   PDXManifestPlace place_;

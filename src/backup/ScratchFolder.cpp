@@ -24,6 +24,12 @@ std::string makeFolder(const std::string& prefix) {
   return isSafe() ? PDXFiles::makeUniqueFolder(PDXFiles::joined(path(), prefix)) : "";
 }
 
+void reportFull(const std::string& why, const std::string& file) {
+  PDXLog::report({.what = "scratch folder",
+                  .where = path(),
+                  .why = why + " (for " + file + "); set TMPDIR to a folder with more room"});
+}
+
 void clear() {
   if (!isSafe()) return;
   const std::string folder = path();

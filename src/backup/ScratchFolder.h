@@ -19,6 +19,9 @@ std::string makeFolder(const std::string& prefix);
 /// Removes everything in it.
 void clear();
 
+/// Says that a copy could not be written there, and what to do. `file` is what was copied.
+void reportFull(const std::string& why, const std::string& file);
+
 /// Makes room at `database` in the scratch folder for a fresh copy: removes an older one, and the companions
 /// of an older database of that name, which SQLite would take for its own.
 void makeRoomFor(const std::string& database);

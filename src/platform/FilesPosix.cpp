@@ -289,8 +289,8 @@ CopyResult copyUnseen(const std::string& from, const std::string& to) {
   Descriptor target(PDXFileCopy::openNameless(folderOf(to)));
   const bool isNameless = target.get() >= 0;
   if (!isNameless) {
-    if (errno == EACCES || errno == EROFS || errno == ENOENT)
-      return {Outcome::writeFailed, std::strerror(errno)};
+    // On a full disk, say, the older file stays.
+    if (errno != EOPNOTSUPP && errno != EISDIR) return {Outcome::writeFailed, std::strerror(errno)};
     // A file system without nameless files: written in its place, where a cut one is found out on opening.
     ::unlink(to.c_str());
     target.reset(::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));

@@ -13,6 +13,7 @@ constexpr std::size_t kTrailerSize = 32;
 constexpr std::uint32_t kMostLevels = 256;
 constexpr std::uint64_t kMostValues = std::uint64_t{4} << 20;
 constexpr std::uint64_t kMostRepeatedValues = std::uint64_t{64} << 10;
+constexpr std::uint64_t kLongestName = std::uint64_t{64} << 10;
 constexpr std::uint64_t kMostRepeatedBytes = std::uint64_t{64} << 20;
 
 std::uint64_t bigEndian(std::string_view bytes) {
@@ -25,6 +26,8 @@ std::uint64_t bigEndian(std::string_view bytes) {
 struct Object {
   std::vector<std::uint64_t> children;
   std::uint64_t bytes = 0;
+  std::size_t keys = 0;  ///< How many of the children, from the first on, are keys.
+  bool isName = false;   ///< A text that may be a key: the parser gives up the process for one with a zero.
 };
 
 /// The object table of a binary list. Every read is checked: nothing about the bytes is trusted.
@@ -60,8 +63,16 @@ class BinaryObjects {
     std::uint64_t length = marker & 0xF;
     if (length == 0xF && !readLength(position, length)) return std::nullopt;
     if (length > bytes_.size()) return std::nullopt;
-    if (kind != 0xA && kind != 0xC && kind != 0xD) return Object{.children = {}, .bytes = length};
-    return references(position, kind == 0xD ? 2 * length : length);
+    if (kind != 0xA && kind != 0xC && kind != 0xD) {
+      const std::size_t width = kind == 0x5 ? 1 : 2;
+      const bool isText = kind == 0x5 || kind == 0x6;
+      const bool isName = isText && length <= kLongestName && !hasZero(position, length * width, width);
+      return Object{.children = {}, .bytes = length, .keys = 0, .isName = isName};
+    }
+    const bool isDictionary = kind == 0xD;
+    auto container = references(position, isDictionary ? 2 * length : length);
+    if (container && isDictionary) container->keys = container->children.size() / 2;
+    return container;
   }
 
  private:
@@ -81,6 +92,16 @@ class BinaryObjects {
     length = bigEndian(bytes_.substr(position, size));
     position += size;
     return true;
+  }
+
+  /// Whether a text holds a character of that width that is zero.
+  bool hasZero(std::size_t position, std::size_t size, std::size_t width) const {
+    const std::string_view text = bytes_.substr(position, size);
+    for (std::size_t at = text.find('\0'); at < text.size(); at = text.find('\0', at + 1)) {
+      const std::size_t begin = at / width * width;
+      if (text.substr(begin, width).find_first_not_of('\0') == std::string_view::npos) return true;
+    }
+    return false;
   }
 
   std::optional<Object> references(std::size_t position, std::uint64_t length) const {
@@ -110,12 +131,14 @@ struct Measured {
   std::uint32_t levels = 1;
   std::uint64_t values = 1;
   std::uint64_t bytes = 0;
+  bool isName = false;
 };
 
 /// One object on the way down from the root.
 struct Step {
   std::uint64_t object;
   std::vector<std::uint64_t> children;
+  std::size_t keys = 0;
   std::size_t next = 0;
 };
 
@@ -148,7 +171,8 @@ class BinaryMeasure {
     waiting_ += object->children.size();
     measured_[index].state = Measured::State::open;
     measured_[index].bytes = object->bytes;
-    path_.push_back({index, std::move(object->children)});
+    measured_[index].isName = object->isName;
+    path_.push_back({.object = index, .children = std::move(object->children), .keys = object->keys});
     return waiting_ <= mostValues_;
   }
 
@@ -163,6 +187,7 @@ class BinaryMeasure {
     const Measured& child = measured_[childObject];
     if (child.state == Measured::State::open) return false;  // It contains itself.
     if (child.state == Measured::State::unseen) return enter(childObject);
+    if (step.next < step.keys && !child.isName) return false;
     ++step.next;
     Measured& whole = measured_[step.object];
     whole.levels = std::max(whole.levels, child.levels + 1);

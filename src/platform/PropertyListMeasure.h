@@ -13,7 +13,8 @@ std::string_view withoutTail(std::string_view bytes);
 
 /// Whether the list can be parsed safely: its objects nest at most 256 levels and none contains itself.
 /// Written out they are at most four million values, and not far more than the file has bytes (a few hundred
-/// bytes can stand for billions, by containing one object many times). An XML list's elements must close in
+/// bytes can stand for billions, by containing one object many times). Keys are texts of at most 65,536
+/// characters, none of them zero. An XML list's elements must close in
 /// order. Needs no recursion and time in proportion to the bytes.
 bool isSafe(std::string_view bytes);
 

@@ -132,6 +132,20 @@ TEST_F(Command, ListsAndCopiesSingleFiles) {
   EXPECT_EQ(backups["items"][0]["deviceName"], "Ann's iPhone");
 }
 
+TEST_F(Command, AListFromADamagedManifestIsSaidToBeOne) {
+  ASSERT_EQ(run("sample old --messages 10 --generation legacy").status, 0);
+  const std::string whole = fileText(folder_ / "old/Manifest.mbdb");
+  folder_.write("old/Manifest.mbdb", whole.substr(0, whole.size() / 2));
+  for (const char* command : {"domains old", "files old"}) {
+    const Ran ran = run(command);
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_NE(ran.output, "");
+    EXPECT_NE(ran.errors.find("it ends in the middle of a record"), std::string::npos) << ran.errors;
+  }
+  const auto files = nlohmann::json::parse(run("files old --json").output);
+  EXPECT_EQ(files["problems"].size(), 1U);
+}
+
 TEST_F(Command, AKilledRunIsClearedAway) {
   PDXFiles::makeFolders(folder_ / "tmp/pocketdex-999999999-abc/Pocketdex");
   PDXFiles::makeFolders(folder_ / "out/Messages");
@@ -139,6 +153,17 @@ TEST_F(Command, AKilledRunIsClearedAway) {
   EXPECT_EQ(run("export phone --to out").status, 0);
   for (const std::string& name : PDXFiles::list(folder_ / "out/Messages"))
     EXPECT_FALSE(name.ends_with(".part")) << name;
+}
+
+TEST_F(Command, StopsWhileItWaitsForThePassword) {
+  folder_.write("password", "right");
+  ASSERT_EQ(run("sample locked --messages 10 --encrypted password --rounds 3").status, 0);
+  const std::string script = "cd '" + folder_.path() + "' && mkfifo pipe && exec 3<>pipe && TMPDIR='" +
+                             folder_ / "tmp" +
+                             "' timeout --preserve-status --signal=INT --kill-after=30 1 '" POCKETDEX_COMMAND
+                             "' list locked messages --password-file pipe 2>errors";
+  EXPECT_EQ(WEXITSTATUS(std::system(script.c_str())), 130);
+  EXPECT_TRUE(PDXFiles::list(folder_ / "tmp").empty());
 }
 
 TEST_F(Command, InfoAndListSpeakJson) {
@@ -240,6 +265,9 @@ TEST_F(Command, PasswordsAreToldApart) {
       says(with("right", "list locked messages --password-file empty"), "the password in empty is empty"));
   EXPECT_TRUE(says(with("right", "list locked messages --password-file no"),
                    "2 pocketdex: cannot read the password"));
+  EXPECT_TRUE(says(with("right", "list locked messages --password-file /dev/zero"),
+                   "2 pocketdex: cannot read the password"))
+      << "that has no end";
   EXPECT_EQ(with("right", "list locked messages"), "0 ");
   EXPECT_EQ(with("wrong", "list locked messages --password-file password"), "0 ") << "the file comes first";
   EXPECT_EQ(run("info locked").status, 0) << "needs none";

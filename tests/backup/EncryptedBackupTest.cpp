@@ -3,6 +3,7 @@
 #include "backup/BackupNavigationMbdb.h"
 #include "backup/BinaryManifest.h"
 #include "backup/DeviceData.h"
+#include "platform/Log.h"
 #include "samples/BackupFolder.h"
 #include "tests/support/TestFolder.h"
 
@@ -115,6 +116,29 @@ TEST_F(EncryptedBackup, FolderThatIsNotToBeWrittenStaysAsItIs) {
   EXPECT_TRUE(fileText(folder_ / "phone/Manifest_d.db").starts_with("SQLite format 3"))
       << "the bad copy is replaced";
   EXPECT_EQ(PDXFiles::list(backup).size(), before.size() + 2) << "and nothing else was made";
+}
+
+TEST_F(EncryptedBackup, SaysWhyThereIsNoManifest) {
+  const std::string backup = layDown("phone");
+  std::string said;
+  const auto before = PDXLog::listen([&said](const PDXProblem& problem) {
+    if (problem.where.ends_with("phone/Manifest.db")) said += problem.why + ";";
+  });
+  const std::string whole = fileText(backup + "/Manifest.db");
+  for (const std::string& bytes : {whole.substr(16), whole.substr(0, 100), std::string()}) {
+    folder_.write("phone/Manifest.db", bytes);
+    const auto device = opened(backup);
+    device->unlock("wrong");
+    device->domainNames();
+    EXPECT_FALSE(PDXFiles::exists(backup + "/Manifest_d.db"));
+    device->unlock("right");
+    device->domainNames();
+  }
+  PDXLog::listen(before);
+  EXPECT_EQ(said,
+            "it is damaged: deciphered, it is no database;"
+            "it was cut off: its size is no whole number of cipher blocks;"
+            "it is damaged: deciphered, it is no database;");
 }
 
 TEST_F(EncryptedBackup, TwoBackupsDoNotShareAKey) {

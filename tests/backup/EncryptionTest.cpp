@@ -73,6 +73,18 @@ class KeyBag : public testing::Test {
     return {bag_.begin(), bag_.begin() + static_cast<std::ptrdiff_t>(size)};
   }
 
+  /// With wrapped keys of another size.
+  PDXBytes withKeysOf(std::uint8_t size) const {
+    const std::string tag = std::string("WPKY") + std::string(3, '\0');
+    PDXBytes changed = bag_;
+    for (auto at = changed.begin(); true;) {
+      at = std::search(at, changed.end(), tag.begin(), tag.end());
+      if (at == changed.end()) return changed;
+      at[7] = size;
+      at = size < 40 ? changed.erase(at + 8, at + 48 - size) : changed.insert(at + 8, size - 40U, 0);
+    }
+  }
+
   PDXBackupEncryptionWorker loaded(const PDXBytes& bag, std::string_view password) {
     PDXBackupEncryptionWorker worker;
     didLoad_ = worker.LoadManifestKeybagDataWithPasswordData(bag, viewOfText(password));
@@ -108,12 +120,22 @@ TEST_F(KeyBag, TellsApartWhyItDoesNotOpen) {
       {"it has no salt", PDXBytes(100, 0xFF)},
       {"it has no salt", upTo(3)},
       {"it holds no key that a password opens", upTo(valueOf("CLAS") - 32)},
+      {"it holds no key that a password opens", withKeysOf(16)},
+      {"it holds no key that a password opens", withKeysOf(41)},
   };
   for (const auto& [damage, bag] : damaged) {
     const auto broken = loaded(bag, "right");
     EXPECT_EQ(broken.unlocking(), PDXUnlocking::damagedKeybag) << damage;
     EXPECT_EQ(broken.damage(), damage);
   }
+}
+
+TEST_F(KeyBag, LosesNoClassToAHeaderWithoutIdentifier) {
+  PDXBytes bag = bag_;
+  const auto begin = bag.begin() + static_cast<std::ptrdiff_t>(valueOf("UUID"));
+  bag.erase(begin, begin + 16);
+  bag[valueOf("UUID") - 1] = 0;
+  EXPECT_EQ(loaded(bag, "right").classes().size(), loaded(bag_, "right").classes().size());
 }
 
 TEST_F(KeyBag, OpensWithTheClassesThatACutOneStillHas) {

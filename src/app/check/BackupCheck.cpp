@@ -50,7 +50,9 @@ class FileCheck {
  public:
   FileCheck(PDXDeviceData& deviceData, std::stop_token stop)
       : deviceData_(deviceData), stop_(std::move(stop)), scratch_(PDXScratchFolder::makeFolder("check-")) {}
-  ~FileCheck() { PDXFiles::removeTree(scratch_); }
+  ~FileCheck() {
+    if (!scratch_.empty()) PDXFiles::removeTree(scratch_);
+  }
   FileCheck(const FileCheck&) = delete;
   FileCheck& operator=(const FileCheck&) = delete;
 
@@ -111,9 +113,14 @@ class FileCheck {
 
   std::optional<PDXCheckFinding> findingInEncipheredDatabase(const PDXBackupFile& file,
                                                              const PDXDeviceData::StoredFile& stored) {
+    if (scratch_.empty()) return found(Kind::unreadable, file, "it needs a scratch folder: set TMPDIR");
     const std::string copy = PDXFiles::joined(scratch_, "database");
     const auto result = PDXFileDeciphering::decipher(stored.path, stored.key.key, copy,
                                                      PDXFileDeciphering::Tail::trimmed, stop_);
+    if (result.outcome == PDXFiles::CopyResult::Outcome::writeFailed) {
+      return found(Kind::unreadable, file,
+                   "no room to check it in the scratch folder (" + result.why + "): set TMPDIR to another");
+    }
     if (!result) return found(Kind::unreadable, file, result.why);
     auto finding = findingInDatabase(file, copy);
     PDXFiles::remove(copy);

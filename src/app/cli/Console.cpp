@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "platform/Log.h"
 #include "platform/Text.h"
 
 void PDXConsole::line(const std::string& text) const { fmt::print("{}\n", PDXText::printable(text)); }
@@ -16,6 +17,11 @@ void PDXConsole::note(const std::string& text) const {
 
 void PDXConsole::error(const std::string& text) {
   fmt::print(stderr, "pocketdex: {}\n", PDXText::printable(text));
+}
+
+void PDXConsole::problem(const PDXProblem& problem) {
+  error(problem.what + " could not be read: " + problem.where +
+        (problem.why.empty() ? "" : ": " + problem.why));
 }
 
 void PDXConsole::progress(const std::string& what, std::size_t done, std::size_t total) {

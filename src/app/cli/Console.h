@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <string>
 
+struct PDXProblem;
+
 /// What the command says: results on standard output, errors and progress on standard error.
 class PDXConsole {
  public:
@@ -18,6 +20,9 @@ class PDXConsole {
   /// One line, "pocketdex: …". Control characters in it are shown as "?", so that a name from a backup cannot
   /// write on the terminal.
   static void error(const std::string& text);
+
+  /// The same for something that could not be read.
+  static void problem(const PDXProblem& problem);
 
   /// Shows how far the work has come, when standard error is a terminal.
   void progress(const std::string& what, std::size_t done, std::size_t total);

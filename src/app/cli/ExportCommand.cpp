@@ -135,10 +135,7 @@ class ExportCommand final : public PDXCommand {
     }
     for (const PDXKindReport& kind : report.kinds) summarise(console, kind);
     for (const std::string& kind : report.notHeld) PDXConsole::error("the backup holds no " + kind);
-    for (const PDXProblem& problem : report.problems) {
-      PDXConsole::error(problem.what + " could not be read: " + problem.where +
-                        (problem.why.empty() ? "" : ": " + problem.why));
-    }
+    for (const PDXProblem& problem : report.problems) PDXConsole::problem(problem);
     if (!report.notBuilt.empty()) {
       console.note(fmt::format("Not built yet, and left out: {}", fmt::join(report.notBuilt, ", ")));
     }
@@ -205,9 +202,7 @@ class ExportCommand final : public PDXCommand {
       console.note(fmt::format("  {} not be turned upright: export.json names them",
                                counted(kind.notTurned.size(), "picture could", "pictures could")));
     }
-    for (const PDXProblem& problem : kind.unreadable) {
-      PDXConsole::error(problem.what + " could not be read: " + problem.where + ": " + problem.why);
-    }
+    for (const PDXProblem& problem : kind.unreadable) PDXConsole::problem(problem);
   }
 
   static void summariseRows(const PDXConsole& console, const PDXKindReport& kind) {

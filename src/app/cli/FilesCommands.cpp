@@ -8,15 +8,24 @@
 #include "app/cli/OpenedBackup.h"
 #include "app/cli/Options.h"
 #include "app/export/BackupJson.h"
+#include "app/export/ExportReport.h"
 #include "app/export/NearestNames.h"
 
 namespace {
 
 using Json = nlohmann::ordered_json;
 
-PDXExitStatus saysUnreadableManifest(const PDXDeviceData& deviceData) {
-  PDXConsole::error("the manifest of " + deviceData.backupPath() +
-                    " cannot be read, so its files cannot be listed");
+PDXExitStatus saysProblems(const std::vector<PDXProblem>& problems) {
+  for (const PDXProblem& problem : problems) PDXConsole::problem(problem);
+  return problems.empty() ? PDXExitStatus::done : PDXExitStatus::incomplete;
+}
+
+PDXExitStatus saysUnreadableManifest(const PDXCommandContext& context, const PDXDeviceData& deviceData,
+                                     const std::vector<PDXProblem>& problems) {
+  if (context.stop.stop_requested()) return PDXExitStatus::interrupted;
+  const std::string why = problems.empty() ? "" : " (" + problems.front().why + ")";
+  PDXConsole::error("the manifest of " + deviceData.backupPath() + " cannot be read" + why +
+                    ", so its files cannot be listed");
   return PDXExitStatus::incomplete;
 }
 
@@ -40,19 +49,26 @@ class DomainsCommand final : public PDXCommand {
     const auto found = PDXOpenedBackup::find(backupOptions_.backup, status);
     const auto deviceData = found ? found->open(backupOptions_, context.stop, status) : nullptr;
     if (deviceData == nullptr) return status;
+    const PDXProblemCollector problems;
     const auto names = deviceData->domainNames();
-    if (!names) return saysUnreadableManifest(*deviceData);
-    if (!json_) {
+    if (!names) return saysUnreadableManifest(context, *deviceData, problems.problems());
+    if (json_) {
+      printJson(found->information(), *names, problems.problems());
+    } else {
       for (const std::string& name : *names) context.console.line(name);
-      return PDXExitStatus::done;
     }
-    Json document = PDXBackupJson::document("domains", found->information());
-    for (const std::string& name : *names) document["items"].push_back({{"domain", name}});
-    std::fputs(PDXBackupJson::text(document).c_str(), stdout);
-    return PDXExitStatus::done;
+    return saysProblems(problems.problems());
   }
 
  private:
+  static void printJson(const PDXBackupInformation& information, const std::vector<std::string>& names,
+                        const std::vector<PDXProblem>& problems) {
+    Json document = PDXBackupJson::document("domains", information);
+    for (const std::string& name : names) document["items"].push_back({{"domain", name}});
+    document["problems"] = PDXBackupJson::problems(problems);
+    std::fputs(PDXBackupJson::text(document).c_str(), stdout);
+  }
+
   PDXBackupOptions backupOptions_;
   bool json_ = false;
 };
@@ -71,21 +87,22 @@ class FilesCommand final : public PDXCommand {
     const auto found = PDXOpenedBackup::find(backupOptions_.backup, status);
     const auto deviceData = found ? found->open(backupOptions_, context.stop, status) : nullptr;
     if (deviceData == nullptr) return status;
+    const PDXProblemCollector problems;
     if (const auto mistake = domain_.empty() ? std::nullopt : domainMistake(*deviceData, domain_)) {
       PDXConsole::error(*mistake);
       return PDXExitStatus::usage;
     }
     auto files = deviceData->regularFiles();
-    if (!files) return saysUnreadableManifest(*deviceData);
+    if (!files) return saysUnreadableManifest(context, *deviceData, problems.problems());
     std::erase_if(*files, [this](const PDXBackupFile& file) { return !isWanted(file); });
     if (json_) {
-      printJson(found->information(), *files);
+      printJson(found->information(), *files, problems.problems());
     } else {
       for (const PDXBackupFile& file : *files) {
         context.console.line(file.fileId + "  " + file.domain.value_or("") + "  " + file.relativePath);
       }
     }
-    return PDXExitStatus::done;
+    return saysProblems(problems.problems());
   }
 
  private:
@@ -95,13 +112,15 @@ class FilesCommand final : public PDXCommand {
     return file.relativePath.starts_with(folder);
   }
 
-  static void printJson(const PDXBackupInformation& information, const std::vector<PDXBackupFile>& files) {
+  static void printJson(const PDXBackupInformation& information, const std::vector<PDXBackupFile>& files,
+                        const std::vector<PDXProblem>& problems) {
     Json document = PDXBackupJson::document("files", information);
     for (const PDXBackupFile& file : files) {
       document["items"].push_back({{"fileId", file.fileId},
                                    {"domain", file.domain.value_or("")},
                                    {"relativePath", file.relativePath}});
     }
+    document["problems"] = PDXBackupJson::problems(problems);
     std::fputs(PDXBackupJson::text(document).c_str(), stdout);
   }
 
@@ -137,8 +156,10 @@ class GetCommand final : public PDXCommand {
     if (found && found->refusesOutput(folder_)) return PDXExitStatus::usage;
     const auto deviceData = found ? found->open(backupOptions_, context.stop, status) : nullptr;
     if (deviceData == nullptr) return status;
+    const PDXProblemCollector problems;
     if (const auto mistake = domainMistake(*deviceData, domain_)) {
       PDXConsole::error(*mistake);
+      saysProblems(problems.problems());
       return PDXExitStatus::usage;
     }
     for (const std::string& path : paths_) {
@@ -146,6 +167,7 @@ class GetCommand final : public PDXCommand {
       if (one == PDXExitStatus::unwritable || one == PDXExitStatus::interrupted) return one;
       if (one != PDXExitStatus::done) status = one;
     }
+    if (status != PDXExitStatus::done) saysProblems(problems.problems());
     return status;
   }
 

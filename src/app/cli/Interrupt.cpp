@@ -8,10 +8,11 @@
 
 #include "app/cli/ExitStatus.h"
 #include "platform/Files.h"
+#include "platform/Terminal.h"
 
 PDXInterrupt::PDXInterrupt(std::string scratchFolder) : scratchFolder_(std::move(scratchFolder)) {
   sigemptyset(&signals_);
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&signals_, signal);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) sigaddset(&signals_, signal);
   pthread_sigmask(SIG_BLOCK, &signals_, nullptr);
   std::signal(SIGPIPE, SIG_IGN);  // A closed pipe is a failed write, not the end of the run.
   watcher_ = std::jthread([this](const std::stop_token& end) { watch_(end); });
@@ -24,6 +25,7 @@ void PDXInterrupt::watch_(const std::stop_token& end) {
   while (!end.stop_requested()) {
     if (sigtimedwait(&signals_, nullptr, &kLook) < 0) continue;
     if (stop_.stop_requested()) {
+      PDXTerminal::restore();
       PDXFiles::removeTree(scratchFolder_);
       ::_exit(static_cast<int>(PDXExitStatus::interrupted));
     }

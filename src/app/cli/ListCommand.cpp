@@ -70,10 +70,7 @@ class ListCommand final : public PDXCommand {
       for (const std::string& line : listing.lines) context.console.line(line);
       context.console.note(listing.summary);
     }
-    for (const PDXProblem& problem : problems.problems()) {
-      PDXConsole::error(problem.what + " could not be read: " + problem.where +
-                        (problem.why.empty() ? "" : ": " + problem.why));
-    }
+    for (const PDXProblem& problem : problems.problems()) PDXConsole::problem(problem);
     return problems.problems().empty() ? PDXExitStatus::done : PDXExitStatus::incomplete;
   }
 

@@ -1,7 +1,5 @@
 #include "app/cli/Password.h"
 
-#include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 
 #include "app/cli/Console.h"
@@ -62,27 +60,15 @@ PDXExitStatus unlockByPrompt(PDXDeviceData& deviceData, const std::stop_token& s
 
 }  // namespace
 
-std::optional<PDXSecret> firstLineOf(const std::string& file) {
-  std::FILE* stream = file == "-" ? stdin : std::fopen(file.c_str(), "re");
-  if (stream == nullptr) return std::nullopt;
-  std::setvbuf(stream, nullptr, _IONBF, 0);  // No copy of the password stays in a buffer.
-  PDXSecret line;
-  int byte = std::fgetc(stream);
-  const bool isReadable = std::ferror(stream) == 0;
-  for (; byte != EOF && byte != '\n'; byte = std::fgetc(stream))
-    line.push_back(static_cast<std::uint8_t>(byte));
-  if (!line.empty() && line.back() == '\r') line.pop_back();
-  if (stream != stdin) std::fclose(stream);
-  return isReadable ? std::optional(std::move(line)) : std::nullopt;
-}
-
 PDXExitStatus unlockBackup(PDXDeviceData& deviceData, const std::string& passwordFile,
                            const std::stop_token& stop) {
   if (!deviceData.IsEncrypted()) return PDXExitStatus::done;
   const std::string& backup = deviceData.backupPath();
+  if (passwordFile == "-" && PDXTerminal::isThere()) return unlockByPrompt(deviceData, stop);
   if (!passwordFile.empty()) {
     const std::string source = passwordFile == "-" ? "standard input" : passwordFile;
-    const auto password = firstLineOf(passwordFile);
+    const auto password = PDXTerminal::firstLineOf(passwordFile, stop);
+    if (stop.stop_requested()) return PDXExitStatus::interrupted;
     if (!password) return says("cannot read the password from " + source, PDXExitStatus::usage);
     return judged(deviceData.unlock(textOf(*password), stop), backup, source);
   }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <optional>
 #include <stop_token>
 #include <string>
 
@@ -14,6 +13,3 @@
 /// @return `done`, or the status of a failure after one line on standard error.
 PDXExitStatus unlockBackup(PDXDeviceData& deviceData, const std::string& passwordFile,
                            const std::stop_token& stop);
-
-/// The first line of a file, or of standard input for "-". Nothing when it cannot be read.
-std::optional<PDXSecret> firstLineOf(const std::string& file);

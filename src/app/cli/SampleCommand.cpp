@@ -4,7 +4,7 @@
 #include <string>
 
 #include "app/cli/Command.h"
-#include "app/cli/Password.h"
+#include "platform/Terminal.h"
 #include "samples/SampleBackup.h"
 
 namespace {
@@ -35,7 +35,8 @@ class SampleCommand final : public PDXCommand {
 
   PDXExitStatus run(PDXCommandContext& context) override {
     if (!passwordFile_.empty()) {
-      const auto password = firstLineOf(passwordFile_);
+      const auto password = PDXTerminal::firstLineOf(passwordFile_, context.stop);
+      if (context.stop.stop_requested()) return PDXExitStatus::interrupted;
       options_.password.emplace(password ? std::string(password->begin(), password->end()) : "");
       if (options_.password->empty()) {
         PDXConsole::error("there is no password in the first line of " + passwordFile_ +
