@@ -169,10 +169,11 @@ std::size_t lineCount(const PDXDataReader& reader) {
   return static_cast<std::size_t>(std::count(text.begin(), text.end(), kLineBreak)) + 1;
 }
 
-/// Whether all of the text that begins at the reader is valid. Lines end at ASCII characters, so each is
-/// then.
-bool isAllValid(const PDXDataReader& reader) {
-  return PDXText::isValid(textOf(reader.rest().first(textLength(reader))));
+/// The end of the text's beginning that is valid as a whole, and so are its lines: they end at ASCII
+/// characters. It reaches to the first byte that may end the text; behind a place the text goes on.
+const std::uint8_t* validEnd(const PDXDataReader& reader) {
+  const Bytes text = reader.rest().first(textLength(reader));
+  return text.data() + (PDXText::isValid(textOf(text)) ? text.size() : 0);
 }
 
 /// Hands each line and each place, which is a line of its own, to `use`.
@@ -214,11 +215,12 @@ void setPiece(PDXNoteContent& piece, Bytes line) {
 void readPieces(PDXDataReader& reader, std::vector<PDXNoteContent>& pieces) {
   std::size_t count = 0;
   seekToText(reader);
-  const bool isValid = isAllValid(reader);
+  const std::uint8_t* const checked = validEnd(reader);
   if (pieces.capacity() == 0) pieces.reserve(lineCount(reader));
   forEachLine(reader, [&](Bytes line) {
     if (count == pieces.size()) pieces.emplace_back();
-    setPiece(pieces[count++], isValid || PDXText::isValid(textOf(line)) ? line : Bytes());
+    const bool isValid = line.data() + line.size() <= checked || PDXText::isValid(textOf(line));
+    setPiece(pieces[count++], isValid ? line : Bytes());
   });
   pieces.resize(count);
 }
