@@ -169,8 +169,8 @@ std::size_t lineCount(const PDXDataReader& reader) {
   return static_cast<std::size_t>(std::count(text.begin(), text.end(), kLineBreak)) + 1;
 }
 
-/// The end of those lines of the text at the reader that are known to be valid: of all up to where it may
-/// end, or of none. Lines end at ASCII characters, so each is valid when they are together.
+/// The end of the text's beginning that is valid as a whole, and so are its lines: they end at ASCII
+/// characters. It reaches to the first byte that may end the text; behind a place the text goes on.
 const std::uint8_t* validEnd(const PDXDataReader& reader) {
   const Bytes text = reader.rest().first(textLength(reader));
   return text.data() + (PDXText::isValid(textOf(text)) ? text.size() : 0);
@@ -215,12 +215,11 @@ void setPiece(PDXNoteContent& piece, Bytes line) {
 void readPieces(PDXDataReader& reader, std::vector<PDXNoteContent>& pieces) {
   std::size_t count = 0;
   seekToText(reader);
-  const std::uint8_t* const knownEnd = validEnd(reader);
+  const std::uint8_t* const checked = validEnd(reader);
   if (pieces.capacity() == 0) pieces.reserve(lineCount(reader));
   forEachLine(reader, [&](Bytes line) {
     if (count == pieces.size()) pieces.emplace_back();
-    // A place before the end lets the text go on behind it.
-    const bool isValid = line.data() + line.size() <= knownEnd || PDXText::isValid(textOf(line));
+    const bool isValid = line.data() + line.size() <= checked || PDXText::isValid(textOf(line));
     setPiece(pieces[count++], isValid ? line : Bytes());
   });
   pieces.resize(count);

@@ -83,6 +83,8 @@ TEST(IOS9NoteDataReader, FindsLinesAndPlaces) {
        "2:1:1111 \"x\" 5:2:6666 6:: "},
       {"a place at the end, and text behind it", text + "a\n" + place + "\x1A" + "b" + end + run('3', kId),
        "\"a\" 2:1:1111 \"b\" "},
+      {"no UTF-8 behind a place that does not end the text",
+       text + place + "\x1A" + "a\xBB\nb\n" + end + run('3', kId), "2:1:1111 \"\" \"b\" "},
       {"unknown kind", text + place + "\n" + end + run('=', kId) + run('3', kOtherId), "2:1:6666 "},
       {"identifier cut short", text + place + "\n" + end + run('3', kId.substr(0, 30)), "6:: "},
       {"identifier that is no text", text + place + "\n" + end + run('3', std::string(36, '\xFF')), "2:1: "},
@@ -139,13 +141,6 @@ TEST(IOS9NoteDataReader, RefusesToGrowWithoutBounds) {
   PDXBytes lying = PDXSampleNoteBody::packed(PDXSampleNoteBody::record("Harbour\n"));
   lying.back() = 0x7F;
   EXPECT_EQ(whyNot(lying), "it is no gzip data, or damaged") << "a size that lies";
-}
-
-TEST(IOS9NoteDataReader, DropsLinesThatAreNoTextBehindAPlaceAsWell) {
-  const std::string lines = header() + "\x12\x7F" + std::string(kPlace) + "\x1A" + "\xFF\xFE\n\x1A";
-  const auto pieces = Reader::readNoteData(PDXSampleNoteBody::packed(bytesOf(lines))).value();
-  ASSERT_EQ(pieces.size(), 2U);
-  EXPECT_EQ(std::get<PDXTextNoteContent>(pieces[1]).textData, "");
 }
 
 TEST(IOS9NoteDataReader, UsesMemoryAgain) {
