@@ -4,6 +4,7 @@
 #include "platform/Files.h"
 #include "samples/AddressBook.h"
 #include "samples/BackupFolder.h"
+#include "samples/Calls.h"
 #include "samples/Messages.h"
 #include "samples/Notes.h"
 #include "samples/OtherFiles.h"
@@ -38,6 +39,11 @@ std::string addAddressBook(PDXSampleBackupFolder& folder, const std::vector<PDXS
   return "";
 }
 
+/// The system's version, for what the system of one form keeps in another layout than that of the other.
+int versionOf(PDXSampleOptions::Generation generation) {
+  return generation == PDXSampleOptions::Generation::modern ? 17 : 9;
+}
+
 std::string addContent(PDXSampleBackupFolder& folder, const PDXSampleOptions& options,
                        const std::stop_token& stop) {
   const auto people = PDXSamplePeople::all(options.seed);
@@ -48,6 +54,7 @@ std::string addContent(PDXSampleBackupFolder& folder, const PDXSampleOptions& op
   PDXSampleOtherFiles::addPhotographs(folder, options.seed, stop);
   PDXSampleOtherFiles::addApplications(folder);
   why = PDXSampleNotes::write(folder, options.seed, stop);
+  if (why.empty()) why = PDXSampleCalls::write(folder, options.seed, versionOf(options.generation));
   if (!why.empty()) return why;
   folder.addFoldersAbove();
   return "";

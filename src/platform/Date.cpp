@@ -1,14 +1,17 @@
 #include "platform/Date.h"
 
 #include <fmt/format.h>
+#include <unicode/basictz.h>
 #include <unicode/datefmt.h>
 #include <unicode/gregocal.h>
 #include <unicode/smpdtfmt.h>
 #include <unicode/timezone.h>
+#include <unicode/tztrans.h>
 
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <iterator>
 #include <map>
 #include <utility>
@@ -153,6 +156,16 @@ namespace PDXDates {
 PDXDate fromReferenceSeconds(std::int64_t seconds) {
   constexpr std::int64_t kLimit = 9'000'000'000'000;
   return kReference + std::chrono::seconds(std::clamp(seconds, -kLimit, kLimit));
+}
+
+std::optional<PDXDate> fromReferenceFraction(double seconds) {
+  constexpr PDXDate kFirst = std::chrono::sys_days(std::chrono::year(1) / 1 / 1);
+  constexpr PDXDate kBehind = std::chrono::sys_days(std::chrono::year(10000) / 1 / 1);
+  constexpr double kFar = 1e12;
+  if (!(std::abs(seconds) < kFar)) return std::nullopt;
+  const PDXDate date =
+      kReference + std::chrono::round<std::chrono::microseconds>(std::chrono::duration<double>(seconds));
+  return date >= kFirst && date < kBehind ? std::optional(date) : std::nullopt;
 }
 
 std::int64_t referenceSeconds(PDXDate date) {
@@ -301,4 +314,91 @@ PDXDayCalendar& PDXDayCalendar::operator=(PDXDayCalendar&&) noexcept = default;
 
 PDXDate PDXDayCalendar::startOfDay(PDXDate date) {
   return state_->days.of(date, [](Day&) {}).begin;
+}
+
+namespace {
+
+/// How long a clock keeps one distance from UTC.
+struct ClockSpan {
+  PDXDate begin = PDXDate::min();
+  PDXDate end = PDXDate::max();
+  std::chrono::seconds offset{0};
+
+  bool holds(PDXDate date) const { return begin <= date && date < end; }
+};
+
+void appendDigits(std::string& text, std::int64_t value, int count) {
+  std::array<char, 4> digits{};
+  for (int i = count; i-- > 0; value /= 10)
+    digits[static_cast<std::size_t>(i)] = static_cast<char>('0' + value % 10);
+  text.append(digits.data(), static_cast<std::size_t>(count));
+}
+
+void appendClock(std::string& text, std::chrono::seconds ofDay) {
+  appendDigits(text, ofDay.count() / 3600, 2);
+  text += ':';
+  appendDigits(text, ofDay.count() / 60 % 60, 2);
+}
+
+}  // namespace
+
+struct PDXLocalTimes::State {
+  std::unique_ptr<icu::TimeZone> zone{icu::TimeZone::createDefault()};
+  std::map<PDXDate, ClockSpan> spans;  ///< By their beginning.
+  ClockSpan current{PDXDate::max(), PDXDate::min()};
+
+  ClockSpan spanOf(PDXDate date) const {
+    UErrorCode status = U_ZERO_ERROR;
+    std::int32_t raw = 0;
+    std::int32_t saving = 0;
+    zone->getOffset(icuDate(date), false, raw, saving, status);
+    ClockSpan span;
+    span.offset = std::chrono::duration_cast<std::chrono::seconds>(milliseconds(raw + saving));
+    const auto* changes = dynamic_cast<const icu::BasicTimeZone*>(zone.get());
+    if (changes == nullptr) return {date, date + std::chrono::microseconds(1), span.offset};
+    icu::TimeZoneTransition change;
+    if (changes->getPreviousTransition(icuDate(date), true, change)) span.begin = fromIcu(change.getTime());
+    if (changes->getNextTransition(icuDate(date), false, change)) span.end = fromIcu(change.getTime());
+    return span;
+  }
+
+  std::chrono::seconds offsetAt(PDXDate date) {
+    if (current.holds(date)) return current.offset;
+    const auto behind = spans.upper_bound(date);
+    if (behind == spans.begin() || !std::prev(behind)->second.holds(date)) {
+      const ClockSpan fresh = spanOf(date);
+      current = spans[fresh.begin] = fresh;
+    } else {
+      current = std::prev(behind)->second;
+    }
+    return current.offset;
+  }
+};
+
+PDXLocalTimes::PDXLocalTimes() : state_(std::make_unique<State>()) {}
+PDXLocalTimes::~PDXLocalTimes() = default;
+PDXLocalTimes::PDXLocalTimes(PDXLocalTimes&&) noexcept = default;
+PDXLocalTimes& PDXLocalTimes::operator=(PDXLocalTimes&&) noexcept = default;
+
+std::string PDXLocalTimes::text(PDXDate date) {
+  const std::chrono::seconds offset = state_->offsetAt(date);
+  const auto local = floor<std::chrono::seconds>(date) + offset;
+  const auto day = floor<std::chrono::days>(local);
+  const std::chrono::year_month_day ymd(day);
+  const std::chrono::seconds ofDay = local - day;
+  std::string text;
+  text.reserve(sizeof "2020-01-06T11:40:00+01:00");
+  // An offset can lead out of the years that have four digits, into the years 0 and 10000.
+  appendDigits(text, std::clamp(static_cast<int>(ymd.year()), 0, 9999), 4);
+  text += '-';
+  appendDigits(text, static_cast<unsigned>(ymd.month()), 2);
+  text += '-';
+  appendDigits(text, static_cast<unsigned>(ymd.day()), 2);
+  text += 'T';
+  appendClock(text, ofDay);
+  text += ':';
+  appendDigits(text, ofDay.count() % 60, 2);
+  text += offset.count() < 0 ? '-' : '+';
+  appendClock(text, std::chrono::abs(offset));
+  return text;
 }

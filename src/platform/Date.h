@@ -19,6 +19,10 @@ inline constexpr PDXDate kReference = std::chrono::sys_days(std::chrono::year(20
 /// The moment `seconds` after 2001-01-01 00:00:00 UTC; stops at the ends of what a PDXDate can hold.
 PDXDate fromReferenceSeconds(std::int64_t seconds);
 
+/// The same with a fraction. Nothing for what is no date of a calendar: no number, infinite, or outside the
+/// years 1 to 9999, which other programs cannot read.
+std::optional<PDXDate> fromReferenceFraction(double seconds);
+
 /// Whole seconds since 2001-01-01 00:00:00 UTC, the fraction dropped.
 std::int64_t referenceSeconds(PDXDate date);
 
@@ -72,6 +76,22 @@ class PDXDayCalendar {
 
   /// The first moment of the date's day.
   PDXDate startOfDay(PDXDate date);
+
+ private:
+  struct State;
+  std::unique_ptr<State> state_;
+};
+
+/// Writes moments as ISO 8601 in the environment's time zone, e.g. "2020-01-06T11:40:00+01:00", in whole
+/// seconds, and quickly. One writer, one thread.
+class PDXLocalTimes {
+ public:
+  PDXLocalTimes();
+  ~PDXLocalTimes();
+  PDXLocalTimes(PDXLocalTimes&&) noexcept;
+  PDXLocalTimes& operator=(PDXLocalTimes&&) noexcept;
+
+  std::string text(PDXDate date);
 
  private:
   struct State;

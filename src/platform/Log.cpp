@@ -48,3 +48,16 @@ PDXLog::Listener PDXLog::listen(Listener listener) {
 }
 
 void PDXLog::setVerbose(bool verbose) { state().verbose = verbose; }
+
+PDXProblemSeries::PDXProblemSeries(std::string what, std::string store)
+    : what_(std::move(what)), store_(std::move(store)) {}
+
+PDXProblemSeries::~PDXProblemSeries() {
+  if (count_ > kMost)
+    PDXLog::report(
+        {.what = what_, .where = store_, .why = "and " + std::to_string(count_ - kMost) + " more"});
+}
+
+void PDXProblemSeries::add(const std::string& where, const std::string& why) {
+  if (++count_ <= kMost) PDXLog::report({.what = what_, .where = where, .why = why});
+}

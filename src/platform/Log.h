@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <string>
 
@@ -27,4 +28,25 @@ class PDXLog {
 
   /// Whether reports also go to standard error as they come; off at start.
   static void setVerbose(bool verbose);
+};
+
+/// Reports problems of one kind, of which a damaged store can have one in each of its rows: the first hundred
+/// by themselves, and when it goes out of scope how many more there were.
+class PDXProblemSeries {
+ public:
+  /// @param what   what failed, e.g. "date of a call".
+  /// @param store  what the others are in, e.g. the path of a database.
+  PDXProblemSeries(std::string what, std::string store);
+  ~PDXProblemSeries();
+  PDXProblemSeries(const PDXProblemSeries&) = delete;
+  PDXProblemSeries& operator=(const PDXProblemSeries&) = delete;
+
+  void add(const std::string& where, const std::string& why);
+
+ private:
+  static constexpr std::size_t kMost = 100;
+
+  std::string what_;
+  std::string store_;
+  std::size_t count_ = 0;
 };

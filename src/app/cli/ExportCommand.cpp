@@ -40,8 +40,9 @@ class ExportCommand final : public PDXCommand {
  public:
   void addOptions(CLI::App& app) override {
     backupOptions_.addTo(app);
-    app.add_option("KIND", options_.kinds,
-                   "What to export: messages, contacts, notes. Everything that is built when left out");
+    app.add_option(
+        "KIND", options_.kinds,
+        "What to export: messages, contacts, notes, calls. Everything that is built when left out");
     app.add_option("--to", options_.outputFolder, "The folder to write into; made when missing")->required();
     range_.addTo(app);
     app.add_option("--conversation", options_.conversations,
@@ -174,7 +175,25 @@ class ExportCommand final : public PDXCommand {
     summariseProblems(console, kind);
   }
 
+  static void summariseEntries(const PDXConsole& console, const PDXKindReport& kind) {
+    const PDXEntriesReport& entries = *kind.entries;
+    const auto countedOf = [&](std::size_t count) {
+      return counted(count, entries.one.c_str(), entries.many.c_str());
+    };
+    console.note(fmt::format("{}: {}", kind.title, countedOf(entries.written)));
+    if (entries.rows && entries.rows->leftOutRows() > 0) {
+      console.note(fmt::format("  {} left out: {}", countedOf(entries.rows->leftOutRows()),
+                               entries.rows->leftOutText()));
+    }
+    if (entries.rows && entries.rows->unaccounted != 0) {
+      PDXConsole::error(fmt::format("{} {} are unaccounted for: export.json has the figures",
+                                    entries.rows->unaccounted, entries.many));
+    }
+    summariseProblems(console, kind);
+  }
+
   static void summarise(const PDXConsole& console, const PDXKindReport& kind) {
+    if (kind.entries) return summariseEntries(console, kind);
     if (kind.rows) return summariseFiles(console, kind);
     if (kind.notes) return summariseNotes(console, kind);
     console.note(fmt::format("{}: {}, {}, {}", kind.title,

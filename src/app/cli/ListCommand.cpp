@@ -16,6 +16,7 @@ namespace {
 constexpr PDXListedKind kKinds[] = {{"messages", listMessages, true, true},
                                     {"contacts", listContacts, false, true},
                                     {"notes", listNotes, false, true},
+                                    {"calls", listCalls, true, false},
                                     {"blocked", listBlocked, false, false}};
 
 const PDXListedKind& kindNamed(const std::string& name) {
@@ -27,7 +28,7 @@ class ListCommand final : public PDXCommand {
  public:
   void addOptions(CLI::App& app) override {
     backupOptions_.addTo(app);
-    app.add_option("KIND", kind_, "What to list: messages, contacts, notes, blocked")->required();
+    app.add_option("KIND", kind_, "What to list: messages, contacts, notes, calls, blocked")->required();
     app.add_flag("--json", json_, "One JSON document");
     range_.addTo(app);
   }
@@ -62,7 +63,7 @@ class ListCommand final : public PDXCommand {
       if (json_) printJson(information, {}, {});
       return PDXExitStatus::incomplete;
     }
-    PDXListing listing = kindNamed(kind_).list({deviceData, range_, context.stop});
+    PDXListing listing = kindNamed(kind_).list({deviceData, range_, context.stop, json_});
     if (context.stop.stop_requested()) return PDXExitStatus::interrupted;
     if (json_) {
       printJson(information, std::move(listing.items), problems.problems());

@@ -13,6 +13,7 @@ struct PDXListRequest {
   PDXDeviceData& deviceData;
   const PDXRangeOptions& range;
   std::stop_token stop;
+  bool wantsItems = true;  ///< Items for a program; else lines for people. Only large lists ask.
 };
 
 /// What there is of one content kind, in list order.
@@ -32,6 +33,7 @@ struct PDXListedKind {
 
 /// Each in a source of its own, ListMessages.cpp and so on.
 PDXListing listMessages(const PDXListRequest& request);
+PDXListing listCalls(const PDXListRequest& request);
 PDXListing listContacts(const PDXListRequest& request);
 PDXListing listNotes(const PDXListRequest& request);
 PDXListing listBlocked(const PDXListRequest& request);

@@ -14,7 +14,7 @@ const std::vector<PDXContentKind>& all() {
       {"contacts", "Contacts", {PDXFeature::AddressBook}, true},
       {"calendars", "Calendars", {PDXFeature::Calendar}, false},
       {"notes", "Notes", {PDXFeature::NoteStore, PDXFeature::LegacyNotes}, true},
-      {"calls", "Calls", {PDXFeature::CallHistoryStore, PDXFeature::CallHistoryLegacy}, false},
+      {"calls", "Calls", {PDXFeature::CallHistoryStore, PDXFeature::CallHistoryLegacy}, true},
       {"bookmarks", "Bookmarks", {PDXFeature::SafariBookmarks, PDXFeature::ChromeBookmarks}, false},
       {"music", "Music", {}, false},
       {"blocked", "Blocked numbers", {PDXFeature::BlockedNumbers}, true, true},

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "app/export/CallsExport.h"
 #include "app/export/ContactsExport.h"
 #include "app/export/ContentKinds.h"
 #include "app/export/MessagesExport.h"
@@ -72,6 +73,8 @@ PDXExportReport PDXExportJob::run(const PDXProgressSink& progress, const std::st
   }
   if (takesWholeKind_("notes") && goesOn())
     report.kinds.push_back(PDXNotesExport::run(deviceData_, options_, report, progress, stop));
+  if (takesWholeKind_("calls") && goesOn())
+    report.kinds.push_back(PDXCallsExport::run(deviceData_, options_, report, stop));
   for (const PDXContentKind& kind : PDXContentKinds::all()) {
     const bool isHeld = PDXContentKinds::isHeldBy(deviceData_, kind);
     const bool isNamed =

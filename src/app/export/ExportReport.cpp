@@ -23,7 +23,8 @@ std::size_t PDXKindReport::attachmentCount() const {
 bool PDXExportReport::isComplete() const {
   const bool allRead = std::all_of(kinds.begin(), kinds.end(), [](const PDXKindReport& kind) {
     return kind.unreadable.empty() && (!kind.rows || kind.rows->unaccounted() == 0) &&
-           (!kind.notes || !kind.notes->rows || kind.notes->rows->unaccounted == 0);
+           (!kind.notes || !kind.notes->rows || kind.notes->rows->unaccounted == 0) &&
+           (!kind.entries || !kind.entries->rows || kind.entries->rows->unaccounted == 0);
   });
   return outcome == Outcome::done && allRead && problems.empty() && notHeld.empty();
 }

@@ -16,6 +16,7 @@ struct PDXExportedItem {
   std::string path;  ///< Relative to the output folder, "/" between components.
   std::size_t messages = 0;
   std::size_t attachments = 0;
+  std::size_t entries = 0;  ///< Of files that hold many of one kind: calls, events.
 };
 
 /// What became of the rows of a table, which are counted by SQL on their own, apart from the reader.
@@ -43,6 +44,16 @@ struct PDXNotesReport {
   std::vector<PDXProblem> unreached;  ///< Parts of written notes that their pages do not show; no failure.
 };
 
+/// What an export says of kinds that are written as a few files of many entries, such as calls.
+struct PDXEntriesReport {
+  std::string one;  ///< What people call an entry, "call".
+  std::string many;
+  std::size_t written = 0;
+
+  /// What became of the rows of the store; nothing when they could not be counted, or not all was written.
+  std::optional<PDXRowAccount> rows;
+};
+
 /// What became of one content kind.
 struct PDXKindReport {
   std::string kind;   ///< As the command names it, e.g. "messages".
@@ -64,6 +75,8 @@ struct PDXKindReport {
   std::optional<PDXContactRows> rows;
 
   std::optional<PDXNotesReport> notes;  ///< Of notes only.
+
+  std::optional<PDXEntriesReport> entries;  ///< Of such kinds only; `found` and `filtered` count entries.
 
   std::size_t messageCount() const;
   std::size_t attachmentCount() const;

@@ -151,7 +151,35 @@ std::string notesSection(const PDXKindReport& kind) {
   return html + "</table></section>\n";
 }
 
+/// A kind that is written as a few files of many entries.
+std::string entriesSection(const PDXKindReport& kind) {
+  const PDXEntriesReport& entries = *kind.entries;
+  const auto countedOf = [&](std::size_t count) {
+    return counted(count, entries.one.c_str(), entries.many.c_str());
+  };
+  std::string html = "<section id=\"" + kind.kind + "\"><h2>" + PDXText::escapedForHtml(kind.title) +
+                     "</h2>\n<p class=\"note\">" + countedOf(entries.written) + "</p>\n";
+  if (!entries.rows)
+    html += "<p class=\"note\">The " + entries.many + " in the store could not be counted</p>\n";
+  if (entries.rows && entries.rows->leftOutRows() > 0) {
+    html += "<p class=\"note\">" + countedOf(entries.rows->leftOutRows()) +
+            " left out: " + PDXText::escapedForHtml(entries.rows->leftOutText()) + "</p>\n";
+  }
+  if (entries.rows && entries.rows->unaccounted != 0) {
+    html += "<p class=\"note\">unaccounted " + entries.many + ": " +
+            std::to_string(entries.rows->unaccounted) + "</p>\n";
+  }
+  html += problemLists(kind) + "<table>\n";
+  for (const PDXExportedItem& item : kind.written) {
+    html += "<tr><td><a href=\"" + PDXText::pathForHtmlLink(item.path) + "\">" +
+            PDXText::escapedForHtml(item.title) + "</a></td><td class=\"n\">" + countedOf(item.entries) +
+            "</td></tr>\n";
+  }
+  return html + "</table></section>\n";
+}
+
 std::string kindSection(const PDXKindReport& kind) {
+  if (kind.entries) return entriesSection(kind);
   if (kind.rows) return fileSection(kind);
   if (kind.notes) return notesSection(kind);
   std::string html = "<section id=\"" + kind.kind + "\"><h2>" + PDXText::escapedForHtml(kind.title) +
@@ -232,7 +260,25 @@ Json notesKindJson(const PDXKindReport& kind) {
           {"pages", pages}};
 }
 
+Json entriesKindJson(const PDXKindReport& kind) {
+  const std::string& many = kind.entries->many;
+  auto files = Json::array();
+  for (const PDXExportedItem& item : kind.written)
+    files.push_back({{"title", item.title}, {"path", item.path}, {many, item.entries}});
+  const AccountJson account(kind.entries->rows);
+  return {{"kind", kind.kind},
+          {"found", {{many, kind.found}, {"rows", account.found}}},
+          {"written", {{many, kind.entries->written}}},
+          {"repeated", {{"rows", account.repeated}}},
+          {"leftOut", {{"rows", account.leftOut}}},
+          {"unaccounted", {{"rows", account.unaccounted}}},
+          {"filtered", {{many, kind.filtered}}},
+          {"unreadable", PDXBackupJson::problems(kind.unreadable)},
+          {"files", files}};
+}
+
 Json kindJson(const PDXKindReport& kind) {
+  if (kind.entries) return entriesKindJson(kind);
   if (kind.rows) return fileKindJson(kind);
   if (kind.notes) return notesKindJson(kind);
   auto pages = Json::array();

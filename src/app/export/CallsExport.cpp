@@ -1,0 +1,171 @@
+#include "app/export/CallsExport.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "backup/BackupNavigation.h"
+#include "backup/DeviceData.h"
+#include "calllogs/CallLogCSVGenerator.h"
+#include "calllogs/CallLogDbReader.h"
+#include "calllogs/CallLogHTMLGenerator.h"
+#include "platform/Files.h"
+
+namespace {
+
+using Entries = std::vector<PDXCallLogEntry>;
+
+/// The rows of the older database, when the device has a newer store as well.
+std::size_t olderRows(PDXDeviceData& deviceData) {
+  if (!deviceData.holdsFeature(PDXFeature::CallHistoryStore) ||
+      !deviceData.holdsFeature(PDXFeature::CallHistoryLegacy)) {
+    return 0;
+  }
+  const std::string database = deviceData.databaseOfFeature(PDXFeature::CallHistoryLegacy);
+  return PDXCallLogDbReader(database, "", "").storedCallCount().value_or(0);
+}
+
+/// Takes out the calls outside the range, and tells how many.
+std::size_t removeOutside(Entries& entries, const std::optional<PDXDate>& start,
+                          const std::optional<PDXDate>& behindEnd) {
+  if (!start && !behindEnd) return 0;
+  return std::erase_if(entries, [&](const PDXCallLogEntry& entry) {
+    return !entry.date || (start && *entry.date < *start) || (behindEnd && *entry.date >= *behindEnd);
+  });
+}
+
+bool isNewer(const PDXCallLog& a, const PDXCallLog& b) {
+  return a.entries.back().date > b.entries.back().date;
+}
+
+/// What the table calls the people of a group.
+struct Name {
+  explicit Name(const PDXCallLogParticipantGroup& group)
+      : text(group.displayName()), isAddress(group.isNamedByAddress() && group.participants.size() == 1) {}
+
+  /// Of a stranger the name that the device wrote down with the call, if it did.
+  const std::string& of(const PDXCallLogEntry& entry) const {
+    return isAddress && !entry.recordedName.empty() ? entry.recordedName : text;
+  }
+
+  std::string text;
+  bool isAddress;
+};
+
+/// A call with what its group is called.
+struct Row {
+  const PDXCallLogEntry* entry;
+  const Name* name;
+};
+
+class Writer {
+ public:
+  Writer(const PDXExportOptions& options, PDXExportReport& report, const std::stop_token& stop)
+      : folder_(PDXFiles::joined(options.outputFolder, "Calls")), report_(report), stop_(stop) {
+    PDXFiles::makeFolders(folder_);
+  }
+
+  bool writePage(const std::vector<PDXCallLog>& logs) {
+    PDXAtomicFile file(PDXFiles::joined(folder_, "Calls.html"));
+    std::vector<const PDXCallLog*> all;
+    for (const PDXCallLog& log : logs) all.push_back(&log);
+    file.append(PDXCallLogHTMLGenerator::beginning(all));
+    for (const PDXCallLog& log : logs) {
+      if (stop_.stop_requested()) return false;
+      file.append(PDXCallLogHTMLGenerator::section(log, times_));
+    }
+    file.append(PDXCallLogHTMLGenerator::end());
+    return commit(file);
+  }
+
+  bool writeTable(const std::vector<PDXCallLog>& logs) {
+    std::vector<Name> names;
+    for (const PDXCallLog& log : logs) names.emplace_back(log.participantGroup);
+    PDXAtomicFile file(PDXFiles::joined(folder_, "Calls.csv"));
+    file.append(PDXCallLogCSVGenerator::header());
+    std::string line;
+    for (const Row& row : rowsOf(logs, names)) {
+      if (stop_.stop_requested()) return false;
+      line.clear();
+      PDXCallLogCSVGenerator::appendRow(line, *row.entry, row.name->of(*row.entry), times_);
+      file.append(line);
+    }
+    return commit(file);
+  }
+
+ private:
+  static std::vector<Row> rowsOf(const std::vector<PDXCallLog>& logs, const std::vector<Name>& names) {
+    std::vector<Row> rows;
+    for (std::size_t i = 0; i < logs.size(); ++i) {
+      const Entries& entries = logs[i].entries;
+      for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry)
+        rows.push_back({&*entry, &names[i]});
+    }
+    std::stable_sort(rows.begin(), rows.end(),
+                     [](const Row& a, const Row& b) { return a.entry->date > b.entry->date; });
+    return rows;
+  }
+
+  bool commit(PDXAtomicFile& file) {
+    if (file.commit()) return true;
+    report_.outcome = PDXExportReport::Outcome::unwritable;
+    report_.unwritablePath = file.path();
+    report_.why = file.error();
+    return false;
+  }
+
+  std::string folder_;
+  PDXExportReport& report_;
+  const std::stop_token& stop_;
+  PDXLocalTimes times_;
+};
+
+PDXRowAccount accountOf(const PDXCallList& list, std::size_t written) {
+  PDXRowAccount account{.rows = *list.rows,
+                        .repeated = 0,
+                        .leftOut = {{"in the older database, which a newer store replaced", list.older},
+                                    {"filtered", list.filtered}},
+                        .unaccounted = 0};
+  account.unaccounted =
+      static_cast<std::int64_t>(account.rows) - static_cast<std::int64_t>(written + account.leftOutRows());
+  return account;
+}
+
+}  // namespace
+
+PDXCallList PDXCallsExport::read(PDXDeviceData& deviceData, const std::optional<PDXDate>& start,
+                                 const std::optional<PDXDate>& behindEnd) {
+  PDXCallList list;
+  const auto reader = PDXCallLogReader::forDeviceData(deviceData);
+  if (reader == nullptr) return list;
+  list.logs = reader->getCallLogs();
+  list.older = olderRows(deviceData);
+  list.rows = reader->storedCallCount();
+  if (list.rows) *list.rows += list.older;
+  for (PDXCallLog& log : list.logs) {
+    list.filtered += removeOutside(log.entries, start, behindEnd);
+    list.calls += log.entries.size();
+  }
+  std::erase_if(list.logs, [](const PDXCallLog& log) { return log.entries.empty(); });
+  std::stable_sort(list.logs.begin(), list.logs.end(), isNewer);
+  return list;
+}
+
+PDXKindReport PDXCallsExport::run(PDXDeviceData& deviceData, const PDXExportOptions& options,
+                                  PDXExportReport& report, const std::stop_token& stop) {
+  const PDXCallList list = read(deviceData, options.startDate, options.behindEnd());
+  PDXKindReport kind;
+  kind.kind = "calls";
+  kind.title = "Calls";
+  kind.found = list.calls + list.filtered;
+  kind.filtered = list.filtered;
+  kind.entries = PDXEntriesReport{.one = "call", .many = "calls", .written = 0, .rows = {}};
+  if (!list.logs.empty()) {
+    Writer writer(options, report, stop);
+    if (!writer.writePage(list.logs) || !writer.writeTable(list.logs)) return kind;
+    kind.written = {{.title = "Calls by person", .path = "Calls/Calls.html", .entries = list.calls},
+                    {.title = "Calls as a table", .path = "Calls/Calls.csv", .entries = list.calls}};
+  }
+  kind.entries->written = list.calls;
+  if (list.rows) kind.entries->rows = accountOf(list, list.calls);
+  return kind;
+}
