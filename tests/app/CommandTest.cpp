@@ -58,7 +58,7 @@ TEST_F(Command, MistakesAreOneLineAndTheirStatus) {
       {"exprot phone --to out", 2, "there is no command \"exprot\"; the nearest: \"export\""},
       {"make phone", 2, "the command \"make\" is not built yet"},
       {"export phone", 2, "--to is required"},
-      {"export phone calls --to out", 2, "\"calls\" is not built yet"},
+      {"export phone calendars --to out", 2, "\"calendars\" is not built yet"},
       {"export phone mesages --to out", 2, "there is no content kind \"mesages\"; the nearest: \"messages\""},
       {"export phone --to out --format text", 2, "the format \"text\" is not built yet"},
       {"export phone notes --to out --format html,pdf", 2, "there is no format \"pdf\""},
