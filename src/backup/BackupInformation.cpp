@@ -1,6 +1,7 @@
 #include "backup/BackupInformation.h"
 
 #include <initializer_list>
+#include <utility>
 
 #include "backup/DeviceData.h"
 #include "platform/Files.h"
@@ -46,7 +47,7 @@ PDXPropertyList PDXBackupInformation::listIn_(const std::string& folder, const c
   const std::string path = PDXFiles::joined(folder, name);
   auto list = PDXPropertyList::parseFile(path);
   if (!list && PDXFiles::exists(path)) unreadableLists_.emplace_back(name);
-  return list.value_or(PDXPropertyList());
+  return list ? std::move(*list) : PDXPropertyList();
 }
 
 void PDXBackupInformation::readFolder_(const std::string& folder) {
