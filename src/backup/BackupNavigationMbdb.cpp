@@ -50,7 +50,7 @@ bool PDXBackupNavigationMbdb::readManifestMbdb_() {
   }
   const bool isFilled = cache_.run("BEGIN") && fillCache_(manifest) && cache_.run("COMMIT") &&
                         cache_.run("CREATE INDEX byPath ON files (relativePath, domain)") &&
-                        cache_.run("CREATE INDEX byIdentifier ON files (fileID)");
+                        cache_.run("CREATE INDEX byIdentifier ON files (fileID) WHERE key IS NOT NULL");
   if (!isFilled) PDXScratchFolder::reportFull(cache_.error(), "the list of files");
   return isFilled;
 }
@@ -160,7 +160,7 @@ std::optional<std::vector<PDXBackupFile>> PDXBackupNavigationMbdb::GetSubFolderC
 
 PDXBytes PDXBackupNavigationMbdb::GetEncryptionKeyForFileId(const std::string& fileId) {
   const std::lock_guard guard(lock_);
-  auto row = cache_.prepare("SELECT key, LENGTH(key) FROM Files WHERE fileId= ?");
+  auto row = cache_.prepare("SELECT key, LENGTH(key) FROM Files WHERE fileId= ? AND key IS NOT NULL");
   row.bind(1, std::string_view(fileId));
   return row.step() ? row.blob(0) : PDXBytes();
 }

@@ -171,7 +171,7 @@ std::vector<PDXCheckFinding> orphansIn(const std::string& folder, const std::vec
     if (isIdentifier(name)) look(name, name);
     if (name.size() != 2 || !PDXFiles::isFolder(PDXFiles::joined(folder, name))) continue;
     for (const std::string& inner : PDXFiles::list(PDXFiles::joined(folder, name)))
-      look(name + "/" + inner, inner);
+      look(PDXFiles::joined(name, inner), inner);
   }
   return orphans;
 }
