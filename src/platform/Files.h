@@ -170,6 +170,10 @@ class PDXAtomicFile {
   /// Appends at the end. Text is gathered, so that many short ones cost little.
   void append(std::string_view text);
 
+  /// The same without gathering: for a caller that hands over the bytes while the processor's cache holds
+  /// them.
+  void appendAtOnce(std::string_view bytes);
+
   /// Puts the file in its place. False when anything since opening has failed; see `error`.
   [[nodiscard]] bool commit();
 

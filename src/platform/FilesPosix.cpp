@@ -413,6 +413,11 @@ void PDXAtomicFile::append(std::string_view text) {
   }
 }
 
+void PDXAtomicFile::appendAtOnce(std::string_view bytes) {
+  flush_();
+  write_(bytes);
+}
+
 bool PDXAtomicFile::commit() {
   flush_();
   if (descriptor_ >= 0 && ::close(std::exchange(descriptor_, -1)) != 0) fail_(errno);
