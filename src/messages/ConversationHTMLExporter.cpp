@@ -222,7 +222,14 @@ void PDXConversationHTMLExporter::appendMessage_(std::string& html, const PDXMes
 
 void PDXConversationHTMLExporter::appendText_(std::string& html, std::string_view text,
                                               const PDXConversationExportOptions& options) const {
-  html += Utilities::formatUrlsInTextDisableLinks(escapeHTMLSpecialCharacters(text), options.isPreview);
+  const std::string escaped = escapeHTMLSpecialCharacters(text);
+  // Every address has a dot inside: a look for one spares most messages a copy.
+  const bool mayHaveAddress = escaped.find('.') != std::string::npos;
+  if (mayHaveAddress) {
+    html += Utilities::formatUrlsInTextDisableLinks(escaped, options.isPreview);
+  } else {
+    html += escaped;
+  }
 }
 
 void PDXConversationHTMLExporter::appendDateStamp_(std::string& html, const PDXMessageDetail& message) {

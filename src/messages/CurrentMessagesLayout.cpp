@@ -317,18 +317,24 @@ std::string messageColumns(const PDXSQLiteDatabase& database) {
          (hasStatusColumns(database) ? ", m.is_sent, m.is_delivered, m.is_read" : "");
 }
 
-/// A body is fetched only where it stands in for the text: bodies make up most of a newer store.
-const char* bodyColumn(const PDXSQLiteDatabase& database, const PDXMessagesQuery& query) {
-  const bool hasBody = query.reachesEverything && PDXSQLiteHelper::doesDatabaseContainTableWithColumnNamed(
-                                                      database, "message", "attributedBody");
-  return hasBody ? ", CASE WHEN (m.text IS NULL OR m.text = '') AND length(m.attributedBody) > 0 "
-                   "THEN m.attributedBody END AS attributedBody"
-                 : "";
+std::vector<std::int64_t> messagesWithAttachments(const PDXSQLiteDatabase& database) {
+  std::vector<std::int64_t> ids;
+  auto rows = database.prepare("SELECT DISTINCT message_id FROM message_attachment_join ORDER BY message_id");
+  while (rows.step()) ids.push_back(rows.int64(0));
+  if (PDXSQLiteHelper::doesDatabaseContainTable(database, "message_attachment_join")) {
+    PDXMessageRows::reportUnlessComplete(rows, "attachments");
+  }
+  return ids;
 }
 
-std::string messagesStatement(const PDXSQLiteDatabase& database, const PDXMessagesQuery& query,
+std::string messagesStatement(const PDXCurrentMessagesLayout::Store& store, const PDXMessagesQuery& query,
                               const std::string& where) {
-  return "select " + messageColumns(database) + bodyColumn(database, query) +
+  // A body is fetched only where it stands in for the text: bodies make up most of a newer store.
+  const char* body = store.hasBodies && query.reachesEverything
+                         ? ", CASE WHEN (m.text IS NULL OR m.text = '') AND length(m.attributedBody) > 0 "
+                           "THEN m.attributedBody END AS attributedBody"
+                         : "";
+  return "select " + store.columns + body +
          " from message  m inner join chat_message_join cmj on cmj.message_id = m.ROWID where " + where;
 }
 
@@ -375,26 +381,26 @@ void listConversations(const PDXSQLiteDatabase& database, PDXConversationWorking
   counts.reportDamage();
 }
 
-std::vector<std::int64_t> messagesWithAttachments(const PDXSQLiteDatabase& database) {
-  std::vector<std::int64_t> ids;
-  auto rows = database.prepare("SELECT DISTINCT message_id FROM message_attachment_join ORDER BY message_id");
-  while (rows.step()) ids.push_back(rows.int64(0));
-  if (PDXSQLiteHelper::doesDatabaseContainTable(database, "message_attachment_join")) {
-    PDXMessageRows::reportUnlessComplete(rows, "attachments");
-  }
-  return ids;
+Store::Store(const PDXSQLiteDatabase& database)
+    : isOfThisLayout(PDXSQLiteHelper::doesDatabaseContainTable(database, "chat")) {
+  if (!isOfThisLayout) return;
+  columns = messageColumns(database);
+  hasBodies = PDXSQLiteHelper::doesDatabaseContainTableWithColumnNamed(database, "message", "attributedBody");
+  withAttachments = messagesWithAttachments(database);
 }
 
-void loadMessages(const PDXSQLiteDatabase& database, const PDXMessagesConversation& conversation,
-                  const PDXMessagesQuery& query, const std::vector<std::int64_t>& withAttachments,
+void loadMessages(const PDXSQLiteDatabase& database, const Store& store,
+                  const PDXMessagesConversation& conversation, const PDXMessagesQuery& query,
                   std::vector<PDXMessageDetail>& messages) {
-  if (!PDXSQLiteHelper::doesDatabaseContainTable(database, "chat")) return;
+  if (!store.isOfThisLayout) return;
   const std::size_t first = messages.size();
-  const std::string sql = messagesStatement(database, query, condition(conversation, query));
+  const std::string sql = messagesStatement(store, query, condition(conversation, query));
   // The join table has an index in this order, which by the message's own column would not be used.
   auto rows = database.prepare(sql + " order by cmj.message_id asc");
+  if (!query.hasDates() && !query.hasTerm() && conversation.messageCount > 0)
+    messages.reserve(first + static_cast<std::size_t>(conversation.messageCount));
   Handles handles(database);
-  Attachments attachments(database, withAttachments);
+  Attachments attachments(database, store.withAttachments);
   DamagedBodies damaged;
   appendMessages(rows, handles, attachments, damaged, messages);
   PDXMessageRows::reportUnlessComplete(rows, conversation.title());

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "messages/ConversationWorkingList.h"
@@ -18,15 +19,24 @@ namespace PDXCurrentMessagesLayout {
 /// Adds the store's chats that have a handle and a message.
 void listConversations(const PDXSQLiteDatabase& database, PDXConversationWorkingList& list);
 
-/// The ids of the messages that have attachments, ascending. Few messages do, so one look at the join table
-/// spares a query for each of the others.
-std::vector<std::int64_t> messagesWithAttachments(const PDXSQLiteDatabase& database);
+/// What a store holds of this layout. Found out once: to look at its tables takes as long as some hundred
+/// messages.
+struct Store {
+  bool isOfThisLayout = false;  ///< Whether there is a table chat.
+  std::string columns;          ///< Those to read of message, as a statement names them.
+  bool hasBodies = false;       ///< Whether there is a column message.attributedBody.
+
+  /// The ids of the messages that have attachments, ascending. Few messages do, so one look at the join table
+  /// spares a query for each of the others.
+  std::vector<std::int64_t> withAttachments;
+
+  explicit Store(const PDXSQLiteDatabase& database);
+};
 
 /// Appends the messages of every chat of the conversation, in the order of their rows. When everything is to
 /// be reached, a message without a text takes it from its attributed body; damaged bodies are reported once.
-/// @param withAttachments  as `messagesWithAttachments` answers.
-void loadMessages(const PDXSQLiteDatabase& database, const PDXMessagesConversation& conversation,
-                  const PDXMessagesQuery& query, const std::vector<std::int64_t>& withAttachments,
+void loadMessages(const PDXSQLiteDatabase& database, const Store& store,
+                  const PDXMessagesConversation& conversation, const PDXMessagesQuery& query,
                   std::vector<PDXMessageDetail>& messages);
 
 /// Whether any message of the conversation is in the query's range and holds its term.

@@ -134,14 +134,16 @@ bool countCurrent(const PDXSQLiteDatabase& database, const LeftOut& leftOut,
             "j.attachment_id WHERE a.filename IS NOT NULL");
   const bool hasBody = hasColumn(database, "message", "attributedBody");
   const bool readsBodies = hasBody && bodies == PDXMessageRowCounts::Bodies::read;
-  auto rows = database.prepare(std::string("SELECT ROWID, text IS NOT NULL, ") +
-                               (hasBody ? "length(attributedBody) > 0" : "0") +
+  // 0 for a row with a text, 1 for one with a body alone, 2 for one with neither.
+  auto rows = database.prepare(std::string("SELECT ROWID, CASE WHEN text IS NOT NULL THEN 0 ") +
+                               (hasBody ? "WHEN length(attributedBody) > 0 THEN 1 " : "") + "ELSE 2 END" +
                                (readsBodies ? ", attributedBody" : "") + " FROM message ORDER BY ROWID");
   while (rows.step()) {
     const std::int64_t id = rows.int64(0);
-    Content content = rows.int64(1) != 0 || withFile.contains(id) ? Content::some : Content::none;
-    if (content == Content::none && rows.int64(2) != 0)
-      content = readsBodies ? contentOfBody(rows.blob(3)) : Content::some;
+    const std::int64_t held = rows.int64(1);
+    Content content = held == 0 || withFile.contains(id) ? Content::some : Content::none;
+    if (content == Content::none && held == 1)
+      content = readsBodies ? contentOfBody(rows.blob(2)) : Content::some;
     const Places places = chats.placesOf(id);
     addRow(counts, places, content, places.wanted == 0 && deleted.contains(id));
   }

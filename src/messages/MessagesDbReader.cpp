@@ -7,7 +7,6 @@
 
 #include "backup/SQLiteHelper.h"
 #include "messages/ConversationWorkingList.h"
-#include "messages/CurrentMessagesLayout.h"
 #include "messages/GroupMessagesLayout.h"
 #include "messages/MadridMessagesLayout.h"
 #include "platform/Files.h"
@@ -30,7 +29,7 @@ PDXMessagesDbReader::PDXMessagesDbReader(std::string messagesDbPath, std::string
 
 bool PDXMessagesDbReader::loadMessages() {
   database_ = {};
-  attachmentOwners_.reset();
+  store_.reset();
   return PDXFiles::exists(messagesDbPath_);
 }
 
@@ -131,8 +130,8 @@ void PDXMessagesDbReader::getConversation_(const PDXSQLiteDatabase& database,
                                            const PDXMessagesConversation& conversation,
                                            const PDXMessagesQuery& query, Messages& messages) {
   const Working working(workingMutex_);
-  PDXCurrentMessagesLayout::loadMessages(database, conversation, query, messagesWithAttachments_(database),
-                                         messages);
+  if (!store_) store_.emplace(database);
+  PDXCurrentMessagesLayout::loadMessages(database, *store_, conversation, query, messages);
 }
 
 void PDXMessagesDbReader::getLegacyConversation_(const PDXSQLiteDatabase& database,
@@ -147,12 +146,6 @@ void PDXMessagesDbReader::getMadridConversations_(const PDXSQLiteDatabase& datab
                                                   const PDXMessagesQuery& query, Messages& messages) {
   const Working working(workingMutex_);
   PDXMadridMessagesLayout::loadMessages(database, conversation, query, messages);
-}
-
-const std::vector<std::int64_t>& PDXMessagesDbReader::messagesWithAttachments_(
-    const PDXSQLiteDatabase& database) {
-  if (!attachmentOwners_) attachmentOwners_ = PDXCurrentMessagesLayout::messagesWithAttachments(database);
-  return *attachmentOwners_;
 }
 
 PDXSQLiteDatabase PDXMessagesDbReader::open_() const { return PDXSQLiteDatabase(messagesDbPath_, access_); }

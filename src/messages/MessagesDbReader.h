@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "messages/CurrentMessagesLayout.h"
 #include "messages/MessagesQuery.h"
 #include "messages/MessagesReader.h"
 #include "platform/Sqlite.h"
@@ -71,7 +72,6 @@ class PDXMessagesDbReader final : public PDXMessagesReader {
                               const PDXMessagesQuery& query, Messages& messages);
   void getMadridConversations_(const PDXSQLiteDatabase& database, const PDXMessagesConversation& conversation,
                                const PDXMessagesQuery& query, Messages& messages);
-  const std::vector<std::int64_t>& messagesWithAttachments_(const PDXSQLiteDatabase& database);
   PDXSQLiteDatabase open_() const;
   const PDXSQLiteDatabase& connection_();
   void reportUnlessStore_(const PDXSQLiteDatabase& database) const;
@@ -84,6 +84,6 @@ class PDXMessagesDbReader final : public PDXMessagesReader {
   PDXSQLiteAccess access_;
   std::mutex lock_;
   std::atomic<bool> workingMutex_ = false;
-  PDXSQLiteDatabase database_;  ///< Of the loads, which wait for each other.
-  std::optional<std::vector<std::int64_t>> attachmentOwners_;
+  PDXSQLiteDatabase database_;                            ///< Of the loads, which wait for each other.
+  std::optional<PDXCurrentMessagesLayout::Store> store_;  ///< Likewise.
 };
