@@ -1,6 +1,11 @@
 #include "backup/FileDeciphering.h"
 
 #include <algorithm>
+#include <array>
+#include <atomic>
+#include <semaphore>
+#include <string_view>
+#include <thread>
 
 #include "platform/Crypto.h"
 
@@ -12,34 +17,134 @@ constexpr std::size_t kBlock = PDXAesDecipher::kBlock;
 constexpr std::size_t kKeyLength = 32;
 // Small enough for both buffers to stay in the processor's nearest cache: copying to and from the system is
 // what takes the time here.
-constexpr std::size_t kChunk = std::size_t{16} << 10;
+constexpr std::size_t kStep = std::size_t{16} << 10;
+// One handing over for some steps: to wake a thread takes as long as one of them.
+constexpr std::size_t kSteps = 16;
+constexpr std::size_t kChunk = kSteps * kStep;
 
 std::string_view textOf(const PDXSecret& bytes, std::size_t count) {
   return {reinterpret_cast<const char*>(bytes.data()), count};
 }
 
+/// The deciphered bytes of a file, piece by piece. The last piece ends before the padding when that is to be
+/// trimmed.
+class Plain {
+ public:
+  Plain(PDXFileReader& source, PDXAesDecipher& cipher, PDXFileDeciphering::Tail tail)
+      : source_(source), cipher_(cipher), tail_(tail), left_(source.size()) {}
+
+  bool isAtEnd() const { return left_ == 0 || !result_; }
+
+  /// How reading went until now.
+  const PDXFiles::CopyResult& result() const { return result_; }
+
+  /// Puts the next piece to the front of `plain`, which is a chunk long, and answers how long it is.
+  std::size_t next(PDXSecret& plain) {
+    std::size_t count = 0;
+    while (count < kChunk && !isAtEnd()) count += step_(plain.data() + count);
+    return count;
+  }
+
+ private:
+  std::size_t step_(std::uint8_t* plain) {
+    const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(kStep, left_));
+    if (source_.read(enciphered_.data(), wanted) != wanted) {
+      result_ = {Outcome::readFailed, source_.error().empty() ? "it became shorter" : source_.error()};
+      return 0;
+    }
+    cipher_.decipherChained(enciphered_.data(), plain, wanted);
+    left_ -= wanted;
+    const bool isTrimmed = left_ == 0 && tail_ == PDXFileDeciphering::Tail::trimmed;
+    return wanted - (isTrimmed ? PDXFileDeciphering::paddingOf({plain + wanted - kBlock, kBlock}) : 0);
+  }
+
+  PDXFileReader& source_;
+  PDXAesDecipher& cipher_;
+  PDXFileDeciphering::Tail tail_;
+  std::uint64_t left_;
+  PDXSecret enciphered_ = PDXSecret(kStep);
+  PDXFiles::CopyResult result_;
+};
+
+/// Reads and deciphers ahead on a thread of its own, while the caller writes: each takes about half of the
+/// time.
+class Ahead {
+ public:
+  explicit Ahead(Plain& plain) : plain_(plain), thread_([this] { fill_(); }) {}
+
+  ~Ahead() {
+    isAbandoned_ = true;
+    free_.release();
+  }
+
+  Ahead(const Ahead&) = delete;
+  Ahead& operator=(const Ahead&) = delete;
+
+  /// The next piece, valid until the next call; empty at the end.
+  std::string_view next() {
+    if (isTaken_) free_.release();
+    isTaken_ = true;
+    filled_.acquire();
+    const Chunk& chunk = chunks_[taken_++ % kChunks];
+    return textOf(chunk.bytes, chunk.count);
+  }
+
+ private:
+  static constexpr std::size_t kChunks = 4;
+
+  struct Chunk {
+    PDXSecret bytes = PDXSecret(kChunk);
+    std::size_t count = 0;
+  };
+
+  void fill_() {
+    for (std::size_t i = 0;; ++i) {
+      free_.acquire();
+      if (isAbandoned_) return;
+      Chunk& chunk = chunks_[i % kChunks];
+      chunk.count = plain_.next(chunk.bytes);
+      const bool isLast = chunk.count == 0;
+      filled_.release();
+      if (isLast) return;
+    }
+  }
+
+  Plain& plain_;
+  std::array<Chunk, kChunks> chunks_;
+  std::counting_semaphore<> free_{kChunks};
+  std::counting_semaphore<> filled_{0};
+  std::atomic<bool> isAbandoned_ = false;
+  std::size_t taken_ = 0;
+  bool isTaken_ = false;
+  std::jthread thread_;  ///< The last member, so that it ends before the others do.
+};
+
+/// Writes what `next` gives until it gives nothing.
+template <typename Next>
+PDXFiles::CopyResult write(Next next, PDXAtomicFile& target, const std::stop_token& stop) {
+  for (std::string_view piece = next(); !piece.empty() && target.error().empty(); piece = next()) {
+    if (stop.stop_requested()) return {Outcome::stopped, "stopped"};
+    target.appendAtOnce(piece);
+  }
+  return {};
+}
+
 /// Deciphers all of `source` to `target`.
 PDXFiles::CopyResult pump(PDXFileReader& source, PDXAesDecipher& cipher, PDXAtomicFile& target,
                           PDXFileDeciphering::Tail tail, const std::stop_token& stop) {
-  PDXSecret enciphered(kChunk);
-  PDXSecret plain(kChunk);
-  for (std::uint64_t left = source.size(); left > 0;) {
-    if (stop.stop_requested()) return {Outcome::stopped, "stopped"};
-    const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(kChunk, left));
-    if (source.read(enciphered.data(), wanted) != wanted) {
-      return {Outcome::readFailed, source.error().empty() ? "it became shorter" : source.error()};
-    }
-    cipher.decipherChained(enciphered.data(), plain.data(), wanted);
-    left -= wanted;
-    std::size_t count = wanted;
-    if (left == 0 && tail == PDXFileDeciphering::Tail::trimmed) {
-      count -= PDXFileDeciphering::paddingOf({plain.data() + wanted - kBlock, kBlock});
-    }
-    target.appendAtOnce(textOf(plain, count));
-    if (!target.error().empty()) break;
+  constexpr std::uint64_t kWorthAThread = 8 * kChunk;
+  Plain plain(source, cipher, tail);
+  PDXFiles::CopyResult written;
+  if (source.size() >= kWorthAThread) {
+    Ahead ahead(plain);
+    written = write([&] { return ahead.next(); }, target, stop);
+  } else {
+    PDXSecret chunk(std::min<std::size_t>(kChunk, source.size()));
+    written = write([&] { return textOf(chunk, plain.next(chunk)); }, target, stop);
   }
+  if (!written) return written;
   if (tail == PDXFileDeciphering::Tail::kept) target.append(std::string(kBlock, '\0'));
-  return {};
+  return plain.result();
 }
 
 }  // namespace

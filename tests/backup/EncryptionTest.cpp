@@ -1,8 +1,12 @@
 #include <gmock/gmock.h>
 
+#include <sstream>
+
 #include "backup/BackupEncryptionWorker.h"
 #include "backup/DeviceDataEncryption.h"
+#include "backup/FileDeciphering.h"
 #include "backup/KeyWrapping.h"
+#include "samples/Cipher.h"
 #include "samples/KeyBag.h"
 #include "tests/support/TestFolder.h"
 
@@ -180,6 +184,38 @@ TEST(Deciphering, OfBuffersTakesThePaddingOff) {
                            "00112233445566778899AABBCCDDEE11"}) {
     EXPECT_EQ(PDXFileDeciphering::paddingOf(fromHex(none)), 0U) << none;
   }
+}
+
+// Sizes around those at which a file is read in more than one piece, or ahead on a thread.
+TEST(Deciphering, OfFilesGivesBackEverySize) {
+  using Tail = PDXFileDeciphering::Tail;
+  const PDXTestFolder folder;
+  const std::string enciphered = folder / "enciphered";
+  const std::string plain = folder / "plain";
+  PDXSampleKey key{};
+  key.fill(7);
+  for (const std::size_t size : {0U, 15U, 16U, 16'384U, 262'144U, 2'097'136U, 2'097'152U, 2'900'001U}) {
+    std::string content(size, '\0');
+    for (std::size_t i = 0; i < size; ++i) content[i] = static_cast<char>(i * i >> 3 & 127);
+    std::istringstream source(content);
+    PDXAtomicFile target(enciphered);
+    PDXSampleCipher::encipher(source, key, target);
+    ASSERT_TRUE(target.commit());
+    EXPECT_TRUE(PDXFileDeciphering::decipher(enciphered, key, plain, Tail::trimmed));
+    EXPECT_TRUE(fileText(plain) == content) << size;
+    EXPECT_TRUE(PDXFileDeciphering::decipher(enciphered, key, plain, Tail::kept));
+    const std::size_t padding = 16 - size % 16;
+    EXPECT_TRUE(fileText(plain) ==
+                content + std::string(padding, static_cast<char>(padding)) + std::string(16, '\0'))
+        << size;
+  }
+  std::stop_source stopped;
+  stopped.request_stop();
+  const std::string other = folder / "other";
+  const auto result =
+      PDXFileDeciphering::decipher(enciphered, key, other, Tail::trimmed, stopped.get_token());
+  EXPECT_EQ(result.outcome, PDXFiles::CopyResult::Outcome::stopped);
+  EXPECT_FALSE(PDXFiles::exists(other));
 }
 
 TEST(DeviceDataEncryption, FindsTheKeyBehindOtherDataOfTheArchive) {
