@@ -121,9 +121,9 @@ TEST(IOS9NoteDataReader, SaysWhyABodyIsUnusable) {
     const char* why;
   } cases[] = {
       {"empty", {}, "it is empty"},
-      {"cut off", cut, "it is cut off"},
-      {"damaged", damaged, "it is no gzip data, or damaged"},
-      {"enciphered", bytesOf("\x8E\x21\x07\xD4 locked"), "it is no gzip data, or damaged"},
+      {"cut off", cut, "it is no gzip data, or it is damaged or cut off"},
+      {"damaged", damaged, "it is no gzip data, or it is damaged or cut off"},
+      {"enciphered", bytesOf("\x8E\x21\x07\xD4 locked"), "it is no gzip data, or it is damaged or cut off"},
       {"of another kind", PDXSampleNoteBody::packed(bytesOf("a letter to somebody")),
        "it does not begin as the body of a note"},
       {"bytes behind the end", trailing, ""},
@@ -140,7 +140,7 @@ TEST(IOS9NoteDataReader, RefusesToGrowWithoutBounds) {
   EXPECT_EQ(whyNot(PDXSampleNoteBody::packed(bytesOf(lines))), "it would have more than a million lines");
   PDXBytes lying = PDXSampleNoteBody::packed(PDXSampleNoteBody::record("Harbour\n"));
   lying.back() = 0x7F;
-  EXPECT_EQ(whyNot(lying), "it is no gzip data, or damaged") << "a size that lies";
+  EXPECT_EQ(whyNot(lying), "it is no gzip data, or it is damaged or cut off") << "a size that lies";
 }
 
 TEST(IOS9NoteDataReader, UsesMemoryAgain) {
