@@ -124,7 +124,10 @@ template <typename Next>
 PDXFiles::CopyResult write(Next next, PDXAtomicFile& target, const std::stop_token& stop) {
   for (std::string_view piece = next(); !piece.empty() && target.error().empty(); piece = next()) {
     if (stop.stop_requested()) return {Outcome::stopped, "stopped"};
-    target.appendAtOnce(piece);
+    // In steps: a Linux that puts whatever is written at once into one large folio takes far longer to find
+    // room for those of some hundred kilobytes.
+    for (; !piece.empty(); piece.remove_prefix(std::min(kStep, piece.size())))
+      target.appendAtOnce(piece.substr(0, kStep));
   }
   return {};
 }
