@@ -13,11 +13,10 @@
 
 namespace {
 
-constexpr PDXListedKind kKinds[] = {{"messages", listMessages, true, true},
-                                    {"contacts", listContacts, false, true},
-                                    {"notes", listNotes, false, true},
-                                    {"calls", listCalls, true, false},
-                                    {"blocked", listBlocked, false, false}};
+constexpr PDXListedKind kKinds[] = {
+    {"messages", listMessages, true, true},    {"contacts", listContacts, false, true},
+    {"calendars", listCalendars, true, false}, {"notes", listNotes, false, true},
+    {"calls", listCalls, true, false},         {"blocked", listBlocked, false, false}};
 
 const PDXListedKind& kindNamed(const std::string& name) {
   return *std::find_if(std::begin(kKinds), std::end(kKinds),
@@ -28,7 +27,8 @@ class ListCommand final : public PDXCommand {
  public:
   void addOptions(CLI::App& app) override {
     backupOptions_.addTo(app);
-    app.add_option("KIND", kind_, "What to list: messages, contacts, notes, calls, blocked")->required();
+    app.add_option("KIND", kind_, "What to list: messages, contacts, calendars, notes, calls, blocked")
+        ->required();
     app.add_flag("--json", json_, "One JSON document");
     range_.addTo(app);
   }

@@ -33,6 +33,7 @@ struct PDXListedKind {
 
 /// Each in a source of its own, ListMessages.cpp and so on.
 PDXListing listMessages(const PDXListRequest& request);
+PDXListing listCalendars(const PDXListRequest& request);
 PDXListing listCalls(const PDXListRequest& request);
 PDXListing listContacts(const PDXListRequest& request);
 PDXListing listNotes(const PDXListRequest& request);

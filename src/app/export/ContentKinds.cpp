@@ -12,7 +12,7 @@ const std::vector<PDXContentKind>& all() {
       {"messages", "Messages", {PDXFeature::Messages}, true},
       {"whatsapp", "WhatsApp", {PDXFeature::WhatsAppChats}, false},
       {"contacts", "Contacts", {PDXFeature::AddressBook}, true},
-      {"calendars", "Calendars", {PDXFeature::Calendar}, false},
+      {"calendars", "Calendars", {PDXFeature::Calendar}, true},
       {"notes", "Notes", {PDXFeature::NoteStore, PDXFeature::LegacyNotes}, true},
       {"calls", "Calls", {PDXFeature::CallHistoryStore, PDXFeature::CallHistoryLegacy}, true},
       {"bookmarks", "Bookmarks", {PDXFeature::SafariBookmarks, PDXFeature::ChromeBookmarks}, false},

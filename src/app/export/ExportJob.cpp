@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "app/export/CalendarsExport.h"
 #include "app/export/CallsExport.h"
 #include "app/export/ContactsExport.h"
 #include "app/export/ContentKinds.h"
@@ -71,6 +72,8 @@ PDXExportReport PDXExportJob::run(const PDXProgressSink& progress, const std::st
     report.kinds.push_back(
         PDXContactsExport::run(deviceData_, options_.outputFolder, options_.searchTerm, report));
   }
+  if (takesWholeKind_("calendars") && goesOn())
+    report.kinds.push_back(PDXCalendarsExport::run(deviceData_, options_, report, progress, stop));
   if (takesWholeKind_("notes") && goesOn())
     report.kinds.push_back(PDXNotesExport::run(deviceData_, options_, report, progress, stop));
   if (takesWholeKind_("calls") && goesOn())
