@@ -4,6 +4,7 @@
 #include "platform/Files.h"
 #include "samples/AddressBook.h"
 #include "samples/BackupFolder.h"
+#include "samples/Bookmarks.h"
 #include "samples/Calendars.h"
 #include "samples/Calls.h"
 #include "samples/Messages.h"
@@ -57,6 +58,7 @@ std::string addContent(PDXSampleBackupFolder& folder, const PDXSampleOptions& op
   why = PDXSampleNotes::write(folder, options.seed, stop);
   if (why.empty()) why = PDXSampleCalls::write(folder, options.seed, versionOf(options.generation));
   if (why.empty()) why = PDXSampleCalendars::write(folder, versionOf(options.generation));
+  if (why.empty()) why = PDXSampleBookmarks::write(folder, versionOf(options.generation));
   if (!why.empty()) return why;
   folder.addFoldersAbove();
   return "";

@@ -42,7 +42,8 @@ class ExportCommand final : public PDXCommand {
     backupOptions_.addTo(app);
     app.add_option(
         "KIND", options_.kinds,
-        "What to export: messages, contacts, calendars, notes, calls. Everything that is built when left out");
+        "What to export: messages, contacts, calendars, notes, calls, bookmarks, music. Everything that the "
+        "backup holds when left out");
     app.add_option("--to", options_.outputFolder, "The folder to write into; made when missing")->required();
     range_.addTo(app);
     app.add_option("--conversation", options_.conversations,

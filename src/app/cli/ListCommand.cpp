@@ -16,7 +16,8 @@ namespace {
 constexpr PDXListedKind kKinds[] = {
     {"messages", listMessages, true, true},    {"contacts", listContacts, false, true},
     {"calendars", listCalendars, true, false}, {"notes", listNotes, false, true},
-    {"calls", listCalls, true, false},         {"blocked", listBlocked, false, false}};
+    {"calls", listCalls, true, false},         {"bookmarks", listBookmarks, false, true},
+    {"blocked", listBlocked, false, false}};
 
 const PDXListedKind& kindNamed(const std::string& name) {
   return *std::find_if(std::begin(kKinds), std::end(kKinds),
@@ -27,7 +28,8 @@ class ListCommand final : public PDXCommand {
  public:
   void addOptions(CLI::App& app) override {
     backupOptions_.addTo(app);
-    app.add_option("KIND", kind_, "What to list: messages, contacts, calendars, notes, calls, blocked")
+    app.add_option("KIND", kind_,
+                   "What to list: messages, contacts, calendars, notes, calls, bookmarks, music, blocked")
         ->required();
     app.add_flag("--json", json_, "One JSON document");
     range_.addTo(app);
@@ -66,7 +68,7 @@ class ListCommand final : public PDXCommand {
     PDXListing listing = kindNamed(kind_).list({deviceData, range_, context.stop, json_});
     if (context.stop.stop_requested()) return PDXExitStatus::interrupted;
     if (json_) {
-      printJson(information, std::move(listing.items), problems.problems());
+      printJson(information, std::move(listing), problems.problems());
     } else {
       for (const std::string& line : listing.lines) context.console.line(line);
       context.console.note(listing.summary);
@@ -75,12 +77,16 @@ class ListCommand final : public PDXCommand {
     return problems.problems().empty() ? PDXExitStatus::done : PDXExitStatus::incomplete;
   }
 
-  void printJson(const PDXBackupInformation& information, nlohmann::ordered_json items,
+  void printJson(const PDXBackupInformation& information, PDXListing listing,
                  const std::vector<PDXProblem>& problems) const {
     auto document = PDXBackupJson::document(kind_.c_str(), information);
-    if (items.is_array()) document["items"] = std::move(items);
+    document["items"] = std::move(listing.items);
     document["problems"] = PDXBackupJson::problems(problems);
-    std::fputs(PDXBackupJson::text(document).c_str(), stdout);
+    std::string text = PDXBackupJson::text(document);
+    // No text of the document can hold this: quotes inside one are escaped.
+    constexpr std::string_view kEmpty = "\"items\": [";
+    if (!listing.itemsText.empty()) text.insert(text.find(kEmpty) + kEmpty.size(), listing.itemsText);
+    std::fputs(text.c_str(), stdout);
   }
 
   PDXBackupOptions backupOptions_;

@@ -19,8 +19,9 @@ struct PDXListRequest {
 /// What there is of one content kind, in list order.
 struct PDXListing {
   nlohmann::ordered_json items = nlohmann::ordered_json::array();  ///< Keys are the records' field names.
-  std::vector<std::string> lines;                                  ///< The same for people, a line each.
-  std::string summary;                                             ///< "3 contacts".
+  std::string itemsText;           ///< The same as text, commas between them, of lists that may be very long.
+  std::vector<std::string> lines;  ///< The same for people, a line each.
+  std::string summary;             ///< "3 contacts".
 };
 
 /// One content kind that can be listed.
@@ -33,6 +34,7 @@ struct PDXListedKind {
 
 /// Each in a source of its own, ListMessages.cpp and so on.
 PDXListing listMessages(const PDXListRequest& request);
+PDXListing listBookmarks(const PDXListRequest& request);
 PDXListing listCalendars(const PDXListRequest& request);
 PDXListing listCalls(const PDXListRequest& request);
 PDXListing listContacts(const PDXListRequest& request);

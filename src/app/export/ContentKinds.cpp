@@ -15,7 +15,7 @@ const std::vector<PDXContentKind>& all() {
       {"calendars", "Calendars", {PDXFeature::Calendar}, true},
       {"notes", "Notes", {PDXFeature::NoteStore, PDXFeature::LegacyNotes}, true},
       {"calls", "Calls", {PDXFeature::CallHistoryStore, PDXFeature::CallHistoryLegacy}, true},
-      {"bookmarks", "Bookmarks", {PDXFeature::SafariBookmarks, PDXFeature::ChromeBookmarks}, false},
+      {"bookmarks", "Bookmarks", {PDXFeature::SafariBookmarks, PDXFeature::ChromeBookmarks}, true},
       {"music", "Music", {}, false},
       {"blocked", "Blocked numbers", {PDXFeature::BlockedNumbers}, true, true},
   };

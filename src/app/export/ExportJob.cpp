@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "app/export/BookmarksExport.h"
 #include "app/export/CalendarsExport.h"
 #include "app/export/CallsExport.h"
 #include "app/export/ContactsExport.h"
@@ -78,6 +79,8 @@ PDXExportReport PDXExportJob::run(const PDXProgressSink& progress, const std::st
     report.kinds.push_back(PDXNotesExport::run(deviceData_, options_, report, progress, stop));
   if (takesWholeKind_("calls") && goesOn())
     report.kinds.push_back(PDXCallsExport::run(deviceData_, options_, report, stop));
+  if (takesWholeKind_("bookmarks") && goesOn())
+    report.kinds.push_back(PDXBookmarksExport::run(deviceData_, options_, report, stop));
   for (const PDXContentKind& kind : PDXContentKinds::all()) {
     const bool isHeld = PDXContentKinds::isHeldBy(deviceData_, kind);
     const bool isNamed =
