@@ -8,6 +8,7 @@
 #include "samples/Calendars.h"
 #include "samples/Calls.h"
 #include "samples/Messages.h"
+#include "samples/Music.h"
 #include "samples/Notes.h"
 #include "samples/OtherFiles.h"
 #include "samples/People.h"
@@ -59,6 +60,7 @@ std::string addContent(PDXSampleBackupFolder& folder, const PDXSampleOptions& op
   if (why.empty()) why = PDXSampleCalls::write(folder, options.seed, versionOf(options.generation));
   if (why.empty()) why = PDXSampleCalendars::write(folder, versionOf(options.generation));
   if (why.empty()) why = PDXSampleBookmarks::write(folder, versionOf(options.generation));
+  if (why.empty()) why = PDXSampleMusic::write(folder, versionOf(options.generation));
   if (!why.empty()) return why;
   folder.addFoldersAbove();
   return "";

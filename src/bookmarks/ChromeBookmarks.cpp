@@ -24,6 +24,7 @@ struct PDXChromeNode {
   PDXBookmarkItem item;
   std::size_t holder = PDXBookmarkReader::kRoot;
   std::string type;
+  bool hasChildren = false;
   bool hasName = false;
   bool hasIdentifier = false;
   std::string dateAdded;
@@ -75,8 +76,10 @@ class Nodes {
   }
 
   bool start_array(std::size_t) {
-    if (openNode() != nullptr && places_.back().key == "children")
+    if (Node* node = openNode(); node != nullptr && places_.back().key == "children") {
+      node->hasChildren = true;
       return push(Place::children, places_.back().of);
+    }
     value();
     return ignore();
   }
@@ -204,6 +207,13 @@ std::string placeOf(const PDXBookmarkItem& item) {
   return "\"" + item.title + "\", record " + std::to_string(item.identifier);
 }
 
+/// Sets the type of a node whose end is not there; the type would have stood behind what it holds.
+void guessType(Node& node) {
+  if (!node.type.empty()) return;
+  if (node.hasChildren) node.type = "folder";
+  if (!node.item.url.empty()) node.type = "url";
+}
+
 void setDates(Node& node, PDXProblemSeries& dates) {
   bool isBad = false;
   node.item.dateAdded = dateOf(node.dateAdded, isBad);
@@ -264,6 +274,7 @@ void PDXChromeBookmarks::take_(std::vector<PDXChromeNode>& nodes, bool isWhole) 
     Node& node = nodes[i];
     PDXBookmarkItem& item = node.item;
     const bool isInRoot = node.holder == kRoot;
+    if (!isWhole) guessType(node);
     const bool isKnown = node.type == "folder" || node.type == "url";
     counts_.rows++;
     places[i] = isKnown && (isInRoot || places[node.holder] != kLost) ? stored_.size() : kLost;

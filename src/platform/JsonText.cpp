@@ -53,3 +53,37 @@ void append(std::string& json, std::string_view text) {
 }
 
 }  // namespace PDXJsonText
+
+void PDXJsonObjectText::key_(std::string_view key) {
+  json_ += isEmpty_ ? "\"" : ",\"";
+  json_ += key;
+  json_ += "\":";
+  isEmpty_ = false;
+}
+
+void PDXJsonObjectText::text(std::string_view key, std::string_view value) {
+  key_(key);
+  PDXJsonText::append(json_, value);
+}
+
+void PDXJsonObjectText::text(std::string_view key, const std::optional<std::string>& value) {
+  if (value) return text(key, std::string_view(*value));
+  key_(key);
+  json_ += "null";
+}
+
+void PDXJsonObjectText::number(std::string_view key, std::int64_t value) {
+  key_(key);
+  json_ += std::to_string(value);
+}
+
+void PDXJsonObjectText::flag(std::string_view key, bool value) {
+  key_(key);
+  json_ += value ? "true" : "false";
+}
+
+void PDXJsonObjectText::date(std::string_view key, const std::optional<PDXDate>& value) {
+  if (value) return text(key, std::string_view(PDXDates::isoText(*value)));
+  key_(key);
+  json_ += "null";
+}

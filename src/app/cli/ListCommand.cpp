@@ -17,7 +17,7 @@ constexpr PDXListedKind kKinds[] = {
     {"messages", listMessages, true, true},    {"contacts", listContacts, false, true},
     {"calendars", listCalendars, true, false}, {"notes", listNotes, false, true},
     {"calls", listCalls, true, false},         {"bookmarks", listBookmarks, false, true},
-    {"blocked", listBlocked, false, false}};
+    {"music", listMusic, false, false},        {"blocked", listBlocked, false, false}};
 
 const PDXListedKind& kindNamed(const std::string& name) {
   return *std::find_if(std::begin(kKinds), std::end(kKinds),
@@ -33,6 +33,7 @@ class ListCommand final : public PDXCommand {
         ->required();
     app.add_flag("--json", json_, "One JSON document");
     range_.addTo(app);
+    music_.addTo(app);
   }
 
   PDXExitStatus run(PDXCommandContext& context) override {
@@ -54,18 +55,19 @@ class ListCommand final : public PDXCommand {
       return "--from and --until say nothing about " + kind_ + ": leave them out";
     if (!kind.takesSearch && !range_.search.empty())
       return "--search does not apply to " + kind_ + ": leave it out";
+    if (auto mistake = music_.mistake(kind_ == "music")) return mistake;
     return range_.mistake();
   }
 
   PDXExitStatus list(PDXCommandContext& context, const PDXBackupInformation& information,
                      PDXDeviceData& deviceData) const {
     const PDXProblemCollector problems;
-    if (!PDXContentKinds::isHeldBy(deviceData, *PDXContentKinds::named(kind_))) {
+    if (music_.library.empty() && !PDXContentKinds::isHeldBy(deviceData, *PDXContentKinds::named(kind_))) {
       PDXConsole::error("the backup holds no " + kind_);
       if (json_) printJson(information, {}, {});
       return PDXExitStatus::incomplete;
     }
-    PDXListing listing = kindNamed(kind_).list({deviceData, range_, context.stop, json_});
+    PDXListing listing = kindNamed(kind_).list({deviceData, range_, context.stop, music_.library, json_});
     if (context.stop.stop_requested()) return PDXExitStatus::interrupted;
     if (json_) {
       printJson(information, std::move(listing), problems.problems());
@@ -81,6 +83,7 @@ class ListCommand final : public PDXCommand {
                  const std::vector<PDXProblem>& problems) const {
     auto document = PDXBackupJson::document(kind_.c_str(), information);
     document["items"] = std::move(listing.items);
+    if (listing.more.is_object()) document.update(listing.more);
     document["problems"] = PDXBackupJson::problems(problems);
     std::string text = PDXBackupJson::text(document);
     // No text of the document can hold this: quotes inside one are escaped.
@@ -93,6 +96,7 @@ class ListCommand final : public PDXCommand {
   std::string kind_;
   bool json_ = false;
   PDXRangeOptions range_;
+  PDXMusicOptions music_;
 };
 
 }  // namespace

@@ -13,6 +13,7 @@ struct PDXListRequest {
   PDXDeviceData& deviceData;
   const PDXRangeOptions& range;
   std::stop_token stop;
+  std::string library;     ///< See PDXMusicOptions.
   bool wantsItems = true;  ///< Items for a program; else lines for people. Only large lists ask.
 };
 
@@ -20,6 +21,7 @@ struct PDXListRequest {
 struct PDXListing {
   nlohmann::ordered_json items = nlohmann::ordered_json::array();  ///< Keys are the records' field names.
   std::string itemsText;           ///< The same as text, commas between them, of lists that may be very long.
+  nlohmann::ordered_json more;     ///< Further members of the document, an object; null for none.
   std::vector<std::string> lines;  ///< The same for people, a line each.
   std::string summary;             ///< "3 contacts".
 };
@@ -38,6 +40,7 @@ PDXListing listBookmarks(const PDXListRequest& request);
 PDXListing listCalendars(const PDXListRequest& request);
 PDXListing listCalls(const PDXListRequest& request);
 PDXListing listContacts(const PDXListRequest& request);
+PDXListing listMusic(const PDXListRequest& request);
 PDXListing listNotes(const PDXListRequest& request);
 PDXListing listBlocked(const PDXListRequest& request);
 

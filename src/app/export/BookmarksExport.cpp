@@ -12,31 +12,6 @@ namespace {
 
 constexpr const char* kFolder = "Bookmarks";
 
-void appendKey(std::string& json, const char* key) {
-  json += json.back() == '{' ? "\"" : ",\"";
-  json += key;
-  json += "\":";
-}
-
-void appendNumber(std::string& json, const char* key, std::int64_t number) {
-  appendKey(json, key);
-  json += std::to_string(number);
-}
-
-void appendText(std::string& json, const char* key, const std::string& text) {
-  appendKey(json, key);
-  PDXJsonText::append(json, text);
-}
-
-void appendDate(std::string& json, const char* key, const std::optional<PDXDate>& date) {
-  appendKey(json, key);
-  if (date) {
-    PDXJsonText::append(json, PDXDates::isoText(*date));
-  } else {
-    json += "null";
-  }
-}
-
 /// Whether all was written. A stop leaves nothing behind.
 class Writer {
  public:
@@ -130,19 +105,17 @@ PDXBookmarkList PDXBookmarksExport::read(PDXDeviceData& deviceData, PDXBookmarkT
 
 void PDXBookmarksExport::appendJson(std::string& json, const PDXBookmarkTree::Entry& entry) {
   const PDXBookmarkItem& item = *entry.item;
-  json += '{';
-  appendNumber(json, "identifier", item.identifier);
-  appendNumber(json, "parent", item.parent);
-  appendNumber(json, "index", item.index);
-  appendNumber(json, "depth", static_cast<std::int64_t>(entry.depth));
-  appendText(json, "title", item.title);
-  appendText(json, "url", item.url);
-  appendKey(json, "isFolder");
-  json += item.isFolder ? "true" : "false";
-  appendNumber(json, "type", item.type);
-  appendDate(json, "dateAdded", item.dateAdded);
-  appendDate(json, "lastModified", item.lastModified);
-  json += '}';
+  PDXJsonObjectText object(json);
+  object.number("identifier", item.identifier);
+  object.number("parent", item.parent);
+  object.number("index", item.index);
+  object.number("depth", static_cast<std::int64_t>(entry.depth));
+  object.text("title", std::string_view(item.title));
+  object.text("url", std::string_view(item.url));
+  object.flag("isFolder", item.isFolder);
+  object.number("type", item.type);
+  object.date("dateAdded", item.dateAdded);
+  object.date("lastModified", item.lastModified);
 }
 
 PDXKindReport PDXBookmarksExport::run(PDXDeviceData& deviceData, const PDXExportOptions& options,
