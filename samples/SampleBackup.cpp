@@ -4,8 +4,11 @@
 #include "platform/Files.h"
 #include "samples/AddressBook.h"
 #include "samples/BackupFolder.h"
+#include "samples/Bookmarks.h"
+#include "samples/Calendars.h"
 #include "samples/Calls.h"
 #include "samples/Messages.h"
+#include "samples/Music.h"
 #include "samples/Notes.h"
 #include "samples/OtherFiles.h"
 #include "samples/People.h"
@@ -55,6 +58,9 @@ std::string addContent(PDXSampleBackupFolder& folder, const PDXSampleOptions& op
   PDXSampleOtherFiles::addApplications(folder);
   why = PDXSampleNotes::write(folder, options.seed, stop);
   if (why.empty()) why = PDXSampleCalls::write(folder, options.seed, versionOf(options.generation));
+  if (why.empty()) why = PDXSampleCalendars::write(folder, versionOf(options.generation));
+  if (why.empty()) why = PDXSampleBookmarks::write(folder, versionOf(options.generation));
+  if (why.empty()) why = PDXSampleMusic::write(folder, versionOf(options.generation));
   if (!why.empty()) return why;
   folder.addFoldersAbove();
   return "";

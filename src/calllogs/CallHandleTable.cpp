@@ -37,7 +37,7 @@ std::string chosen(PDXSQLiteStatement names, std::string_view ending,
     if (std::string name = names.text(0); isNumbered(name, ending)) found.push_back(std::move(name));
   }
   for (const std::string& number : numbers) {
-    const std::string wanted = numbered(number, ending);
+    std::string wanted = numbered(number, ending);
     if (std::find(found.begin(), found.end(), wanted) != found.end()) return wanted;
   }
   return found.empty() ? "" : found.front();

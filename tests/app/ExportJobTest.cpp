@@ -72,7 +72,7 @@ TEST_F(ExportJob, BytesDoNotDependOnWorkersOrOnEarlierRuns) {
 TEST_F(ExportJob, ReportCountsWhatThePagesHold) {
   const PDXExportReport report = run();
   EXPECT_TRUE(report.isComplete());
-  ASSERT_EQ(report.kinds.size(), 4U);
+  ASSERT_EQ(report.kinds.size(), 7U);
   const PDXKindReport& kind = report.kinds[0];
   EXPECT_EQ(kind.found, kind.written.size());
   EXPECT_GE(kind.missing.size(), 2U);

@@ -42,7 +42,8 @@ class ExportCommand final : public PDXCommand {
     backupOptions_.addTo(app);
     app.add_option(
         "KIND", options_.kinds,
-        "What to export: messages, contacts, notes, calls. Everything that is built when left out");
+        "What to export: messages, contacts, calendars, notes, calls, bookmarks, music. Everything that the "
+        "backup holds when left out");
     app.add_option("--to", options_.outputFolder, "The folder to write into; made when missing")->required();
     range_.addTo(app);
     app.add_option("--conversation", options_.conversations,
@@ -52,6 +53,8 @@ class ExportCommand final : public PDXCommand {
     app.add_option("--format", formats_, "html, text or both, separated by a comma; text for notes only")
         ->delimiter(',');
     addPageOptions(app);
+    music_.addTo(app);
+    app.add_flag("--with-files", options_.withFiles, "Copy the files of tracks too; for music");
     app.add_option("--jobs", options_.jobs, "Worker threads")->check(CLI::Range(1U, 256U));
   }
 
@@ -85,6 +88,10 @@ class ExportCommand final : public PDXCommand {
     }
     if (options_.outputFolder.empty()) return "--to names no folder";
     if (auto mistake = formatMistake()) return mistake;
+    const bool takesMusic = options_.kinds.empty() || std::find(options_.kinds.begin(), options_.kinds.end(),
+                                                                "music") != options_.kinds.end();
+    if (auto mistake = music_.mistake(takesMusic)) return mistake;
+    if (options_.withFiles && !takesMusic) return "--with-files is for music: name it, or leave it out";
     return range_.mistake();
   }
 
@@ -110,6 +117,7 @@ class ExportCommand final : public PDXCommand {
     options_.startDate = range_.startDate();
     options_.endDate = range_.endDate();
     options_.searchTerm = range_.search;
+    options_.libraryFile = music_.library;
     options_.writesHtml = hasFormat("html");
     options_.writesText = hasFormat("text");
     options_.outputFolder = PDXFiles::absolute(options_.outputFolder);
@@ -180,7 +188,8 @@ class ExportCommand final : public PDXCommand {
     const auto countedOf = [&](std::size_t count) {
       return counted(count, entries.one.c_str(), entries.many.c_str());
     };
-    console.note(fmt::format("{}: {}", kind.title, countedOf(entries.written)));
+    const std::string files = entries.files ? ", " + counted(*entries.files, "file", "files") : "";
+    console.note(fmt::format("{}: {}{}", kind.title, countedOf(entries.written), files));
     if (entries.rows && entries.rows->leftOutRows() > 0) {
       console.note(fmt::format("  {} left out: {}", countedOf(entries.rows->leftOutRows()),
                                entries.rows->leftOutText()));
@@ -214,8 +223,10 @@ class ExportCommand final : public PDXCommand {
 
   static void summariseProblems(const PDXConsole& console, const PDXKindReport& kind) {
     if (!kind.missing.empty()) {
-      console.note(fmt::format("  {} not in the backup: export.json names them",
-                               counted(kind.missing.size(), "attachment is", "attachments are")));
+      const std::string missing = kind.entries
+                                      ? counted(kind.missing.size(), "file is", "files are")
+                                      : counted(kind.missing.size(), "attachment is", "attachments are");
+      console.note(fmt::format("  {} not in the backup: export.json names them", missing));
     }
     if (!kind.notTurned.empty()) {
       console.note(fmt::format("  {} not be turned upright: export.json names them",
@@ -243,6 +254,7 @@ class ExportCommand final : public PDXCommand {
   PDXBackupOptions backupOptions_;
   std::vector<std::string> formats_ = {"html"};
   PDXRangeOptions range_;
+  PDXMusicOptions music_;
   PDXExportOptions options_ = [] {
     PDXExportOptions options;
     options.jobs = std::max(1U, std::thread::hardware_concurrency());

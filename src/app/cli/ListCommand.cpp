@@ -13,11 +13,11 @@
 
 namespace {
 
-constexpr PDXListedKind kKinds[] = {{"messages", listMessages, true, true},
-                                    {"contacts", listContacts, false, true},
-                                    {"notes", listNotes, false, true},
-                                    {"calls", listCalls, true, false},
-                                    {"blocked", listBlocked, false, false}};
+constexpr PDXListedKind kKinds[] = {
+    {"messages", listMessages, true, true},    {"contacts", listContacts, false, true},
+    {"calendars", listCalendars, true, false}, {"notes", listNotes, false, true},
+    {"calls", listCalls, true, false},         {"bookmarks", listBookmarks, false, true},
+    {"music", listMusic, false, false},        {"blocked", listBlocked, false, false}};
 
 const PDXListedKind& kindNamed(const std::string& name) {
   return *std::find_if(std::begin(kKinds), std::end(kKinds),
@@ -28,9 +28,12 @@ class ListCommand final : public PDXCommand {
  public:
   void addOptions(CLI::App& app) override {
     backupOptions_.addTo(app);
-    app.add_option("KIND", kind_, "What to list: messages, contacts, notes, calls, blocked")->required();
+    app.add_option("KIND", kind_,
+                   "What to list: messages, contacts, calendars, notes, calls, bookmarks, music, blocked")
+        ->required();
     app.add_flag("--json", json_, "One JSON document");
     range_.addTo(app);
+    music_.addTo(app);
   }
 
   PDXExitStatus run(PDXCommandContext& context) override {
@@ -52,21 +55,22 @@ class ListCommand final : public PDXCommand {
       return "--from and --until say nothing about " + kind_ + ": leave them out";
     if (!kind.takesSearch && !range_.search.empty())
       return "--search does not apply to " + kind_ + ": leave it out";
+    if (auto mistake = music_.mistake(kind_ == "music")) return mistake;
     return range_.mistake();
   }
 
   PDXExitStatus list(PDXCommandContext& context, const PDXBackupInformation& information,
                      PDXDeviceData& deviceData) const {
     const PDXProblemCollector problems;
-    if (!PDXContentKinds::isHeldBy(deviceData, *PDXContentKinds::named(kind_))) {
+    if (music_.library.empty() && !PDXContentKinds::isHeldBy(deviceData, *PDXContentKinds::named(kind_))) {
       PDXConsole::error("the backup holds no " + kind_);
       if (json_) printJson(information, {}, {});
       return PDXExitStatus::incomplete;
     }
-    PDXListing listing = kindNamed(kind_).list({deviceData, range_, context.stop, json_});
+    PDXListing listing = kindNamed(kind_).list({deviceData, range_, context.stop, music_.library, json_});
     if (context.stop.stop_requested()) return PDXExitStatus::interrupted;
     if (json_) {
-      printJson(information, std::move(listing.items), problems.problems());
+      printJson(information, std::move(listing), problems.problems());
     } else {
       for (const std::string& line : listing.lines) context.console.line(line);
       context.console.note(listing.summary);
@@ -75,18 +79,24 @@ class ListCommand final : public PDXCommand {
     return problems.problems().empty() ? PDXExitStatus::done : PDXExitStatus::incomplete;
   }
 
-  void printJson(const PDXBackupInformation& information, nlohmann::ordered_json items,
+  void printJson(const PDXBackupInformation& information, PDXListing listing,
                  const std::vector<PDXProblem>& problems) const {
     auto document = PDXBackupJson::document(kind_.c_str(), information);
-    if (items.is_array()) document["items"] = std::move(items);
+    document["items"] = std::move(listing.items);
+    if (listing.more.is_object()) document.update(listing.more);
     document["problems"] = PDXBackupJson::problems(problems);
-    std::fputs(PDXBackupJson::text(document).c_str(), stdout);
+    std::string text = PDXBackupJson::text(document);
+    // No text of the document can hold this: quotes inside one are escaped.
+    constexpr std::string_view kEmpty = "\"items\": [";
+    if (!listing.itemsText.empty()) text.insert(text.find(kEmpty) + kEmpty.size(), listing.itemsText);
+    std::fputs(text.c_str(), stdout);
   }
 
   PDXBackupOptions backupOptions_;
   std::string kind_;
   bool json_ = false;
   PDXRangeOptions range_;
+  PDXMusicOptions music_;
 };
 
 }  // namespace

@@ -13,14 +13,17 @@ struct PDXListRequest {
   PDXDeviceData& deviceData;
   const PDXRangeOptions& range;
   std::stop_token stop;
+  std::string library;     ///< See PDXMusicOptions.
   bool wantsItems = true;  ///< Items for a program; else lines for people. Only large lists ask.
 };
 
 /// What there is of one content kind, in list order.
 struct PDXListing {
   nlohmann::ordered_json items = nlohmann::ordered_json::array();  ///< Keys are the records' field names.
-  std::vector<std::string> lines;                                  ///< The same for people, a line each.
-  std::string summary;                                             ///< "3 contacts".
+  std::string itemsText;           ///< The same as text, commas between them, of lists that may be very long.
+  nlohmann::ordered_json more;     ///< Further members of the document, an object; null for none.
+  std::vector<std::string> lines;  ///< The same for people, a line each.
+  std::string summary;             ///< "3 contacts".
 };
 
 /// One content kind that can be listed.
@@ -33,8 +36,11 @@ struct PDXListedKind {
 
 /// Each in a source of its own, ListMessages.cpp and so on.
 PDXListing listMessages(const PDXListRequest& request);
+PDXListing listBookmarks(const PDXListRequest& request);
+PDXListing listCalendars(const PDXListRequest& request);
 PDXListing listCalls(const PDXListRequest& request);
 PDXListing listContacts(const PDXListRequest& request);
+PDXListing listMusic(const PDXListRequest& request);
 PDXListing listNotes(const PDXListRequest& request);
 PDXListing listBlocked(const PDXListRequest& request);
 

@@ -4,6 +4,7 @@
 
 #include "app/export/ContentKinds.h"
 #include "app/export/NearestNames.h"
+#include "platform/Files.h"
 
 namespace {
 
@@ -40,6 +41,17 @@ std::optional<std::string> PDXRangeOptions::mistake() const {
     return "--until " + until + " lies before --from " + from + ": nothing can match";
   }
   return std::nullopt;
+}
+
+void PDXMusicOptions::addTo(CLI::App& app) {
+  app.add_option("--library", library, "A media library outside the backup; for music")->type_name("FILE");
+}
+
+std::optional<std::string> PDXMusicOptions::mistake(bool takesMusic) const {
+  if (library.empty()) return std::nullopt;
+  if (!takesMusic) return "--library is for music: name it, or leave it out";
+  if (PDXFiles::isRegularFile(library)) return std::nullopt;
+  return "there is no file " + library + ": name a MediaLibrary.sqlitedb after --library";
 }
 
 std::optional<std::string> kindMistake(const std::string& kind) {

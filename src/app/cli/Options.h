@@ -41,6 +41,16 @@ struct PDXRangeOptions {
   std::optional<std::string> mistake() const;
 };
 
+/// Where to look for music.
+struct PDXMusicOptions {
+  std::string library;  ///< A media library outside the backup; "" for the backup's own.
+
+  void addTo(CLI::App& app);
+
+  /// What is wrong with the option; nothing when all is well.
+  std::optional<std::string> mistake(bool takesMusic) const;
+};
+
 /// Nothing when `kind` names a content kind that this version can read, else one line that says why not.
 std::optional<std::string> kindMistake(const std::string& kind);
 

@@ -67,6 +67,7 @@ class Writer {
   bool writePage(const std::vector<PDXCallLog>& logs) {
     PDXAtomicFile file(PDXFiles::joined(folder_, "Calls.html"));
     std::vector<const PDXCallLog*> all;
+    all.reserve(logs.size());
     for (const PDXCallLog& log : logs) all.push_back(&log);
     file.append(PDXCallLogHTMLGenerator::beginning(all));
     for (const PDXCallLog& log : logs) {
@@ -79,6 +80,7 @@ class Writer {
 
   bool writeTable(const std::vector<PDXCallLog>& logs) {
     std::vector<Name> names;
+    names.reserve(logs.size());
     for (const PDXCallLog& log : logs) names.emplace_back(log.participantGroup);
     PDXAtomicFile file(PDXFiles::joined(folder_, "Calls.csv"));
     file.append(PDXCallLogCSVGenerator::header());

@@ -4,6 +4,7 @@
 
 #include "backup/BackupNavigation.h"
 #include "backup/DeviceData.h"
+#include "music/MusicLibraryFile.h"
 
 namespace PDXContentKinds {
 
@@ -12,11 +13,11 @@ const std::vector<PDXContentKind>& all() {
       {"messages", "Messages", {PDXFeature::Messages}, true},
       {"whatsapp", "WhatsApp", {PDXFeature::WhatsAppChats}, false},
       {"contacts", "Contacts", {PDXFeature::AddressBook}, true},
-      {"calendars", "Calendars", {PDXFeature::Calendar}, false},
+      {"calendars", "Calendars", {PDXFeature::Calendar}, true},
       {"notes", "Notes", {PDXFeature::NoteStore, PDXFeature::LegacyNotes}, true},
       {"calls", "Calls", {PDXFeature::CallHistoryStore, PDXFeature::CallHistoryLegacy}, true},
-      {"bookmarks", "Bookmarks", {PDXFeature::SafariBookmarks, PDXFeature::ChromeBookmarks}, false},
-      {"music", "Music", {}, false},
+      {"bookmarks", "Bookmarks", {PDXFeature::SafariBookmarks, PDXFeature::ChromeBookmarks}, true},
+      {"music", "Music", {}, true},
       {"blocked", "Blocked numbers", {PDXFeature::BlockedNumbers}, true, true},
   };
   return kinds;
@@ -29,6 +30,7 @@ const PDXContentKind* named(const std::string& name) {
 }
 
 bool isHeldBy(PDXDeviceData& deviceData, const PDXContentKind& kind) {
+  if (kind.name == "music") return PDXMusicLibraryFile::mediaFolder(deviceData).has_value();
   return std::any_of(kind.features.begin(), kind.features.end(),
                      [&](int feature) { return deviceData.holdsFeature(feature); });
 }

@@ -9,7 +9,8 @@ class PDXDeviceData;
 struct PDXContentKind {
   std::string name;           ///< E.g. "messages".
   std::string title;          ///< E.g. "Messages".
-  std::vector<int> features;  ///< The main files of which one at least makes the backup hold the kind.
+  std::vector<int> features;  ///< The main files of which one at least makes the backup hold the kind; none
+                              ///< for music, whose library has no number.
   bool isBuilt;               ///< Whether this version can read it.
   bool isListOnly = false;    ///< Whether it can be listed but makes no files.
 };

@@ -3,10 +3,13 @@
 #include <algorithm>
 #include <utility>
 
+#include "app/export/BookmarksExport.h"
+#include "app/export/CalendarsExport.h"
 #include "app/export/CallsExport.h"
 #include "app/export/ContactsExport.h"
 #include "app/export/ContentKinds.h"
 #include "app/export/MessagesExport.h"
+#include "app/export/MusicExport.h"
 #include "app/export/NearestNames.h"
 #include "app/export/NotesExport.h"
 #include "app/export/Overview.h"
@@ -71,12 +74,18 @@ PDXExportReport PDXExportJob::run(const PDXProgressSink& progress, const std::st
     report.kinds.push_back(
         PDXContactsExport::run(deviceData_, options_.outputFolder, options_.searchTerm, report));
   }
+  if (takesWholeKind_("calendars") && goesOn())
+    report.kinds.push_back(PDXCalendarsExport::run(deviceData_, options_, report, progress, stop));
   if (takesWholeKind_("notes") && goesOn())
     report.kinds.push_back(PDXNotesExport::run(deviceData_, options_, report, progress, stop));
   if (takesWholeKind_("calls") && goesOn())
     report.kinds.push_back(PDXCallsExport::run(deviceData_, options_, report, stop));
+  if (takesWholeKind_("bookmarks") && goesOn())
+    report.kinds.push_back(PDXBookmarksExport::run(deviceData_, options_, report, stop));
+  if (takesWholeKind_("music") && goesOn())
+    report.kinds.push_back(PDXMusicExport::run(deviceData_, options_, report, progress, stop));
   for (const PDXContentKind& kind : PDXContentKinds::all()) {
-    const bool isHeld = PDXContentKinds::isHeldBy(deviceData_, kind);
+    const bool isHeld = isThere_(kind.name);
     const bool isNamed =
         std::find(options_.kinds.begin(), options_.kinds.end(), kind.name) != options_.kinds.end();
     if (isNamed && !isHeld) report.notHeld.push_back(kind.name);
@@ -102,8 +111,13 @@ void PDXExportJob::countRows_(PDXKindReport& kind) const {
 bool PDXExportJob::takesWholeKind_(const std::string& kind) const {
   // Who asks for one conversation does not ask for the address book as well.
   const bool asksForConversations = options_.kinds.empty() && !options_.conversations.empty();
-  return takes_(kind) && !asksForConversations &&
-         PDXContentKinds::isHeldBy(deviceData_, *PDXContentKinds::named(kind));
+  return takes_(kind) && !asksForConversations && isThere_(kind);
+}
+
+/// Whether the backup holds the kind, or the options say where else it is.
+bool PDXExportJob::isThere_(const std::string& kind) const {
+  if (kind == "music" && !options_.libraryFile.empty()) return true;
+  return PDXContentKinds::isHeldBy(deviceData_, *PDXContentKinds::named(kind));
 }
 
 bool PDXExportJob::takes_(const std::string& kind) const {

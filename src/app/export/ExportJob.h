@@ -36,6 +36,7 @@ class PDXExportJob {
   bool takes_(const std::string& kind) const;
   void countRows_(PDXKindReport& kind) const;
   bool takesWholeKind_(const std::string& kind) const;
+  bool isThere_(const std::string& kind) const;
   void writeOverview_(PDXExportReport& report) const;
 
   PDXDeviceData& deviceData_;

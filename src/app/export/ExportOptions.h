@@ -28,6 +28,11 @@ struct PDXExportOptions {
   bool writesHtml = true;   ///< Pages.
   bool writesText = false;  ///< Plain texts; of notes.
 
+  /// A media library to read in place of the backup's own; "" for that.
+  std::string libraryFile;
+
+  bool withFiles = false;  ///< The tracks' files as well.
+
   /// Worker threads, at least one.
   unsigned jobs = 1;
 

@@ -52,6 +52,8 @@ struct PDXEntriesReport {
 
   /// What became of the rows of the store; nothing when they could not be counted, or not all was written.
   std::optional<PDXRowAccount> rows;
+
+  std::optional<std::size_t> files = {};  ///< Copied beside them; nothing when nobody asked for files.
 };
 
 /// What became of one content kind.

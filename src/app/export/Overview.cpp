@@ -95,8 +95,9 @@ std::string fileSection(const PDXKindReport& kind) {
 
 /// What stands below the heading of every kind with pages.
 std::string problemLists(const PDXKindReport& kind) {
-  return problemList(counted(kind.missing.size(), "attachment is", "attachments are") + " not in the backup",
-                     kind.missing) +
+  const std::string missing = kind.entries ? counted(kind.missing.size(), "file is", "files are")
+                                           : counted(kind.missing.size(), "attachment is", "attachments are");
+  return problemList(missing + " not in the backup", kind.missing) +
          problemList(counted(kind.unreadable.size(), "item", "items") + " could not be read",
                      kind.unreadable) +
          problemList(counted(kind.notTurned.size(), "picture", "pictures") + " could not be turned upright",
@@ -169,6 +170,7 @@ std::string entriesSection(const PDXKindReport& kind) {
     html += "<p class=\"note\">unaccounted " + entries.many + ": " +
             std::to_string(entries.rows->unaccounted) + "</p>\n";
   }
+  if (entries.files) html += "<p class=\"note\">" + counted(*entries.files, "file", "files") + "</p>\n";
   html += problemLists(kind) + "<table>\n";
   for (const PDXExportedItem& item : kind.written) {
     html += "<tr><td><a href=\"" + PDXText::pathForHtmlLink(item.path) + "\">" +
@@ -266,13 +268,16 @@ Json entriesKindJson(const PDXKindReport& kind) {
   for (const PDXExportedItem& item : kind.written)
     files.push_back({{"title", item.title}, {"path", item.path}, {many, item.entries}});
   const AccountJson account(kind.entries->rows);
+  Json written = {{many, kind.entries->written}};
+  if (kind.entries->files) written["files"] = *kind.entries->files;
   return {{"kind", kind.kind},
           {"found", {{many, kind.found}, {"rows", account.found}}},
-          {"written", {{many, kind.entries->written}}},
+          {"written", written},
           {"repeated", {{"rows", account.repeated}}},
           {"leftOut", {{"rows", account.leftOut}}},
           {"unaccounted", {{"rows", account.unaccounted}}},
           {"filtered", {{many, kind.filtered}}},
+          {"filesMissing", PDXBackupJson::problems(kind.missing)},
           {"unreadable", PDXBackupJson::problems(kind.unreadable)},
           {"files", files}};
 }

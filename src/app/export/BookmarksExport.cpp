@@ -1,0 +1,140 @@
+#include "app/export/BookmarksExport.h"
+
+#include "backup/BackupNavigation.h"
+#include "backup/DeviceData.h"
+#include "bookmarks/BookmarkHTMLGenerator.h"
+#include "bookmarks/ChromeBookmarks.h"
+#include "bookmarks/SafariBookmarks.h"
+#include "platform/Files.h"
+#include "platform/JsonText.h"
+
+namespace {
+
+constexpr const char* kFolder = "Bookmarks";
+
+/// Whether all was written. A stop leaves nothing behind.
+class Writer {
+ public:
+  Writer(const PDXBookmarkList& list, const PDXExportOptions& options, PDXExportReport& report,
+         const std::stop_token& stop)
+      : list_(list), folder_(PDXFiles::joined(options.outputFolder, kFolder)), report_(report), stop_(stop) {
+    PDXFiles::makeFolders(folder_);
+  }
+
+  bool writePage() {
+    PDXAtomicFile file(PDXFiles::joined(folder_, "Bookmarks.html"));
+    file.append(PDXBookmarkHTMLGenerator::beginning());
+    for (const PDXBookmarkTree& tree : list_.trees)
+      PDXBookmarkHTMLGenerator::write(tree, [&](const std::string& text) { file.append(text); });
+    file.append(PDXBookmarkHTMLGenerator::end());
+    return commit(file);
+  }
+
+  bool writeJson() {
+    PDXAtomicFile file(PDXFiles::joined(folder_, "Bookmarks.json"));
+    file.append("{\"schema\":1,\"kind\":\"bookmarks\",\"items\":[");
+    std::string json;
+    for (const PDXBookmarkTree& tree : list_.trees) {
+      for (const PDXBookmarkTree::Entry& entry : tree.entries()) {
+        file.append(json.empty() ? "\n" : ",\n");
+        json.clear();
+        PDXBookmarksExport::appendJson(json, entry);
+        file.append(json);
+      }
+    }
+    file.append("\n]}\n");
+    return commit(file);
+  }
+
+ private:
+  bool commit(PDXAtomicFile& file) {
+    if (stop_.stop_requested()) return false;
+    if (file.commit()) return true;
+    report_.outcome = PDXExportReport::Outcome::unwritable;
+    report_.unwritablePath = file.path();
+    report_.why = file.error();
+    return false;
+  }
+
+  const PDXBookmarkList& list_;
+  std::string folder_;
+  PDXExportReport& report_;
+  const std::stop_token& stop_;
+};
+
+PDXRowAccount accountOf(const PDXBookmarkList& list) {
+  PDXBookmarkReader::RowCounts sum;
+  for (const auto& reader : list.readers) {
+    const auto& counts = reader->rowCounts();
+    sum.rows += counts.rows;
+    sum.hidden += counts.hidden;
+    sum.roots += counts.roots;
+    sum.ofUnknownType += counts.ofUnknownType;
+  }
+  PDXRowAccount account{.rows = sum.rows,
+                        .repeated = 0,
+                        .leftOut = {{"hidden on the device", sum.hidden},
+                                    {"the store's own root", sum.roots},
+                                    {"of an unknown type", sum.ofUnknownType},
+                                    {"filtered", list.filtered}},
+                        .unaccounted = 0};
+  account.unaccounted = static_cast<std::int64_t>(account.rows) -
+                        static_cast<std::int64_t>(list.entries + account.leftOutRows());
+  return account;
+}
+
+}  // namespace
+
+PDXBookmarkList PDXBookmarksExport::read(PDXDeviceData& deviceData, PDXBookmarkTree::Order order,
+                                         const std::string& search) {
+  PDXBookmarkList list;
+  const auto safari = std::make_shared<PDXSafariBookmarks>();
+  const auto chrome = std::make_shared<PDXChromeBookmarks>();
+  safari->loadBookmarksFromDatabaseFile(deviceData.databaseOfFeature(PDXFeature::SafariBookmarks));
+  chrome->loadBookmarksFromJsonFile(deviceData.databaseOfFeature(PDXFeature::ChromeBookmarks));
+  list.readers = {safari, chrome};
+  for (const auto& reader : list.readers) {
+    if (reader->storedItems().empty()) continue;
+    PDXBookmarkTree& tree = list.trees.emplace_back(*reader, order);
+    tree.keepMatching(search);
+    list.entries += tree.entries().size();
+    list.filtered += reader->storedItems().size() - tree.entries().size();
+  }
+  return list;
+}
+
+void PDXBookmarksExport::appendJson(std::string& json, const PDXBookmarkTree::Entry& entry) {
+  const PDXBookmarkItem& item = *entry.item;
+  PDXJsonObjectText object(json);
+  object.number("identifier", item.identifier);
+  object.number("parent", item.parent);
+  object.number("index", item.index);
+  object.number("depth", static_cast<std::int64_t>(entry.depth));
+  object.text("title", std::string_view(item.title));
+  object.text("url", std::string_view(item.url));
+  object.flag("isFolder", item.isFolder);
+  object.number("type", item.type);
+  object.date("dateAdded", item.dateAdded);
+  object.date("lastModified", item.lastModified);
+}
+
+PDXKindReport PDXBookmarksExport::run(PDXDeviceData& deviceData, const PDXExportOptions& options,
+                                      PDXExportReport& report, const std::stop_token& stop) {
+  const PDXBookmarkList list = read(deviceData, PDXBookmarkTree::Order::arranged, options.searchTerm);
+  PDXKindReport kind;
+  kind.kind = "bookmarks";
+  kind.title = kFolder;
+  kind.found = list.entries + list.filtered;
+  kind.filtered = list.filtered;
+  kind.entries = PDXEntriesReport{.one = "bookmark", .many = "bookmarks", .written = 0, .rows = {}};
+  if (list.entries > 0) {
+    Writer writer(list, options, report, stop);
+    if (!writer.writePage() || !writer.writeJson()) return kind;
+    kind.written = {
+        {.title = "Bookmarks for browsers", .path = "Bookmarks/Bookmarks.html", .entries = list.entries},
+        {.title = "Bookmarks as JSON", .path = "Bookmarks/Bookmarks.json", .entries = list.entries}};
+  }
+  kind.entries->written = list.entries;
+  kind.entries->rows = accountOf(list);
+  return kind;
+}

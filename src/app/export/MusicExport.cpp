@@ -1,0 +1,269 @@
+#include "app/export/MusicExport.h"
+
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+#include <vector>
+
+#include "backup/DeviceData.h"
+#include "music/MusicLibraryFile.h"
+#include "music/PlaylistM3UGenerator.h"
+#include "music/TrackCSVGenerator.h"
+#include "platform/FileName.h"
+#include "platform/Files.h"
+#include "platform/JsonText.h"
+#include "platform/Text.h"
+
+namespace {
+
+constexpr const char* kFolder = "Music";
+constexpr const char* kMediaRoot = "/var/mobile/Media/";
+constexpr std::string_view kExtension = ".m3u8";
+
+/// Where the files of tracks are, in the backup and in the export.
+class TrackFiles {
+ public:
+  explicit TrackFiles(PDXDeviceData& deviceData) : deviceData_(deviceData) {
+    const auto files = deviceData.listedFiles();
+    if (!files) return;
+    for (const PDXBackupFile& file : *files) {
+      if (file.domain == PDXMusicLibraryFile::kDomain) listed_.insert(file.relativePath);
+    }
+  }
+
+  /// A file that the backup holds.
+  struct Held {
+    std::string backupPath;  ///< In the media domain.
+    std::string path;        ///< Below the folder of the export.
+  };
+
+  /// Null when the backup does not hold it.
+  const Held* held(const std::string& filePath) {
+    const auto [known, isNew] = held_.try_emplace(filePath);
+    if (!isNew) return known->second.path.empty() ? nullptr : &known->second;
+    for (const char* folder : {"Media/", ""}) {
+      const std::string path = folder + filePath;
+      if (!listed_.contains(path)) continue;
+      if (!deviceData_.holdsFileByRelativePathInDomain(path, PDXMusicLibraryFile::kDomain)) continue;
+      known->second = {path, freePath(filePath)};
+      return &known->second;
+    }
+    return nullptr;
+  }
+
+  /// As playlists name it; "" when the track has no file.
+  std::string nameOf(const TrackItem& track) {
+    if (!track.filePath) return "";
+    const Held* file = held(*track.filePath);
+    return file != nullptr ? file->path : kMediaRoot + *track.filePath;
+  }
+
+ private:
+  /// The device's path, each part of it made safe. Two files never get the same.
+  std::string freePath(const std::string& filePath) {
+    std::string folder;
+    std::size_t begin = 0;
+    for (std::size_t slash = 0; (slash = filePath.find('/', begin)) != std::string::npos; begin = slash + 1)
+      folder += PDXFileName::safe(filePath.substr(begin, slash - begin)) + "/";
+    const std::string name = PDXFileName::safeWithExtension(filePath.substr(begin));
+    const std::string type(PDXText::pathExtension(name));
+    const std::string stem = type.empty() ? name : name.substr(0, name.size() - type.size() - 1);
+    const std::string ending = type.empty() ? "" : "." + type;
+    std::string path = folder + name;
+    for (unsigned i = 1; !taken_.insert(PDXText::caseFolded(path)).second; ++i)
+      path = folder + stem + " (" + std::to_string(i) + ")" + ending;
+    return path;
+  }
+
+  PDXDeviceData& deviceData_;
+  std::unordered_set<std::string> listed_;
+  std::unordered_map<std::string, Held> held_;
+  std::unordered_set<std::string> taken_;
+};
+
+class Writer {
+ public:
+  Writer(PDXDeviceData& deviceData, const PDXMusicLibrary& library, const PDXExportOptions& options,
+         PDXKindReport& kind, PDXExportReport& report, std::stop_token stop)
+      : deviceData_(deviceData),
+        library_(library),
+        folder_(PDXFiles::joined(options.outputFolder, kFolder)),
+        kind_(kind),
+        report_(report),
+        stop_(std::move(stop)),
+        files_(deviceData) {
+    PDXFiles::makeFolders(folder_);
+    names_.reserve(library.tracks.size());
+    for (const TrackItem& track : library.tracks) names_.push_back(files_.nameOf(track));
+  }
+
+  bool writeTable() {
+    PDXAtomicFile file(PDXFiles::joined(folder_, "Tracks.csv"));
+    file.append(PDXTrackCSVGenerator::header());
+    PDXLocalTimes times;
+    std::string row;
+    for (std::size_t i = 0; i < library_.tracks.size(); ++i) {
+      row.clear();
+      PDXTrackCSVGenerator::appendRow(row, library_.tracks[i], names_[i], times);
+      file.append(row);
+    }
+    if (!commit(file)) return false;
+    kind_.written.push_back(
+        {.title = "Tracks as a table", .path = "Music/Tracks.csv", .entries = library_.tracks.size()});
+    return true;
+  }
+
+  bool writePlaylists() {
+    PDXUniqueFileNames fileNames(kExtension.size());
+    for (const PDXMusicLibrary::Playlist& playlist : library_.playlists) {
+      const std::string name = fileNames.nameFor(playlist.playlist.name) + std::string(kExtension);
+      PDXAtomicFile file(PDXFiles::joined(folder_, name));
+      file.append(PDXPlaylistM3UGenerator::beginning(playlist.playlist));
+      std::string entry;
+      for (const std::size_t place : playlist.tracks) {
+        entry.clear();
+        PDXPlaylistM3UGenerator::appendTrack(entry, library_.tracks[place], names_[place]);
+        file.append(entry);
+      }
+      if (!commit(file)) return false;
+      kind_.written.push_back({.title = playlist.playlist.name.empty() ? "Untitled" : playlist.playlist.name,
+                               .path = PDXFiles::joined(kFolder, name),
+                               .entries = playlist.tracks.size()});
+    }
+    return true;
+  }
+
+  bool copyFiles(const PDXProgressSink& progress) {
+    kind_.entries->files = 0;
+    std::unordered_set<std::string> done;
+    for (std::size_t i = 0; i < library_.tracks.size(); ++i) {
+      const TrackItem& track = library_.tracks[i];
+      if (track.filePath && done.insert(*track.filePath).second && !copyFile(track)) return false;
+      if (progress) progress(kFolder, i + 1, library_.tracks.size());
+    }
+    return true;
+  }
+
+ private:
+  using Outcome = PDXFiles::CopyResult::Outcome;
+
+  bool copyFile(const TrackItem& track) {
+    const std::string what = "file of a track";
+    const std::string where = track.name.empty() ? "record " + track.identifier : track.name;
+    const TrackFiles::Held* held = files_.held(*track.filePath);
+    if (held == nullptr) {
+      kind_.missing.push_back({.what = what, .where = where, .why = *track.filePath});
+      return !stop_.stop_requested();
+    }
+    const std::string target = PDXFiles::joined(folder_, held->path);
+    PDXFiles::makeFolders(PDXFiles::folderOf(target));
+    const auto copied = deviceData_.copyOfFileByRelativePathInDomain(
+        held->backupPath, PDXMusicLibraryFile::kDomain, target, stop_);
+    if (copied.outcome == Outcome::writeFailed) return fail(target, copied.why);
+    if (copied) {
+      ++*kind_.entries->files;
+    } else if (copied.outcome != Outcome::stopped) {
+      kind_.unreadable.push_back({.what = what, .where = where, .why = copied.why});
+    }
+    return !stop_.stop_requested();
+  }
+
+  bool commit(PDXAtomicFile& file) {
+    if (stop_.stop_requested()) return false;
+    return file.commit() || fail(file.path(), file.error());
+  }
+
+  bool fail(const std::string& path, const std::string& why) {
+    report_.outcome = PDXExportReport::Outcome::unwritable;
+    report_.unwritablePath = path;
+    report_.why = why;
+    return false;
+  }
+
+  PDXDeviceData& deviceData_;
+  const PDXMusicLibrary& library_;
+  std::string folder_;
+  PDXKindReport& kind_;
+  PDXExportReport& report_;
+  std::stop_token stop_;
+  TrackFiles files_;
+  std::vector<std::string> names_;  ///< Of the tracks' files, as playlists name them.
+};
+
+/// A readable copy of a playlist that the device keeps as a file; "" when the backup does not hold it.
+std::string playlistFile(PDXDeviceData& deviceData, const std::string& libraryCopy, std::string path) {
+  if (path.starts_with(kMediaRoot)) path.erase(0, std::string_view(kMediaRoot).size());
+  while (path.starts_with('/')) path.erase(0, 1);
+  const std::string copy = PDXFiles::joined(PDXFiles::folderOf(libraryCopy), "playlist");
+  for (const char* folder : {"Media/", ""}) {
+    if (deviceData.copyOfFileByRelativePathInDomain(folder + path, PDXMusicLibraryFile::kDomain, copy))
+      return copy;
+  }
+  return "";
+}
+
+PDXRowAccount accountOf(const PDXMusicLibrary& library) {
+  PDXRowAccount account{
+      .rows = *library.rows, .repeated = 0, .leftOut = {{"no music", library.noMusic}}, .unaccounted = 0};
+  account.unaccounted = static_cast<std::int64_t>(account.rows) -
+                        static_cast<std::int64_t>(library.noMusic + library.tracks.size());
+  return account;
+}
+
+}  // namespace
+
+std::optional<PDXMusicLibrary> PDXMusicExport::read(PDXDeviceData& deviceData,
+                                                    const std::string& libraryFile) {
+  const std::string copy = libraryFile.empty() ? PDXMusicLibraryFile::copyOfBackup(deviceData)
+                                               : PDXMusicLibraryFile::copyOfFile(libraryFile);
+  if (copy.empty()) return std::nullopt;
+  return MusicIOSDeviceDataReader(
+             copy, [&](const std::string& path) { return playlistFile(deviceData, copy, path); })
+      .everything();
+}
+
+void PDXMusicExport::appendJson(std::string& json, const TrackItem& track) {
+  PDXJsonObjectText object(json);
+  object.text("identifier", std::string_view(track.identifier));
+  object.text("name", std::string_view(track.name));
+  object.text("album", std::string_view(track.album));
+  object.text("artist", std::string_view(track.artist));
+  object.text("albumArtist", std::string_view(track.albumArtist));
+  object.text("genre", std::string_view(track.genre));
+  object.number("year", track.year);
+  object.number("trackCount", track.trackCount);
+  object.number("trackNumber", track.trackNumber);
+  object.number("diskCount", track.diskCount);
+  object.number("diskNumber", track.diskNumber);
+  object.number("duration", track.duration);
+  object.number("size", track.size);
+  object.date("dateAdded", track.dateAdded);
+  object.date("datePlayed", track.datePlayed);
+  object.number("playCount", track.playCount);
+  object.number("rating", track.rating);
+  object.text("filePath", track.filePath);
+  object.flag("isAvailableOnDevice", track.isAvailableOnDevice);
+  object.flag("isLiked", track.isLiked);
+  object.flag("isExplicit", track.isExplicit);
+  object.text("artworkPath", track.artworkPath);
+}
+
+PDXKindReport PDXMusicExport::run(PDXDeviceData& deviceData, const PDXExportOptions& options,
+                                  PDXExportReport& report, const PDXProgressSink& progress,
+                                  const std::stop_token& stop) {
+  PDXKindReport kind;
+  kind.kind = "music";
+  kind.title = kFolder;
+  kind.entries = PDXEntriesReport{.one = "track", .many = "tracks", .written = 0, .rows = {}};
+  const auto library = read(deviceData, options.libraryFile);
+  if (!library) return kind;
+  kind.found = library->tracks.size();
+  if (kind.found > 0 || !library->playlists.empty()) {
+    Writer writer(deviceData, *library, options, kind, report, stop);
+    if (!writer.writeTable() || !writer.writePlaylists()) return kind;
+    if (options.withFiles && !writer.copyFiles(progress)) return kind;
+  }
+  kind.entries->written = library->tracks.size();
+  if (library->rows) kind.entries->rows = accountOf(*library);
+  return kind;
+}

@@ -1,0 +1,160 @@
+#include "music/MusicIOSDeviceDataReader.h"
+
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+
+#include "backup/SQLiteHelper.h"
+#include "music/TrackQuery.h"
+#include "music/TrackRows.h"
+#include "platform/Files.h"
+#include "platform/Localisation.h"
+#include "platform/Log.h"
+#include "platform/Sqlite.h"
+
+namespace {
+
+void report(const std::string& path, const std::string& why) {
+  PDXLog::report({.what = "music", .where = path, .why = why});
+}
+
+bool hasColumn(const PDXSQLiteDatabase& database, const char* table, const char* column) {
+  return PDXSQLiteHelper::doesDatabaseContainTableWithColumnNamed(database, table, column);
+}
+
+/// What of the statement for playlists the library has.
+std::string playlistQuery(const PDXSQLiteDatabase& database) {
+  std::string query =
+      "SELECT name, container_pid, smart_is_genius, smart_is_dynamic, smart_is_folder, distinguished_kind, "
+      "description FROM container WHERE is_hidden=0 ORDER by name";
+  if (database.prepare(query).isValid()) return query;
+  query = "SELECT container_pid";
+  for (const char* column : {"name", "smart_is_genius", "smart_is_dynamic", "description"}) {
+    if (hasColumn(database, "container", column)) query += std::string(", ") + column;
+  }
+  query += " FROM container";
+  if (hasColumn(database, "container", "is_hidden")) query += " WHERE is_hidden=0";
+  return hasColumn(database, "container", "name") ? query + " ORDER by name" : query;
+}
+
+std::vector<TrackPlaylist> playlistsIn(const PDXSQLiteDatabase& database, const std::string& path) {
+  if (!PDXSQLiteHelper::doesDatabaseContainTable(database, "container")) return {};
+  auto rows = database.prepare(playlistQuery(database));
+  const auto column = [&rows](const char* name) {
+    return PDXSQLiteHelper::indexOfColumnNamedWithinStatment(name, rows);
+  };
+  const int identifier = column("container_pid");
+  const int name = column("name");
+  const int genius = column("smart_is_genius");
+  const int dynamic = column("smart_is_dynamic");
+  const int description = column("description");
+  std::vector<TrackPlaylist> playlists;
+  while (rows.step()) {
+    if (rows.int64(genius) == 1 || rows.int64(dynamic) == 1) continue;
+    playlists.push_back({rows.text(identifier), rows.text(name), rows.text(description)});
+  }
+  if (!rows.error().empty()) report(path, rows.error());
+  return playlists;
+}
+
+/// The answer to a statement for tracks; nothing when it does not compile.
+std::optional<std::vector<TrackItem>> tracksOf(const PDXSQLiteDatabase& database, const std::string& query,
+                                               const std::string& path) {
+  auto rows = database.prepare(query);
+  if (query.empty() || !rows.isValid()) {
+    const std::string why = database.whyUnreadable();
+    report(path, why.empty() ? "it has no table of tracks" : why);
+    return std::nullopt;
+  }
+  PDXTrackRows items(rows, path);
+  std::vector<TrackItem> tracks;
+  while (rows.step()) tracks.push_back(items.track());
+  if (rows.failed()) report(path, rows.error());
+  return tracks;
+}
+
+std::optional<std::size_t> counted(const PDXSQLiteDatabase& database, const std::string& condition) {
+  auto rows = database.prepare("SELECT count(*) FROM item_extra" + condition);
+  if (!rows.step()) return std::nullopt;
+  return static_cast<std::size_t>(rows.int64(0));
+}
+
+using Places = std::unordered_map<std::string, std::size_t>;
+
+/// Takes out what pictures of several sizes make come again, and tells where each track is.
+Places uniqueTracks(std::vector<TrackItem>& tracks) {
+  Places places;
+  places.reserve(tracks.size());
+  std::erase_if(tracks, [&places](const TrackItem& track) {
+    return !places.try_emplace(track.identifier, places.size()).second;
+  });
+  return places;
+}
+
+/// Entries that name no track of the list are films and the like.
+void addMembers(const PDXSQLiteDatabase& database, const Places& places,
+                std::vector<PDXMusicLibrary::Playlist>& playlists) {
+  std::unordered_map<std::string, std::size_t> byIdentifier;
+  for (std::size_t i = 0; i < playlists.size(); ++i)
+    byIdentifier.try_emplace(playlists[i].playlist.containerIdentifier, i);
+  const bool hasPositions = hasColumn(database, "container_item", "position");
+  auto rows = database.prepare("SELECT container_pid, item_pid FROM container_item" +
+                               std::string(hasPositions ? " ORDER BY position" : ""));
+  while (rows.step()) {
+    const auto playlist = byIdentifier.find(rows.text(0));
+    const auto track = places.find(rows.text(1));
+    if (playlist != byIdentifier.end() && track != places.end())
+      playlists[playlist->second].tracks.push_back(track->second);
+  }
+}
+
+}  // namespace
+
+MusicIOSDeviceDataReader::MusicIOSDeviceDataReader(std::string libraryPath,
+                                                   PDXPlaylistMembers::MediaFile mediaFile)
+    : libraryPath_(std::move(libraryPath)), mediaFile_(std::move(mediaFile)) {}
+
+std::string MusicIOSDeviceDataReader::wantedFolder() { return "iTunes_Control/iTunes"; }
+
+std::vector<std::string> MusicIOSDeviceDataReader::wantedFiles() {
+  return {"MediaLibrary.sqlitedb", "MediaLibrary.sqlitedb-shm", "MediaLibrary.sqlitedb-wal"};
+}
+
+std::vector<TrackCollection> MusicIOSDeviceDataReader::collections() {
+  return {{PDXLocalised("Songs"), "songs", "music.note"},
+          {PDXLocalised("Downloaded"), "downloaded", "arrow.down.circle"},
+          {PDXLocalised("Recently Added"), "recent", "clock"}};
+}
+
+std::vector<TrackPlaylist> MusicIOSDeviceDataReader::playlists() const {
+  if (!PDXFiles::exists(libraryPath_)) return {};
+  return playlistsIn(PDXSQLiteDatabase(libraryPath_), libraryPath_);
+}
+
+std::optional<std::vector<TrackItem>> MusicIOSDeviceDataReader::tracks(
+    const std::optional<TrackPlaylist>& playlist) const {
+  if (!PDXFiles::exists(libraryPath_)) return std::nullopt;
+  const PDXSQLiteDatabase database(libraryPath_);
+  const auto identifier = playlist ? std::optional(playlist->containerIdentifier) : std::nullopt;
+  if (identifier) PDXPlaylistMembers(database, libraryPath_, mediaFile_).fill(*identifier);
+  return tracksOf(database, PDXTrackQuery(database).text(identifier), libraryPath_);
+}
+
+std::optional<PDXMusicLibrary> MusicIOSDeviceDataReader::everything() const {
+  if (!PDXFiles::exists(libraryPath_)) return std::nullopt;
+  const PDXSQLiteDatabase database(libraryPath_);
+  auto tracks = tracksOf(database, PDXTrackQuery(database).textForAll(), libraryPath_);
+  if (!tracks) return std::nullopt;
+  PDXMusicLibrary library;
+  library.tracks = std::move(*tracks);
+  const Places places = uniqueTracks(library.tracks);
+  const PDXPlaylistMembers members(database, libraryPath_, mediaFile_);
+  for (TrackPlaylist& playlist : playlistsIn(database, libraryPath_)) {
+    if (members.mustBeFilled()) members.fill(playlist.containerIdentifier);
+    library.playlists.push_back({std::move(playlist), {}});
+  }
+  addMembers(database, places, library.playlists);
+  library.rows = counted(database, "");
+  library.noMusic = counted(database, " WHERE ifnull(media_kind, 0) != 1").value_or(0);
+  return library;
+}

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+
+#include "music/TrackCollection.h"
+#include "music/TrackItem.h"
+
+/// Playlists as players read them: UTF-8, a line of description and one of the file's path for each track.
+namespace PDXPlaylistM3UGenerator {
+
+std::string beginning(const TrackPlaylist& playlist);
+
+/// @param file  path of the track's file; "" when it is nowhere: a comment then keeps its place.
+void appendTrack(std::string& text, const TrackItem& track, const std::string& file);
+
+}  // namespace PDXPlaylistM3UGenerator
