@@ -22,6 +22,12 @@ void PDXBookmarkReader::clear_(const std::string& storePath) {
   storePath_ = storePath;
 }
 
+void PDXBookmarkReader::reserve_(std::size_t count) {
+  stored_.reserve(count);
+  holders_.reserve(count);
+  places_.reserve(count);
+}
+
 void PDXBookmarkReader::add_(PDXBookmarkItem item, std::size_t holder, bool isListed) {
   if (isListed) places_[item.identifier] = stored_.size();
   stored_.push_back(std::move(item));

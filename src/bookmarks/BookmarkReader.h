@@ -59,12 +59,12 @@ class PDXBookmarkReader {
 
   /// Entries of the store, counted apart from what reads them.
   struct RowCounts {
-    std::size_t rows = 0;
+    std::optional<std::size_t> rows = 0;  ///< Nothing when they cannot be counted.
     std::size_t hidden = 0;
     std::size_t roots = 0;          ///< Entries for the store's own root.
     std::size_t ofUnknownType = 0;  ///< Neither bookmark nor folder, with what they hold.
   };
-  const RowCounts& rowCounts() const { return counts_; }
+  virtual RowCounts rowCounts() const { return counts_; }
 
   /// Whether `a` stands before `b` in a folder: folders first, then by title.
   static bool standsBefore(const PDXBookmarkItem& a, const PDXBookmarkItem& b);
@@ -73,6 +73,7 @@ class PDXBookmarkReader {
   PDXBookmarkReader(std::int32_t type, std::string title);
 
   void clear_(const std::string& storePath);
+  void reserve_(std::size_t count);
 
   /// @param isListed  whether it is to be found by its identifier.
   void add_(PDXBookmarkItem item, std::size_t holder, bool isListed);

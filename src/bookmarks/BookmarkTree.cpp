@@ -83,13 +83,27 @@ struct Children {
   std::vector<std::size_t> items;
 };
 
+/// A number that is smaller for what stands before: folders, then by the first seven bytes of the title.
+std::uint64_t beginningOf(const PDXBookmarkItem& item) {
+  constexpr std::size_t kBytes = 7;
+  std::uint64_t key = item.isFolder ? 0 : 1;
+  for (std::size_t i = 0; i < kBytes; ++i)
+    key = key << 8U | (i < item.title.size() ? static_cast<unsigned char>(item.title[i]) : 0U);
+  return key;
+}
+
 }  // namespace
 
 PDXBookmarkTree::PDXBookmarkTree(const PDXBookmarkReader& reader, Order order) : root_(reader.root()) {
   const auto& items = reader.storedItems();
   Children children(Holders(reader).mended());
   if (order == Order::listed) {
-    children.sort([&](auto a, auto b) { return PDXBookmarkReader::standsBefore(items[a], items[b]); });
+    // Most pairs differ in their first bytes, which stand together in memory.
+    std::vector<std::uint64_t> keys(items.size());
+    for (std::size_t i = 0; i < items.size(); ++i) keys[i] = beginningOf(items[i]);
+    children.sort([&](auto a, auto b) {
+      return keys[a] != keys[b] ? keys[a] < keys[b] : PDXBookmarkReader::standsBefore(items[a], items[b]);
+    });
   } else {
     children.sort([&](auto a, auto b) { return items[a].index < items[b].index; });
   }

@@ -276,7 +276,7 @@ void PDXChromeBookmarks::take_(std::vector<PDXChromeNode>& nodes, bool isWhole) 
     const bool isInRoot = node.holder == kRoot;
     if (!isWhole) guessType(node);
     const bool isKnown = node.type == "folder" || node.type == "url";
-    counts_.rows++;
+    ++*counts_.rows;
     places[i] = isKnown && (isInRoot || places[node.holder] != kLost) ? stored_.size() : kLost;
     if (places[i] == kLost) {
       counts_.ofUnknownType++;

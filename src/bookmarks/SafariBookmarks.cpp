@@ -4,6 +4,8 @@
 #include <unordered_set>
 #include <utility>
 
+#include "backup/ReachableRows.h"
+#include "backup/RowEstimate.h"
 #include "backup/SQLiteHelper.h"
 #include "platform/Files.h"
 #include "platform/Localisation.h"
@@ -81,19 +83,15 @@ class Rows {
   PDXProblemSeries dates_;
 };
 
-std::size_t counted(const PDXSQLiteDatabase& database, const std::string& condition) {
-  auto rows = database.prepare("SELECT count(*) FROM bookmarks WHERE " + condition);
-  return rows.step() ? static_cast<std::size_t>(rows.int64(0)) : 0;
-}
-
 }  // namespace
 
 PDXSafariBookmarks::PDXSafariBookmarks() : PDXBookmarkReader(kSafari, PDXLocalised("Safari Bookmarks")) {}
 
-bool PDXSafariBookmarks::loadBookmarksFromDatabaseFile(const std::string& path) {
+bool PDXSafariBookmarks::loadBookmarksFromDatabaseFile(const std::string& path, PDXSQLiteAccess access) {
   clear_(path);
+  access_ = access;
   if (path.empty() || !PDXFiles::exists(path)) return false;
-  const PDXSQLiteDatabase database(path);
+  const PDXSQLiteDatabase database(path, access);
   if (!PDXSQLiteHelper::doesDatabaseContainTable(database, "bookmarks")) {
     const std::string why = database.whyUnreadable();
     PDXLog::report(
@@ -106,19 +104,42 @@ bool PDXSafariBookmarks::loadBookmarksFromDatabaseFile(const std::string& path) 
 }
 
 void PDXSafariBookmarks::read_(const PDXSQLiteDatabase& database) {
+  reserve_(PDXRowEstimate::of(database, "bookmarks"));
   auto rows = database.prepare(query(database));
   Rows items(rows, storePath_);
   while (rows.step()) add_(items.item(), kRoot, items.isListed());
   if (!rows.error().empty()) PDXLog::report({.what = "bookmarks", .where = storePath_, .why = rows.error()});
-  counts_.rows = counted(database, "1");
-  counts_.hidden = counted(database, hides(database));
-  counts_.roots = counted(database, "id = 0 AND NOT " + hides(database));
+  if (rows.failed()) readMissed_(database);
+}
+
+PDXBookmarkReader::RowCounts PDXSafariBookmarks::rowCounts() const {
+  const PDXSQLiteDatabase database(storePath_, access_);
+  if (!PDXSQLiteHelper::doesDatabaseContainTable(database, "bookmarks")) return counts_;
+  auto rows = database.prepare("SELECT count(*), sum(" + hides(database) + "), sum(id = 0 AND NOT " +
+                               hides(database) + ") FROM bookmarks NOT INDEXED");
+  if (!rows.step()) return {.rows = std::nullopt};
+  const auto count = [&rows](int column) { return static_cast<std::size_t>(rows.int64(column)); };
+  return {.rows = count(0), .hidden = count(1), .roots = count(2)};
+}
+
+void PDXSafariBookmarks::readMissed_(const PDXSQLiteDatabase& database) {
+  std::unordered_set<std::int64_t> read;
+  for (const PDXBookmarkItem& item : stored_) read.insert(item.identifier);
+  auto row = database.prepare(query(database) + " AND rowid = ?1");
+  Rows items(row, storePath_);
+  for (const std::int64_t number : PDXReachableRows::missed(database, "bookmarks", read)) {
+    row.reset();
+    row.bind(1, number);
+    if (row.step()) add_(items.item(), kRoot, items.isListed());
+  }
 }
 
 void PDXSafariBookmarks::findHolders_(const PDXSQLiteDatabase& database) {
-  std::unordered_map<std::int64_t, std::size_t> all;
-  all.reserve(stored_.size());
-  for (std::size_t i = 0; i < stored_.size(); ++i) all[stored_[i].identifier] = i;
+  // Those that are not listed by their identifier hold others all the same.
+  std::unordered_map<std::int64_t, std::size_t> unlisted;
+  for (std::size_t i = 0; places_.size() < stored_.size() && i < stored_.size(); ++i)
+    unlisted[stored_[i].identifier] = i;
+  const auto& all = unlisted.empty() ? places_ : unlisted;
   bool isAnyLost = false;
   for (std::size_t i = 0; i < stored_.size(); ++i) {
     if (stored_[i].parent == 0) continue;

@@ -3,8 +3,7 @@
 #include <string>
 
 #include "bookmarks/BookmarkReader.h"
-
-class PDXSQLiteDatabase;
+#include "platform/Sqlite.h"
 
 /// The bookmarks of the built-in browser, its reading list included.
 ///
@@ -16,9 +15,16 @@ class PDXSafariBookmarks : public PDXBookmarkReader {
   PDXSafariBookmarks();
 
   /// Replaces what was loaded before. Whether there are items now.
-  bool loadBookmarksFromDatabaseFile(const std::string& path);
+  /// @param access  how the file may be opened.
+  bool loadBookmarksFromDatabaseFile(const std::string& path,
+                                     PDXSQLiteAccess access = PDXSQLiteAccess::scratch);
+
+  RowCounts rowCounts() const override;
 
  private:
   void read_(const PDXSQLiteDatabase& database);
+  void readMissed_(const PDXSQLiteDatabase& database);
   void findHolders_(const PDXSQLiteDatabase& database);
+
+  PDXSQLiteAccess access_ = PDXSQLiteAccess::scratch;
 };

@@ -8,6 +8,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "backup/ReachableRows.h"
 #include "backup/SQLiteHelper.h"
 #include "calendars/CalendarEventRows.h"
 #include "platform/Files.h"
@@ -124,14 +125,33 @@ struct EventTable {
     const bool joinsPlaces =
         !hasColumn(database, name, "location") && hasColumn(database, "Location", "title");
     if (joinsPlaces) query += " LEFT JOIN Location loca ON event.ROWID=loca.ROWID";
-    query += " WHERE NOT ifnull(" + inbox + ", 0)";
-    if (hasRange) query += " AND event.start_date >= ?1 AND event.end_date <= ?2";
-    return query + " ORDER BY event.ROWID";
+    return query + conditions(hasRange, inbox) + " ORDER BY event.ROWID";
+  }
+
+  static std::string conditions(bool hasRange, const std::string& inbox) {
+    return " WHERE NOT ifnull(" + inbox + ", 0)" +
+           (hasRange ? " AND event.start_date >= ?1 AND event.end_date <= ?2" : "");
+  }
+
+  /// One event by its row number, with its own table's columns only: damage in other tables costs no event.
+  std::string oneQuery(const PDXSQLiteDatabase& database, bool hasRange, const std::string& inbox) const {
+    std::string query = "SELECT event.ROWID";
+    for (const char* column : {"summary", "location", "description", "all_day", "start_date", "end_date"})
+      query += ", " + columnOrNull(database, name, "event", column);
+    return query + ", " + columnOrNull(database, name, "event", "calendar_id") + " FROM " + name + " event" +
+           conditions(hasRange, inbox) + " AND event.ROWID = ?3";
   }
 };
 
 double referenceSeconds(PDXDate date) {
   return std::chrono::duration<double>(date - PDXDates::kReference).count();
+}
+
+void bindRange(PDXSQLiteStatement& rows, const std::optional<PDXDate>& start,
+               const std::optional<PDXDate>& to) {
+  constexpr double kFar = std::numeric_limits<double>::max();
+  rows.bind(1, start ? referenceSeconds(*start) : -kFar);
+  rows.bind(2, to ? referenceSeconds(*to) : kFar);
 }
 
 std::string listOf(const std::vector<std::int64_t>& ids) {
@@ -197,9 +217,10 @@ std::vector<std::int64_t> numbers(const PDXSQLiteDatabase& database, const std::
   return found;
 }
 
-std::size_t counted(const PDXSQLiteDatabase& database, const std::string& query) {
+/// Nothing when damage keeps it from being counted.
+std::optional<std::size_t> counted(const PDXSQLiteDatabase& database, const std::string& query) {
   const auto found = numbers(database, query);
-  return found.empty() ? 0 : static_cast<std::size_t>(found.front());
+  return found.empty() ? std::nullopt : std::optional(static_cast<std::size_t>(found.front()));
 }
 
 /// The condition that an event lies in an inbox; "0" where there are none.
@@ -318,14 +339,24 @@ std::vector<PDXCalendarDetail> PDXCalendarsDbReader::getAllCalendars(const std::
   for (const EventTable& table : EventTable::in(database)) {
     auto rows = database.prepare(table.allQuery(database, start || to, inInbox(database)));
     if (!rows.isValid()) PDXLog::report({.what = "events", .where = calendarsDbPath_, .why = rows.error()});
-    constexpr double kFar = std::numeric_limits<double>::max();
-    if (start || to) {
-      rows.bind(1, start ? referenceSeconds(*start) : -kFar);
-      rows.bind(2, to ? referenceSeconds(*to) : kFar);
-    }
+    if (start || to) bindRange(rows, start, to);
     PDXCalendarEventRows reader(rows, calendarsDbPath_);
-    while (rows.step()) all.add(rows.int64(rows.columnCount() - 1), reader.event());
-    if (rows.failed()) PDXLog::report({.what = "events", .where = calendarsDbPath_, .why = rows.error()});
+    std::vector<std::int64_t> read;
+    while (rows.step()) {
+      read.push_back(rows.int64(0));
+      all.add(rows.int64(rows.columnCount() - 1), reader.event());
+    }
+    if (!rows.failed()) continue;
+    PDXLog::report({.what = "events", .where = calendarsDbPath_, .why = rows.error()});
+    auto row = database.prepare(table.oneQuery(database, start || to, inInbox(database)));
+    if (start || to) bindRange(row, start, to);
+    PDXCalendarEventRows missed(row, calendarsDbPath_);
+    for (const std::int64_t number :
+         PDXReachableRows::missed(database, table.name, {read.begin(), read.end()})) {
+      row.reset();
+      row.bind(3, number);
+      if (row.step()) all.add(row.int64(row.columnCount() - 1), missed.event());
+    }
   }
   return all.take();
 }
@@ -338,12 +369,17 @@ std::optional<PDXCalendarsDbReader::RowCounts> PDXCalendarsDbReader::storedEvent
   const auto tables = EventTable::in(database);
   for (const EventTable& table : tables) {
     const std::string from = std::string(" FROM ") + table.name + " event";
-    counts.rows += counted(database, "SELECT count(*)" + from + " NOT INDEXED");
-    counts.inInboxes += counted(database, "SELECT count(*)" + from + " WHERE " + inbox);
-    if (owner.empty()) continue;
-    counts.repeated += counted(database, "SELECT count(*) - count(DISTINCT event.ROWID)" + from +
-                                             " JOIN Recurrence recur ON event.ROWID = recur." + owner +
-                                             " WHERE NOT ifnull(" + inbox + ", 0)");
+    const auto rows = counted(database, "SELECT count(*)" + from + " NOT INDEXED");
+    const auto inInboxes = counted(database, "SELECT count(*)" + from + " WHERE " + inbox);
+    const auto repeated = owner.empty()
+                              ? std::optional<std::size_t>(0)
+                              : counted(database, "SELECT count(*) - count(DISTINCT event.ROWID)" + from +
+                                                      " JOIN Recurrence recur ON event.ROWID = recur." +
+                                                      owner + " WHERE NOT ifnull(" + inbox + ", 0)");
+    if (!rows || !inInboxes || !repeated) return std::nullopt;
+    counts.rows += *rows;
+    counts.inInboxes += *inInboxes;
+    counts.repeated += *repeated;
   }
   return tables.empty() ? std::nullopt : std::optional(counts);
 }

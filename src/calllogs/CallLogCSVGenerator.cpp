@@ -18,10 +18,17 @@ void appendRow(std::string& text, const PDXCallLogEntry& entry, const std::strin
   text += ',';
   PDXCsv::appendCell(text, entry.kindText());
   text += ',';
-  fmt::format_to(std::back_inserter(text), "{:.15g}", entry.duration);
-  for (const std::string& cell : {name, entry.address, entry.provider, entry.locationText()}) {
+  // Most calls last whole seconds, which are much quicker to write. None lasts longer than a number holds.
+  const auto whole = static_cast<std::int64_t>(entry.duration);
+  if (static_cast<double>(whole) == entry.duration) {
+    text += std::to_string(whole);
+  } else {
+    fmt::format_to(std::back_inserter(text), "{:.15g}", entry.duration);
+  }
+  const std::string location = entry.locationText();
+  for (const std::string* cell : {&name, &entry.address, &entry.provider, &location}) {
     text += ',';
-    PDXCsv::appendCell(text, cell);
+    PDXCsv::appendCell(text, *cell);
   }
   text += "\r\n";
 }

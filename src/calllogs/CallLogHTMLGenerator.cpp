@@ -28,7 +28,8 @@ constexpr const char* kStyle =
 std::string durationText(double seconds) {
   const auto whole = static_cast<std::int64_t>(seconds);
   const std::int64_t hours = whole / 3600;
-  if (hours == 0) return fmt::format("{}:{:02}", whole / 60, whole % 60);
+  const char* zero = whole % 60 < 10 ? "0" : "";
+  if (hours == 0) return std::to_string(whole / 60) + ":" + zero + std::to_string(whole % 60);
   return fmt::format("{}:{:02}:{:02}", hours, whole / 60 % 60, whole % 60);
 }
 
@@ -73,8 +74,12 @@ void appendRow(std::string& html, const PDXCallLogEntry& entry, PDXLocalTimes& t
   html += "</td><td>";
   html += directionText(entry);
   if (entry.isLastEntryBeforeBlock) html += ", before the block";
-  for (const std::string& cell : {entry.kindText(), entry.address, entry.locationText()})
-    html += "</td><td>" + PDXText::escapedForHtml(cell);
+  const std::string kind = entry.kindText();
+  const std::string location = entry.locationText();
+  for (const std::string* cell : {&kind, &entry.address, &location}) {
+    html += "</td><td>";
+    html += PDXText::escapedForHtml(*cell);
+  }
   html += "</td><td class=\"n\">";
   if (entry.duration > 0) html += durationText(entry.duration);
   html += "</td></tr>\n";

@@ -4,6 +4,8 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "backup/ReachableRows.h"
+#include "backup/RowEstimate.h"
 #include "backup/SQLiteHelper.h"
 #include "calllogs/CallHandleTable.h"
 #include "calllogs/CallLogValues.h"
@@ -71,15 +73,11 @@ PDXCallLogEntry entryOf(const PDXSQLiteStatement& rows, PDXCallLogValues& values
 }
 
 /// The statement that lists callers, without the columns that the store does not have.
-std::string participantsQuery(const PDXSQLiteDatabase& store, const PDXCallHandleTable& join) {
-  std::string query = "SELECT handles.ZVALUE, ";
-  for (const char* column : {"ZSERVICE_PROVIDER", "ZNAME"})
-    if (hasColumn(store, column)) query += " ZCALLRECORD." + std::string(column) + ",";
-  query += " participant_handles." + join.callColumn;
-  if (hasColumn(store, kExtract)) query += ",  ZCALLRECORD." + std::string(kExtract);
-  return query + " FROM ZCALLRECORD JOIN " + join.table +
-         " participant_handles ON ZCALLRECORD.Z_PK = participant_handles." + join.callColumn +
-         " INNER JOIN ZHANDLE handles ON participant_handles." + join.handleColumn + " = handles.Z_PK";
+/// What it says of the calls themselves is left out: they are at hand already.
+std::string participantsQuery(const PDXCallHandleTable& join) {
+  return "SELECT handles.ZVALUE, participant_handles." + join.callColumn + " FROM " + join.table +
+         " participant_handles INNER JOIN ZHANDLE handles ON participant_handles." + join.handleColumn +
+         " = handles.Z_PK";
 }
 
 }  // namespace
@@ -173,16 +171,28 @@ void PDXCallLogStoreDataReader::addExtractedAddressColumn_() const {
 std::vector<PDXCallLogStoreDataReader::Record> PDXCallLogStoreDataReader::readRecords_(
     const PDXSQLiteDatabase& store) const {
   std::vector<Record> records;
-  auto rows = store.prepare("SELECT " + Columns(store).text + " FROM ZCALLRECORD");
+  const std::string query = "SELECT " + Columns(store).text + " FROM ZCALLRECORD";
+  auto rows = store.prepare(query);
   if (!rows.isValid()) reportUnreadable_(store);
   PDXCallLogValues values(callLogDbPath_);
-  while (rows.step()) {
+  const auto take = [&](const PDXSQLiteStatement& row) {
     Record& record = records.emplace_back();
-    record.key = rows.int64(Columns::key);
-    record.extractedAddress = rows.text(Columns::extract);
-    record.entry = entryOf(rows, values);
-  }
+    record.key = row.int64(Columns::key);
+    record.extractedAddress = row.text(Columns::extract);
+    record.entry = entryOf(row, values);
+  };
+  records.reserve(PDXRowEstimate::of(store, "ZCALLRECORD"));
+  while (rows.step()) take(rows);
   reportEnd_(rows);
+  if (!rows.failed() || rows.wasInterrupted()) return records;
+  std::unordered_set<std::int64_t> read;
+  for (const Record& record : records) read.insert(record.key);
+  auto row = store.prepare(query + " WHERE rowid = ?1");
+  for (const std::int64_t number : PDXReachableRows::missed(store, "ZCALLRECORD", read)) {
+    row.reset();
+    row.bind(1, number);
+    if (row.step()) take(row);
+  }
   return records;
 }
 
@@ -192,13 +202,14 @@ void PDXCallLogStoreDataReader::addParticipants_(const PDXSQLiteDatabase& store,
   order.reserve(records.size());
   if (const auto join = PDXCallHandleTable::of(store)) {
     std::unordered_map<std::int64_t, Record*> byKey;
+    byKey.reserve(records.size());
     for (Record& record : records) byKey.try_emplace(record.key, &record);
-    auto rows = store.prepare(participantsQuery(store, *join));
-    const int call = PDXSQLiteHelper::indexOfColumnNamedWithinStatment(join->callColumn, rows);
+    auto rows = store.prepare(participantsQuery(*join));
     std::size_t count = 0;
-    for (; rows.step(); ++count) {
-      const auto found = byKey.find(rows.int64(call));
+    while (rows.step()) {
+      const auto found = byKey.find(rows.int64(1));
       if (found == byKey.end()) continue;
+      ++count;
       Record& record = *found->second;
       if (record.people.empty()) order.push_back(&record);
       std::string address = rows.text(0);
@@ -254,7 +265,10 @@ std::vector<PDXCallLog> PDXCallLogStoreDataReader::getCallLogs() {
   Grouping grouping(names_);
   addParticipants_(store, records, grouping);
   std::vector<PDXCallLog> logs;
-  for (PDXCallLogParticipantGroup& group : grouping.takeGroups()) logs.emplace_back(std::move(group));
+  for (PDXCallLogParticipantGroup& group : grouping.takeGroups()) {
+    PDXCallLog& log = logs.emplace_back(std::move(group));
+    log.entries.reserve(log.participantGroup.participantGroupCallIds.size());
+  }
   for (Record& record : records) {
     std::string& address = record.entry.address;
     const bool isOfSeveral = address.empty();

@@ -1,9 +1,13 @@
 #include "music/MusicIOSDeviceDataReader.h"
 
+#include <charconv>
+#include <cstdlib>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
 
+#include "backup/ReachableRows.h"
+#include "backup/RowEstimate.h"
 #include "backup/SQLiteHelper.h"
 #include "music/TrackQuery.h"
 #include "music/TrackRows.h"
@@ -57,9 +61,31 @@ std::vector<TrackPlaylist> playlistsIn(const PDXSQLiteDatabase& database, const 
   return playlists;
 }
 
+/// Adds what the statement for all tracks did not come to, since it stopped at damage.
+void addMissed(const PDXSQLiteDatabase& database, std::vector<TrackItem>& tracks, const std::string& path) {
+  std::unordered_set<std::int64_t> read;
+  for (const TrackItem& track : tracks) read.insert(std::strtoll(track.identifier.c_str(), nullptr, 10));
+  const PDXTrackQuery query(database);
+  auto whole = database.prepare(query.textForOne(true));
+  auto bare = database.prepare(query.textForOne(false));
+  PDXTrackRows wholeTracks(whole, path);
+  PDXTrackRows bareTracks(bare, path);
+  for (const std::int64_t number : PDXReachableRows::missed(database, "item_extra", read)) {
+    whole.reset();
+    whole.bind(1, number);
+    if (whole.step()) {
+      tracks.push_back(wholeTracks.track());
+      continue;
+    }
+    bare.reset();
+    bare.bind(1, number);
+    if (whole.failed() && bare.step()) tracks.push_back(bareTracks.track());
+  }
+}
+
 /// The answer to a statement for tracks; nothing when it does not compile.
 std::optional<std::vector<TrackItem>> tracksOf(const PDXSQLiteDatabase& database, const std::string& query,
-                                               const std::string& path) {
+                                               const std::string& path, bool isOfAll) {
   auto rows = database.prepare(query);
   if (query.empty() || !rows.isValid()) {
     const std::string why = database.whyUnreadable();
@@ -68,8 +94,10 @@ std::optional<std::vector<TrackItem>> tracksOf(const PDXSQLiteDatabase& database
   }
   PDXTrackRows items(rows, path);
   std::vector<TrackItem> tracks;
+  if (isOfAll) tracks.reserve(PDXRowEstimate::of(database, "item_extra"));
   while (rows.step()) tracks.push_back(items.track());
   if (rows.failed()) report(path, rows.error());
+  if (rows.failed() && isOfAll) addMissed(database, tracks, path);
   return tracks;
 }
 
@@ -79,15 +107,44 @@ std::optional<std::size_t> counted(const PDXSQLiteDatabase& database, const std:
   return static_cast<std::size_t>(rows.int64(0));
 }
 
-using Places = std::unordered_map<std::string, std::size_t>;
+/// Where each track is, by its identifier. All but those of damaged libraries are numbers.
+class Places {
+ public:
+  explicit Places(std::size_t count) { byNumber_.reserve(count); }
+
+  /// Whether it was not there yet.
+  bool add(const std::string& identifier) {
+    const std::size_t place = byNumber_.size() + byText_.size();
+    const auto number = numberOf(identifier);
+    return number ? byNumber_.try_emplace(*number, place).second
+                  : byText_.try_emplace(identifier, place).second;
+  }
+
+  std::optional<std::size_t> of(const PDXSQLiteStatement& rows, int column) const {
+    if (rows.isNumber(column)) {
+      const auto found = byNumber_.find(rows.int64(column));
+      return found == byNumber_.end() ? std::nullopt : std::optional(found->second);
+    }
+    const auto found = byText_.find(rows.text(column));
+    return found == byText_.end() ? std::nullopt : std::optional(found->second);
+  }
+
+ private:
+  static std::optional<std::int64_t> numberOf(const std::string& text) {
+    std::int64_t number = 0;
+    const char* end = text.data() + text.size();
+    const auto parsed = std::from_chars(text.data(), end, number);
+    return parsed.ec == std::errc() && parsed.ptr == end ? std::optional(number) : std::nullopt;
+  }
+
+  std::unordered_map<std::int64_t, std::size_t> byNumber_;
+  std::unordered_map<std::string, std::size_t> byText_;
+};
 
 /// Takes out what pictures of several sizes make come again, and tells where each track is.
 Places uniqueTracks(std::vector<TrackItem>& tracks) {
-  Places places;
-  places.reserve(tracks.size());
-  std::erase_if(tracks, [&places](const TrackItem& track) {
-    return !places.try_emplace(track.identifier, places.size()).second;
-  });
+  Places places(tracks.size());
+  std::erase_if(tracks, [&places](const TrackItem& track) { return !places.add(track.identifier); });
   return places;
 }
 
@@ -102,9 +159,8 @@ void addMembers(const PDXSQLiteDatabase& database, const Places& places,
                                std::string(hasPositions ? " ORDER BY position" : ""));
   while (rows.step()) {
     const auto playlist = byIdentifier.find(rows.text(0));
-    const auto track = places.find(rows.text(1));
-    if (playlist != byIdentifier.end() && track != places.end())
-      playlists[playlist->second].tracks.push_back(track->second);
+    if (playlist == byIdentifier.end()) continue;
+    if (const auto track = places.of(rows, 1)) playlists[playlist->second].tracks.push_back(*track);
   }
 }
 
@@ -137,13 +193,13 @@ std::optional<std::vector<TrackItem>> MusicIOSDeviceDataReader::tracks(
   const PDXSQLiteDatabase database(libraryPath_);
   const auto identifier = playlist ? std::optional(playlist->containerIdentifier) : std::nullopt;
   if (identifier) PDXPlaylistMembers(database, libraryPath_, mediaFile_).fill(*identifier);
-  return tracksOf(database, PDXTrackQuery(database).text(identifier), libraryPath_);
+  return tracksOf(database, PDXTrackQuery(database).text(identifier), libraryPath_, false);
 }
 
 std::optional<PDXMusicLibrary> MusicIOSDeviceDataReader::everything() const {
   if (!PDXFiles::exists(libraryPath_)) return std::nullopt;
   const PDXSQLiteDatabase database(libraryPath_);
-  auto tracks = tracksOf(database, PDXTrackQuery(database).textForAll(), libraryPath_);
+  auto tracks = tracksOf(database, PDXTrackQuery(database).textForAll(), libraryPath_, true);
   if (!tracks) return std::nullopt;
   PDXMusicLibrary library;
   library.tracks = std::move(*tracks);

@@ -1,10 +1,15 @@
 #include "music/PlaylistM3UGenerator.h"
 
+#include <algorithm>
+
 namespace {
 
 /// Appends a text to a line that must not end before its time.
 void appendOnLine(std::string& line, const std::string& text) {
-  for (const char c : text) line += static_cast<unsigned char>(c) < ' ' || c == 0x7F ? ' ' : c;
+  const std::size_t begin = line.size();
+  line += text;
+  const auto isControl = [](char c) { return static_cast<unsigned char>(c) < ' ' || c == 0x7F; };
+  std::replace_if(line.begin() + static_cast<std::ptrdiff_t>(begin), line.end(), isControl, ' ');
 }
 
 }  // namespace
@@ -20,8 +25,14 @@ std::string beginning(const TrackPlaylist& playlist) {
 void appendTrack(std::string& text, const TrackItem& track, const std::string& file) {
   constexpr std::uint32_t kSecond = 1000;
   const std::uint32_t seconds = track.duration / kSecond + (track.duration % kSecond >= kSecond / 2 ? 1 : 0);
-  text += file.empty() ? "# Not on the device: " : "#EXTINF:" + std::to_string(seconds) + ",";
-  appendOnLine(text, track.artist.empty() ? track.name : track.artist + " - " + track.name);
+  if (file.empty()) {
+    text += "# Not on the device: ";
+  } else {
+    text += "#EXTINF:" + std::to_string(seconds) + ",";
+  }
+  appendOnLine(text, track.artist);
+  if (!track.artist.empty()) text += " - ";
+  appendOnLine(text, track.name);
   text += '\n';
   if (file.empty()) return;
   if (file.front() == '#') text += "./";

@@ -8,7 +8,16 @@ namespace {
 
 void appendNumber(std::string& text, std::int64_t number) {
   text += ',';
-  if (number != 0) fmt::format_to(std::back_inserter(text), "{}", number);
+  if (number != 0) text += std::to_string(number);
+}
+
+/// "61.5" of 61500 milliseconds.
+void appendSeconds(std::string& text, std::uint32_t milliseconds) {
+  constexpr std::uint32_t kSecond = 1000;
+  text += ',' + std::to_string(milliseconds / kSecond);
+  if (milliseconds % kSecond == 0) return;
+  text += fmt::format(".{:03}", milliseconds % kSecond);
+  text.erase(text.find_last_not_of('0') + 1);
 }
 
 void appendDate(std::string& text, const std::optional<PDXDate>& date, PDXLocalTimes& times) {
@@ -38,7 +47,7 @@ void appendRow(std::string& text, const TrackItem& track, const std::string& fil
   appendNumber(text, track.trackCount);
   appendNumber(text, track.diskNumber);
   appendNumber(text, track.diskCount);
-  fmt::format_to(std::back_inserter(text), ",{:.15g}", track.duration / 1000.0);
+  appendSeconds(text, track.duration);
   appendNumber(text, track.size);
   appendDate(text, track.dateAdded, times);
   appendDate(text, track.datePlayed, times);

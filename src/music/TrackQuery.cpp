@@ -126,6 +126,14 @@ std::string PDXTrackQuery::textForAll() const {
   return fitted_(query + " WHERE ie.media_kind == 1");
 }
 
+std::string PDXTrackQuery::textForOne(bool withOtherTables) const {
+  const bool hasKinds = hasColumn_("item_extra", "media_kind");
+  const std::string bare = "SELECT ie.* FROM item_extra ie";
+  const std::string all =
+      withOtherTables ? textForAll() : bare + (hasKinds ? " WHERE ie.media_kind == 1" : "");
+  return all.empty() ? "" : all + (hasKinds ? " AND" : " WHERE") + " ie.rowid == ?1";
+}
+
 /// The statement without the tables and columns that are not there; itself when it compiles.
 std::string PDXTrackQuery::fitted_(const std::string& query) const {
   if (database_.prepare(query).isValid()) return query;

@@ -21,6 +21,10 @@ class PDXTrackQuery {
   /// their file. Has one more column, "extra_pid", the identifier of tracks that have no other.
   std::string textForAll() const;
 
+  /// The same for the one track whose row number in item_extra is bound to it; what only other tables hold is
+  /// left out unless asked for, so that damage there costs no track.
+  std::string textForOne(bool withOtherTables) const;
+
  private:
   std::string given_() const;
   std::string fitted_(const std::string& query) const;

@@ -1,5 +1,8 @@
 #include "platform/Csv.h"
 
+#include <array>
+#include <cstddef>
+
 namespace {
 
 bool isSignedNumber(std::string_view text) {
@@ -12,15 +15,37 @@ bool wouldRun(std::string_view text) {
          !isSignedNumber(text);
 }
 
+/// What asks for quotes, and what must not stand as it is.
+constexpr std::array<bool, 256> kIsSpecial = [] {
+  std::array<bool, 256> table{};
+  for (const unsigned char c : {',', ';', '"', '\r', '\n', '\0'}) table[c] = true;
+  return table;
+}();
+
+std::size_t firstSpecial(std::string_view text, std::size_t from) {
+  while (from < text.size() && !kIsSpecial[static_cast<unsigned char>(text[from])]) ++from;
+  return from;
+}
+
+bool hasQuotable(std::string_view text, std::size_t from) {
+  while (from < text.size() && text[from] == '\0') from = firstSpecial(text, from + 1);
+  return from < text.size();
+}
+
 }  // namespace
 
 void PDXCsv::appendCell(std::string& line, std::string_view text) {
-  const bool quoted = text.find_first_of(",;\"\r\n") != std::string_view::npos;
+  const std::size_t first = firstSpecial(text, 0);
+  const bool quoted = hasQuotable(text, first);
   if (quoted) line += '"';
   if (wouldRun(text)) line += '\'';
-  for (const char c : text) {
-    if (c == '"') line += '"';
-    if (c != '\0') line += c;  // Which readers of tables take for the end of the file.
+  std::size_t copied = 0;
+  for (std::size_t i = first; i < text.size(); i = firstSpecial(text, i + 1)) {
+    if (text[i] != '"' && text[i] != '\0') continue;
+    line.append(text.substr(copied, i - copied));
+    if (text[i] == '"') line += "\"\"";
+    copied = i + 1;  // U+0000 is left out: readers of tables take it for the end of the file.
   }
+  line.append(text.substr(copied));
   if (quoted) line += '"';
 }

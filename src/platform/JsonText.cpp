@@ -1,12 +1,17 @@
 #include "platform/JsonText.h"
 
+#include <array>
 #include <cstddef>
 
 namespace {
 
-bool isPlain(char character) {
-  return static_cast<unsigned char>(character) >= ' ' && character != '"' && character != '\\';
-}
+constexpr std::array<bool, 256> kIsPlain = [] {
+  std::array<bool, 256> table{};
+  for (std::size_t c = ' '; c < table.size(); ++c) table[c] = c != '"' && c != '\\';
+  return table;
+}();
+
+bool isPlain(char character) { return kIsPlain[static_cast<unsigned char>(character)]; }
 
 void appendEscaped(std::string& json, char character) {
   constexpr std::string_view kDigits = "0123456789abcdef";

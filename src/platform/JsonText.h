@@ -32,6 +32,9 @@ class PDXJsonObjectText {
   void flag(std::string_view key, bool value);
   void date(std::string_view key, const std::optional<PDXDate>& value);
 
+  /// For a value that the caller appends to the text.
+  void value(std::string_view key) { key_(key); }
+
  private:
   void key_(std::string_view key);
 

@@ -224,9 +224,20 @@ std::string replacedAll(std::string text, std::string_view from, std::string_vie
 }
 
 std::string printable(std::string_view text) {
+  const auto isPlain = [&](std::size_t at) {
+    constexpr char kFirst = ' ';
+    constexpr char kLast = '~';
+    return text[at] >= kFirst && text[at] <= kLast;
+  };
   std::string result;
+  result.reserve(text.size());
   for (std::size_t position = 0; position < text.size();) {
     const std::size_t start = position;
+    while (position < text.size() && isPlain(position)) ++position;
+    if (position > start) {
+      result += text.substr(start, position - start);
+      continue;
+    }
     const UChar32 c = PDXCharacters::nextOrError(text, position);
     const bool turns = (c >= 0x202A && c <= 0x202E) || (c >= 0x2066 && c <= 0x2069);
     const bool shows = c >= 0 && !turns && u_charType(c) != U_CONTROL_CHAR;

@@ -9,7 +9,10 @@
 #include "platform/Log.h"
 #include "platform/Text.h"
 
-void PDXConsole::line(const std::string& text) const { fmt::print("{}\n", PDXText::printable(text)); }
+void PDXConsole::line(const std::string& text) const {
+  const std::string shown = PDXText::printable(text) + "\n";
+  std::fwrite(shown.data(), 1, shown.size(), stdout);
+}
 
 void PDXConsole::note(const std::string& text) const {
   if (!quiet) line(text);

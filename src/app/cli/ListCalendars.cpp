@@ -3,46 +3,60 @@
 #include "app/cli/Listing.h"
 #include "app/cli/Options.h"
 #include "app/export/CalendarsExport.h"
+#include "platform/JsonText.h"
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
-Json dateJson(const std::optional<PDXDate>& date) { return date ? Json(PDXDates::isoText(*date)) : Json(); }
-
-Json recurrenceJson(const std::optional<PDXCalendarRecurranceProperties>& recurrence) {
-  if (!recurrence) return {};
-  return {{"frequency", recurrence->frequency},
-          {"interval", recurrence->interval},
-          {"occurenceCount", recurrence->occurenceCount},
-          {"endDate", dateJson(recurrence->endDate)}};
+void appendEvent(std::string& json, const PDXCalendarEvent& event) {
+  PDXJsonObjectText object(json);
+  object.number("id", event.id);
+  object.text("summary", std::string_view(event.summary));
+  object.text("eventDescription", std::string_view(event.eventDescription));
+  object.text("location", std::string_view(event.location));
+  object.text("comment", std::string_view(event.comment));
+  object.value("dateTimeProperties");
+  {
+    PDXJsonObjectText when(json);
+    when.date("dtstart", event.dateTimeProperties.dtstart);
+    when.date("dtend", event.dateTimeProperties.dtend);
+    when.flag("isAllDay", event.dateTimeProperties.isAllDay);
+  }
+  object.value("recurrenceProperties");
+  if (!event.recurrenceProperties) {
+    json += "null";
+    return;
+  }
+  PDXJsonObjectText often(json);
+  often.number("frequency", event.recurrenceProperties->frequency);
+  often.number("interval", event.recurrenceProperties->interval);
+  often.number("occurenceCount", event.recurrenceProperties->occurenceCount);
+  often.date("endDate", event.recurrenceProperties->endDate);
 }
 
-Json eventJson(const PDXCalendarEvent& event) {
-  const PDXCalendarDateTimeProperties& when = event.dateTimeProperties;
-  return {
-      {"id", event.id},
-      {"summary", event.summary},
-      {"eventDescription", event.eventDescription},
-      {"location", event.location},
-      {"comment", event.comment},
-      {"dateTimeProperties",
-       {{"dtstart", dateJson(when.dtstart)}, {"dtend", dateJson(when.dtend)}, {"isAllDay", when.isAllDay}}},
-      {"recurrenceProperties", recurrenceJson(event.recurrenceProperties)}};
+void appendComponent(PDXJsonObjectText& object, std::string& json, std::string_view key,
+                     const std::optional<std::int32_t>& component) {
+  object.value(key);
+  json += component ? std::to_string(*component) : "null";
 }
 
-Json calendarJson(const PDXCalendarDetail& calendar) {
-  auto events = Json::array();
-  for (const PDXCalendarEvent& event : calendar.calendarEvents) events.push_back(eventJson(event));
-  return {{"id", calendar.id},
-          {"storeId", calendar.storeId},
-          {"storeName", calendar.storeName},
-          {"title", calendar.title},
-          {"colorRed", jsonOf(calendar.colorRed)},
-          {"colorGreen", jsonOf(calendar.colorGreen)},
-          {"colorBlue", jsonOf(calendar.colorBlue)},
-          {"colorHTMLCode", calendar.colorHTMLCode},
-          {"calendarEvents", std::move(events)}};
+void appendCalendar(std::string& json, const PDXCalendarDetail& calendar) {
+  PDXJsonObjectText object(json);
+  object.number("id", calendar.id);
+  object.number("storeId", calendar.storeId);
+  object.text("storeName", std::string_view(calendar.storeName));
+  object.text("title", std::string_view(calendar.title));
+  appendComponent(object, json, "colorRed", calendar.colorRed);
+  appendComponent(object, json, "colorGreen", calendar.colorGreen);
+  appendComponent(object, json, "colorBlue", calendar.colorBlue);
+  object.text("colorHTMLCode", std::string_view(calendar.colorHTMLCode));
+  object.value("calendarEvents");
+  const char* separator = "[";
+  for (const PDXCalendarEvent& event : calendar.calendarEvents) {
+    json += separator;
+    appendEvent(json, event);
+    separator = ",\n";
+  }
+  json += calendar.calendarEvents.empty() ? "[]" : "]";
 }
 
 }  // namespace
@@ -59,7 +73,10 @@ PDXListing listCalendars(const PDXListRequest& request) {
     if ((start || end) && events == 0) continue;
     ++shown;
     const std::string account = calendar.storeName.empty() ? "" : " (" + calendar.storeName + ")";
-    if (request.wantsItems) listing.items.push_back(calendarJson(calendar));
+    if (request.wantsItems) {
+      if (!listing.itemsText.empty()) listing.itemsText += ",\n";
+      appendCalendar(listing.itemsText, calendar);
+    }
     if (!request.wantsItems)
       listing.lines.push_back(fmt::format("{:>9}  {}{}", events, calendar.title, account));
   }

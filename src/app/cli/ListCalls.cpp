@@ -3,6 +3,7 @@
 #include "app/cli/Listing.h"
 #include "app/cli/Options.h"
 #include "app/export/CallsExport.h"
+#include "platform/JsonText.h"
 
 namespace {
 
@@ -20,19 +21,23 @@ Json participantJson(const PDXCallLogParticipant& participant) {
           {"mostRecentDate", dateJson(participant.mostRecentDate)}};
 }
 
-Json entryJson(const PDXCallLogEntry& entry) {
-  return {{"date", dateJson(entry.date)},
-          {"duration", entry.duration},
-          {"flags", entry.flags},
-          {"isCallMade", entry.isCallMade()},
-          {"isAnswered", jsonOf(entry.isAnswered)},
-          {"kindText", entry.kindText()},
-          {"address", entry.address},
-          {"location", entry.location},
-          {"provider", entry.provider},
-          {"recordedName", entry.recordedName},
-          {"callType", jsonOf(entry.callType)},
-          {"isLastEntryBeforeBlock", entry.isLastEntryBeforeBlock}};
+void appendEntry(std::string& json, const PDXCallLogEntry& entry) {
+  PDXJsonObjectText object(json);
+  object.date("date", entry.date);
+  object.value("duration");
+  fmt::format_to(std::back_inserter(json), "{}", entry.duration);
+  object.number("flags", entry.flags);
+  object.flag("isCallMade", entry.isCallMade());
+  object.value("isAnswered");
+  json += !entry.isAnswered ? "null" : *entry.isAnswered ? "true" : "false";
+  object.text("kindText", std::string_view(entry.kindText()));
+  object.text("address", std::string_view(entry.address));
+  object.text("location", std::string_view(entry.location));
+  object.text("provider", std::string_view(entry.provider));
+  object.text("recordedName", std::string_view(entry.recordedName));
+  object.value("callType");
+  json += entry.callType ? std::to_string(*entry.callType) : "null";
+  object.flag("isLastEntryBeforeBlock", entry.isLastEntryBeforeBlock);
 }
 
 Json providerJson(const PDXCallLogProvider& provider) {
@@ -41,20 +46,29 @@ Json providerJson(const PDXCallLogProvider& provider) {
           {"callLogProviderType", provider.callLogProviderType()}};
 }
 
-Json logJson(const PDXCallLog& log) {
+void appendLog(std::string& json, const PDXCallLog& log) {
   const PDXCallLogParticipantGroup& group = log.participantGroup;
   auto participants = Json::array();
   for (const auto& participant : group.participants) participants.push_back(participantJson(participant));
-  auto entries = Json::array();
-  for (const PDXCallLogEntry& entry : log.entries) entries.push_back(entryJson(entry));
-  return {{"displayName", group.displayName()},
-          {"isBlocked", group.isBlocked()},
-          {"provider", providerJson(group.provider)},
-          {"mostEarliestDate", dateJson(group.mostEarliestDate)},
-          {"mostRecentDate", dateJson(group.mostRecentDate)},
-          {"participants", std::move(participants)},
-          {"participantGroupCallIds", group.participantGroupCallIds},
-          {"entries", std::move(entries)}};
+  PDXJsonObjectText object(json);
+  object.text("displayName", std::string_view(group.displayName()));
+  object.flag("isBlocked", group.isBlocked());
+  object.value("provider");
+  json += providerJson(group.provider).dump();
+  object.date("mostEarliestDate", group.mostEarliestDate);
+  object.date("mostRecentDate", group.mostRecentDate);
+  object.value("participants");
+  json += participants.dump();
+  object.value("participantGroupCallIds");
+  json += Json(group.participantGroupCallIds).dump();
+  object.value("entries");
+  const char* separator = "[";
+  for (const PDXCallLogEntry& entry : log.entries) {
+    json += separator;
+    appendEntry(json, entry);
+    separator = ",\n";
+  }
+  json += log.entries.empty() ? "[]" : "]";
 }
 
 }  // namespace
@@ -67,7 +81,10 @@ PDXListing listCalls(const PDXListRequest& request) {
   PDXListing listing;
   for (const PDXCallLog& log : list.logs) {
     if (request.stop.stop_requested()) return listing;
-    if (request.wantsItems) listing.items.push_back(logJson(log));
+    if (request.wantsItems) {
+      if (!listing.itemsText.empty()) listing.itemsText += ",\n";
+      appendLog(listing.itemsText, log);
+    }
     if (!request.wantsItems)
       listing.lines.push_back(fmt::format("{:>9}  {}", log.entries.size(), log.title()));
   }

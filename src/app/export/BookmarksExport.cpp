@@ -62,16 +62,18 @@ class Writer {
   const std::stop_token& stop_;
 };
 
-PDXRowAccount accountOf(const PDXBookmarkList& list) {
+/// Nothing when a store could not be counted.
+std::optional<PDXRowAccount> accountOf(const PDXBookmarkList& list) {
   PDXBookmarkReader::RowCounts sum;
   for (const auto& reader : list.readers) {
-    const auto& counts = reader->rowCounts();
-    sum.rows += counts.rows;
+    const auto counts = reader->rowCounts();
+    if (!counts.rows) return std::nullopt;
+    *sum.rows += *counts.rows;
     sum.hidden += counts.hidden;
     sum.roots += counts.roots;
     sum.ofUnknownType += counts.ofUnknownType;
   }
-  PDXRowAccount account{.rows = sum.rows,
+  PDXRowAccount account{.rows = *sum.rows,
                         .repeated = 0,
                         .leftOut = {{"hidden on the device", sum.hidden},
                                     {"the store's own root", sum.roots},
@@ -90,7 +92,8 @@ PDXBookmarkList PDXBookmarksExport::read(PDXDeviceData& deviceData, PDXBookmarkT
   PDXBookmarkList list;
   const auto safari = std::make_shared<PDXSafariBookmarks>();
   const auto chrome = std::make_shared<PDXChromeBookmarks>();
-  safari->loadBookmarksFromDatabaseFile(deviceData.databaseOfFeature(PDXFeature::SafariBookmarks));
+  const PDXDatabaseFile store = deviceData.readableDatabaseOfFeature(PDXFeature::SafariBookmarks);
+  safari->loadBookmarksFromDatabaseFile(store.path, store.access);
   chrome->loadBookmarksFromJsonFile(deviceData.databaseOfFeature(PDXFeature::ChromeBookmarks));
   list.readers = {safari, chrome};
   for (const auto& reader : list.readers) {

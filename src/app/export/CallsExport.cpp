@@ -53,6 +53,7 @@ struct Name {
 
 /// A call with what its group is called.
 struct Row {
+  std::optional<PDXDate> date;  ///< The call's own, at hand for sorting.
   const PDXCallLogEntry* entry;
   const Name* name;
 };
@@ -96,14 +97,16 @@ class Writer {
 
  private:
   static std::vector<Row> rowsOf(const std::vector<PDXCallLog>& logs, const std::vector<Name>& names) {
+    std::size_t count = 0;
+    for (const PDXCallLog& log : logs) count += log.entries.size();
     std::vector<Row> rows;
+    rows.reserve(count);
     for (std::size_t i = 0; i < logs.size(); ++i) {
       const Entries& entries = logs[i].entries;
       for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry)
-        rows.push_back({&*entry, &names[i]});
+        rows.push_back({entry->date, &*entry, &names[i]});
     }
-    std::stable_sort(rows.begin(), rows.end(),
-                     [](const Row& a, const Row& b) { return a.entry->date > b.entry->date; });
+    std::stable_sort(rows.begin(), rows.end(), [](const Row& a, const Row& b) { return a.date > b.date; });
     return rows;
   }
 

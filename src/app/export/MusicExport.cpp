@@ -39,14 +39,13 @@ class TrackFiles {
 
   /// Null when the backup does not hold it.
   const Held* held(const std::string& filePath) {
-    const auto [known, isNew] = held_.try_emplace(filePath);
-    if (!isNew) return known->second.path.empty() ? nullptr : &known->second;
+    if (const auto known = held_.find(filePath); known != held_.end()) return &known->second;
+    if (listed_.empty()) return nullptr;
     for (const char* folder : {"Media/", ""}) {
       const std::string path = folder + filePath;
       if (!listed_.contains(path)) continue;
       if (!deviceData_.holdsFileByRelativePathInDomain(path, PDXMusicLibraryFile::kDomain)) continue;
-      known->second = {path, freePath(filePath)};
-      return &known->second;
+      return &held_.try_emplace(filePath, Held{path, freePath(filePath)}).first->second;
     }
     return nullptr;
   }

@@ -1,0 +1,45 @@
+#include "backup/ReachableRows.h"
+
+#include <algorithm>
+
+#include "platform/Sqlite.h"
+
+namespace {
+
+/// So many numbers are tried one by one where nothing tells which rows there are.
+constexpr std::int64_t kMostTried = 1'000'000;
+
+/// Whether the table was read to its end.
+bool readInto(PDXSQLiteStatement rows, std::vector<std::int64_t>& numbers) {
+  while (rows.step()) numbers.push_back(rows.int64(0));
+  return !rows.failed();
+}
+
+}  // namespace
+
+namespace PDXReachableRows {
+
+std::vector<std::int64_t> missed(const PDXSQLiteDatabase& database, const std::string& table,
+                                 const std::unordered_set<std::int64_t>& read) {
+  const std::string all = "SELECT rowid FROM " + table + " NOT INDEXED ORDER BY rowid";
+  std::vector<std::int64_t> numbers;
+  if (!readInto(database.prepare(all), numbers)) {
+    const std::int64_t before = numbers.empty() ? 0 : numbers.back();
+    const std::size_t known = numbers.size();
+    readInto(database.prepare(all + " DESC"), numbers);
+    const std::int64_t behind = numbers.size() == known ? before + kMostTried / 10 : numbers.back();
+    auto one = database.prepare("SELECT rowid FROM " + table + " WHERE rowid = ?1");
+    const bool isNear = behind > before && behind - before <= kMostTried && before >= 0;
+    for (std::int64_t number = before + 1; isNear && number < behind; ++number) {
+      one.reset();
+      one.bind(1, number);
+      if (one.step()) numbers.push_back(number);
+    }
+    std::sort(numbers.begin(), numbers.end());
+    numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
+  }
+  std::erase_if(numbers, [&read](std::int64_t number) { return read.contains(number); });
+  return numbers;
+}
+
+}  // namespace PDXReachableRows
