@@ -8,6 +8,7 @@
 
 #include "samples/BackupFolder.h"
 #include "samples/SampleBackup.h"
+#include "tests/contacts/AddressBookSample.h"
 #include "tests/support/SampleDatabase.h"
 #include "tests/support/TestFolder.h"
 
@@ -227,8 +228,10 @@ TEST_F(Command, EveryFormOfABackupGivesTheSameAnswers) {
   for (const auto& [name, options] : forms) {
     ASSERT_EQ(run(std::string("sample ") + name + " --messages 150 " + options).status, 0);
     const std::string backup = std::string(name) + " --password-file password --read-only ";
-    EXPECT_EQ(run("export " + backup + "messages contacts notes --contact-pictures --to out-" + name).status,
-              0);
+    EXPECT_EQ(
+        run("export " + backup + "messages contacts notes --contact-pictures --pictures --to out-" + name)
+            .status,
+        0);
     answers[name] = everythingIn(folder_ / (std::string("out-") + name));
     for (const char* kind : {"messages", "contacts", "blocked", "notes"}) {
       auto list = nlohmann::json::parse(run("list " + backup + kind + " --json").output);
@@ -352,6 +355,34 @@ TEST_F(Command, ExportNeverChangesTheBackup) {
   EXPECT_EQ(ran.status, 0) << ran.errors;
   EXPECT_NE(ran.output.find("Open " + folder_ / "out/index.html"), std::string::npos) << ran.output;
   EXPECT_EQ(state(), before);
+}
+
+TEST_F(Command, EveryContactHasAFaceAndABrokenPictureIsSaid) {
+  PDXSampleBackupFolder backup(folder_ / "people");
+  const std::string book = addressBook()
+                               .row("ABPerson", 1, "Ann", nullptr, "Lee")
+                               .row("ABPerson", 2, "../Bob")
+                               .row("ABPerson", 3, "Con", nullptr, "?")
+                               .row("ABPerson", 4, "CON", nullptr, "|")
+                               .writeTo(folder_ / "book");
+  const std::string pictures = PDXSampleDatabase()
+                                   .table("ABThumbnailImage", "record_id, format, data")
+                                   .table("ABImage", "record_id, data")
+                                   .row("ABImage", 2, PDXBytes{0xFF, 0xD8, 0xFF, 0xE0, 0})
+                                   .writeTo(folder_ / "images");
+  backup.addFileFrom("HomeDomain", "Library/AddressBook/AddressBook.sqlitedb", book);
+  backup.addFileFrom("HomeDomain", "Library/AddressBook/AddressBookImages.sqlitedb", pictures);
+  EXPECT_TRUE(backup.finish()) << backup.error();
+  const Ran ran = run("export people contacts --pictures --to out");
+  EXPECT_EQ(ran.status, 1);
+  EXPECT_NE(ran.errors.find("picture of a contact could not be read: ../Bob"), std::string::npos)
+      << ran.errors;
+  EXPECT_EQ(PDXFiles::list(folder_ / "out/Contacts/pictures"),
+            (std::vector<std::string>{".._Bob.png", "Ann Lee.png", "CON _ (1).png", "Con _.png"}));
+  const auto report = nlohmann::json::parse(fileText(folder_ / "out/export.json"));
+  EXPECT_EQ(report["kinds"][0]["written"]["pictures"], 4);
+  run("export people contacts --to plain");
+  EXPECT_FALSE(PDXFiles::exists(folder_ / "plain/Contacts/pictures"));
 }
 
 TEST_F(Command, ADamagedStoreIsSaidAndTheRestComesOut) {

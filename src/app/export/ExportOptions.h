@@ -28,6 +28,9 @@ struct PDXExportOptions {
   bool writesHtml = true;   ///< Pages.
   bool writesText = false;  ///< Plain texts; of notes.
 
+  /// The faces of the contacts, as files beside their cards.
+  bool writesContactPictures = false;
+
   /// Worker threads, at least one.
   unsigned jobs = 1;
 
