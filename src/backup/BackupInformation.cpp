@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "backup/DeviceData.h"
+#include "backup/UnfinishedMark.h"
 #include "platform/Files.h"
 #include "platform/PropertyList.h"
 #include "platform/Text.h"
@@ -67,4 +68,5 @@ void PDXBackupInformation::readFolder_(const std::string& folder) {
   if (!lastBackupDate_) lastBackupDate_ = dateOf(status, "Date");
   manifestVersion_ = status.text("Version");
   snapshotState_ = status.text("SnapshotState");
+  if (!isUnfinished() && PDXUnfinishedMark::isSet(folder)) snapshotState_ = "unfinished";
 }

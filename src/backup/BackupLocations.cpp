@@ -1,6 +1,7 @@
 #include "backup/BackupLocations.h"
 
 #include <algorithm>
+#include <atomic>
 
 #include "platform/Files.h"
 #include "platform/Preferences.h"
@@ -13,7 +14,7 @@ constexpr const char* kExternalPreference = "ExternalBackupDirectory";
 struct State {
   std::int32_t type = 0;
   std::string deviceBackupPath;
-  bool isBackupInProgress = false;
+  std::atomic<bool> isBackupInProgress = false;  ///< Cleared by the thread that makes the backup.
 };
 
 State& state() {

@@ -5,12 +5,12 @@
 /// A light reference to a person, for whoever shows a name with a picture beside it. A text that is unknown
 /// is empty.
 struct PDXContactSummary {
-  std::string name;
+  std::string name = {};
 
   /// A phone number or an e-mail address.
-  std::string address;
+  std::string address = {};
 
   /// Where the person's profile picture lies in the backup, without its file extension.
-  std::string profileImagePath;
-  std::string profileImageDomain;
+  std::string profileImagePath = {};
+  std::string profileImageDomain = {};
 };

@@ -6,6 +6,7 @@
 #include <atomic>
 
 #include "backup/DeviceData.h"
+#include "contacts/ContactImageRetriever.h"
 #include "contacts/ContactsDatabase.h"
 #include "messages/SharedLocation.h"
 #include "platform/FileName.h"
@@ -46,23 +47,17 @@ std::string dayPart(const char* prefix, const std::optional<PDXDate>& date) {
   return date ? prefix + PDXDateFormatter("yyy-MM-dd").text(*date) + "-" : "";
 }
 
-/// The picture's bytes from where they begin: some stores put a byte in front of them.
-PDXBytes pictureOf(const PDXContactEntry& contact) {
-  PDXBytes picture = contact.picture.bytes();
-  if (picture.size() > 1 && PDXImages::extensionFor(picture).empty()) picture.erase(picture.begin());
-  return picture;
-}
-
-std::string savePicture(const PDXMessageParticipant& participant, const std::string& folder,
-                        std::size_t number) {
-  const PDXContactEntry* contact = PDXContactsDatabase::getContactWithAddress(participant.address());
-  if (contact == nullptr) return "";
-  const PDXBytes picture = pictureOf(*contact);
-  const std::string extension = PDXImages::extensionFor(picture);
-  if (extension.empty() || !PDXFiles::makeFolders(folder)) return "";
-  const std::string name = "Contact " + std::to_string(number) + "." + extension;
-  PDXAtomicFile file(PDXFiles::joined(folder, name));
-  file.append({reinterpret_cast<const char*>(picture.data()), picture.size()});
+/// A face as the page's media folder keeps it; "" when it cannot be written.
+std::string saveFace(const PDXMessageParticipant& participant, const std::string& folder,
+                     std::size_t number) {
+  const auto face = PDXContactImageRetriever::defaultRetriever().pngOfFace(
+      {.name = participant.name(),
+       .address = participant.address(),
+       .profileImagePath = participant.profileImagePath,
+       .profileImageDomain = participant.profileImageDomain});
+  if (!face || !PDXFiles::makeFolders(folder)) return "";
+  PDXAtomicFile file(PDXFiles::joined(folder, "Contact " + std::to_string(number) + ".png"));
+  file.append({reinterpret_cast<const char*>(face->data()), face->size()});
   return file.commit() ? file.path() : "";
 }
 
@@ -145,7 +140,7 @@ std::string PDXConversationExporterUtilities::getImageForParticipantWithOptionsA
     const PDXMessageParticipant& participant, const PDXConversationExportOptions& options,
     std::unordered_map<std::string, std::string>& cache) {
   const auto [known, isNew] = cache.try_emplace(participant.address());
-  if (isNew) known->second = savePicture(participant, options.mediaPath, cache.size());
+  if (isNew) known->second = saveFace(participant, options.mediaPath, cache.size());
   return known->second;
 }
 

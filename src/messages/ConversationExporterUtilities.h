@@ -55,9 +55,10 @@ class PDXConversationExporterUtilities {
       const std::string& address, const PDXMessagesConversation& conversation, PDXParticipantCache& cache,
       bool includeContactNumber);
 
-  /// Saves the picture that the address book holds of the participant into the media folder.
-  /// @param cache  pictures saved so far, by address.
-  /// @return its path; "" when there is none or it cannot be written.
+  /// Saves the participant's face into the media folder: the picture of the chat or of the address book, or
+  /// drawn initials. Chat pictures come from the backup that PDXContactImageRetriever was given.
+  /// @param cache  faces saved so far, by address.
+  /// @return its path; "" when it cannot be written.
   static std::string getImageForParticipantWithOptionsAndCache(
       const PDXMessageParticipant& participant, const PDXConversationExportOptions& options,
       std::unordered_map<std::string, std::string>& cache);

@@ -272,20 +272,29 @@ void PDXConversationHTMLExporter::appendHTMLForReceivedMessageConversationOption
   } else {
     html += message.isMadrid.value_or(false) ? "(iMessage)</div>" : "(SMS)</div>";
   }
-  const auto* participant = !options.includeContactImages
-                                ? nullptr
-                                : Utilities::determineParticipantFromAddressInConversationWithCache(
-                                      message.messageAddress, conversation, participants_);
-  if (participant != nullptr) {
-    const std::string image =
-        Utilities::getImageForParticipantWithOptionsAndCache(*participant, options, contactImages_);
-    if (!image.empty()) {
-      html += "<img class=\"contactImage\" src=\"" +
-              PDXText::pathForHtmlLink(Utilities::relativePathForMediaPath(image)) + "\" alt=\"" +
-              PDXText::escapedForHtmlAttribute(name) + "\" Width=\"48\" Height=\"48\" border=\"0\" />";
-    }
-  }
+  if (options.includeContactImages) html += faceElement_(message.messageAddress, name, conversation, options);
   html += "<div class='message receive'>";
+}
+
+/// The sender's face as an image element; "" for one who is no participant. The same for each of the sender's
+/// messages, so it is made once.
+const std::string& PDXConversationHTMLExporter::faceElement_(const std::string& address,
+                                                             const std::string& name,
+                                                             const PDXMessagesConversation& conversation,
+                                                             const PDXConversationExportOptions& options) {
+  const auto [known, isNew] = faceElements_.try_emplace(address);
+  const auto* participant = !isNew ? nullptr
+                                   : Utilities::determineParticipantFromAddressInConversationWithCache(
+                                         address, conversation, participants_);
+  if (participant == nullptr) return known->second;
+  const std::string image =
+      Utilities::getImageForParticipantWithOptionsAndCache(*participant, options, contactImages_);
+  if (!image.empty()) {
+    known->second = "<img class=\"contactImage\" src=\"" +
+                    PDXText::pathForHtmlLink(Utilities::relativePathForMediaPath(image)) + "\" alt=\"" +
+                    PDXText::escapedForHtmlAttribute(name) + "\" Width=\"48\" Height=\"48\" border=\"0\" />";
+  }
+  return known->second;
 }
 
 std::string PDXConversationHTMLExporter::senderName_(const PDXMessageDetail& message,

@@ -127,6 +127,9 @@ class PDXConversationHTMLExporter {
   void appendDateStamp_(std::string& html, const PDXMessageDetail& message);
   std::string senderName_(const PDXMessageDetail& message, const PDXMessagesConversation& conversation,
                           const PDXConversationExportOptions& options);
+  const std::string& faceElement_(const std::string& address, const std::string& name,
+                                  const PDXMessagesConversation& conversation,
+                                  const PDXConversationExportOptions& options);
   const std::string& statusText_(const PDXMessageDetail& message);
   std::string timeText_(const PDXMessageDetail& message);
   std::optional<std::string> copyAttachment_(const std::string& location,
@@ -153,6 +156,7 @@ class PDXConversationHTMLExporter {
   std::uint64_t attachmentCounter_ = 0;
   PDXParticipantCache participants_;
   std::unordered_map<std::string, std::string> contactImages_;
+  std::unordered_map<std::string, std::string> faceElements_;  ///< By the sender's address.
   PDXConversationExporterDelegate* delegate_ = nullptr;
   std::stop_source stop_;
   PDXConversationExportResult result_;

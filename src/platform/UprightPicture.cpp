@@ -29,15 +29,6 @@ std::optional<PDXJpegHead> headOfFile(const std::string& path) {
   return head;
 }
 
-/// Scans of all pictures in the file, its thumbnail included.
-std::uint64_t scanCount(const PDXBytes& jpeg) {
-  std::uint64_t count = 0;
-  for (std::size_t i = 1; i < jpeg.size(); ++i) {
-    if (jpeg[i] == 0xDA && jpeg[i - 1] == 0xFF) ++count;
-  }
-  return count;
-}
-
 Why writeBytes(const PDXBytes& bytes, const std::string& to) {
   PDXAtomicFile file(to);
   file.append({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
@@ -60,7 +51,7 @@ Why writeTurned(const std::string& from, const PDXJpegHead& head, const std::str
   {
     const auto jpeg = PDXFiles::read(from);
     if (!jpeg || !PDXImageLimits::canHold(jpeg->size(), pixels) ||
-        pixels * scanCount(*jpeg) > PDXImageLimits::kMostWork)
+        pixels * PDXImageLimits::scanCount(*jpeg) > PDXImageLimits::kMostWork)
       return "the picture is too large or claims to be";
     const auto turn = PDXImageLimits::turnFor(pixels);
     auto turned = PDXImageTransform::turned(*jpeg, head.orientation);

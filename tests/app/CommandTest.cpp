@@ -1,5 +1,6 @@
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
@@ -9,6 +10,7 @@
 #include "app/export/ContentKinds.h"
 #include "samples/BackupFolder.h"
 #include "samples/SampleBackup.h"
+#include "tests/contacts/AddressBookSample.h"
 #include "tests/support/SampleDatabase.h"
 #include "tests/support/TestFolder.h"
 
@@ -57,7 +59,8 @@ TEST_F(Command, MistakesAreOneLineAndTheirStatus) {
   } cases[] = {
       {"", 2, "a command is missing"},
       {"exprot phone --to out", 2, "there is no command \"exprot\"; the nearest: \"export\""},
-      {"make phone", 2, "the command \"make\" is not built yet"},
+      {"make", 2, "DEVICE is missing"},
+      {"make ../phone", 2, "is no identifier of a device"},
       {"export phone", 2, "--to is required"},
       {"export phone whatsapp --to out", 2, "\"whatsapp\" is not built yet"},
       {"export phone mesages --to out", 2, "there is no content kind \"mesages\"; the nearest: \"messages\""},
@@ -236,7 +239,7 @@ TEST_F(Command, EveryFormOfABackupGivesTheSameAnswers) {
     ASSERT_EQ(run(std::string("sample ") + name + " --messages 150 " + options).status, 0);
     const std::string backup = std::string(name) + " --password-file password --read-only ";
     const std::string out = folder_ / (std::string("out-") + name);
-    EXPECT_EQ(run("export " + backup + "--contact-pictures --with-files --to " + out).status, 0);
+    EXPECT_EQ(run("export " + backup + "--contact-pictures --pictures --with-files --to " + out).status, 0);
     answers[name] = everythingIn(out);
     calls[out.find("older") != std::string::npos] += everythingIn(out + "/Calls");
     for (const PDXContentKind& kind : PDXContentKinds::all()) {
@@ -364,6 +367,78 @@ TEST_F(Command, ExportNeverChangesTheBackup) {
   EXPECT_EQ(ran.status, 0) << ran.errors;
   EXPECT_NE(ran.output.find("Open " + folder_ / "out/index.html"), std::string::npos) << ran.output;
   EXPECT_EQ(state(), before);
+}
+
+TEST_F(Command, EveryContactHasAFaceAndABrokenPictureIsSaid) {
+  PDXSampleBackupFolder backup(folder_ / "people");
+  const std::string book = addressBook()
+                               .row("ABPerson", 1, "Ann", nullptr, "Lee")
+                               .row("ABPerson", 2, "../Bob")
+                               .row("ABPerson", 3, "Con", nullptr, "?")
+                               .row("ABPerson", 4, "CON", nullptr, "|")
+                               .writeTo(folder_ / "book");
+  const std::string pictures = PDXSampleDatabase()
+                                   .table("ABThumbnailImage", "record_id, format, data")
+                                   .table("ABImage", "record_id, data")
+                                   .row("ABImage", 2, PDXBytes{0xFF, 0xD8, 0xFF, 0xE0, 0})
+                                   .writeTo(folder_ / "images");
+  backup.addFileFrom("HomeDomain", "Library/AddressBook/AddressBook.sqlitedb", book);
+  backup.addFileFrom("HomeDomain", "Library/AddressBook/AddressBookImages.sqlitedb", pictures);
+  EXPECT_TRUE(backup.finish()) << backup.error();
+  const Ran ran = run("export people contacts --pictures --to out");
+  EXPECT_EQ(ran.status, 1);
+  EXPECT_NE(ran.errors.find("picture of a contact could not be read: ../Bob"), std::string::npos)
+      << ran.errors;
+  EXPECT_EQ(PDXFiles::list(folder_ / "out/Contacts/pictures"),
+            (std::vector<std::string>{".._Bob.png", "Ann Lee.png", "CON _ (1).png", "Con _.png"}));
+  const auto report = nlohmann::json::parse(fileText(folder_ / "out/export.json"));
+  EXPECT_EQ(report["items"][0]["written"]["pictures"], 4);
+  run("export people contacts --to plain");
+  EXPECT_FALSE(PDXFiles::exists(folder_ / "plain/Contacts/pictures"));
+}
+
+TEST_F(Command, MakesABackupOrSaysWhyNot) {
+  setenv("POCKETDEX_BACKUP_TOOL", PDX_BACKUP_TOOL, 1);
+  const struct {
+    const char* part;
+    int status;
+    const char* says;
+  } cases[] = {
+      {"locked", 1, "cannot back up made: the device is locked; unlock it"},
+      {"pairing", 1, "cannot back up made: the device does not trust this computer;"},
+      {"absent", 1, "cannot back up made: the device is not connected, or was unplugged;"},
+      {"failure", 1, "backup-tool failed (ERROR: something odd);"},
+      {"full", 5, "is full; make room there, or choose another folder with --root; "},
+      {"signal", 1, "was ended by signal 9; try again; "},
+  };
+  for (const auto& c : cases) {
+    setenv("PLAY", c.part, 1);
+    const Ran ran = run("make made --root backups");
+    EXPECT_EQ(ran.status, c.status) << c.part;
+    EXPECT_NE(ran.errors.find(c.says), std::string::npos) << ran.errors;
+    EXPECT_EQ(std::count(ran.errors.begin(), ran.errors.end(), '\n'), 1) << ran.errors;
+  }
+  EXPECT_NE(run("info backups/made").errors.find("this backup was not finished"), std::string::npos);
+  setenv("PLAY", "encrypted", 1);
+  const Ran made = run("make made --root backups");
+  EXPECT_EQ(made.status, 0) << made.errors;
+  EXPECT_EQ(made.output.substr(made.output.find('\n') + 1), run("info backups/made").output);
+  EXPECT_NE(made.output.find("Device:     Ann & Bob (iPhone15,2)"), std::string::npos) << made.output;
+
+  setenv("PLAY", "forever", 1);
+  const std::string stopped = "cd '" + folder_.path() + "' && TMPDIR='" + folder_ / "tmp" +
+                              "' timeout -s INT 2 '" POCKETDEX_COMMAND "' make new --root backups 2>errors";
+  EXPECT_EQ(WEXITSTATUS(std::system((stopped + " >/dev/null").c_str())), 124);
+  EXPECT_NE(fileText(folder_ / "errors").find("backups/new holds no whole backup\npocketdex: stopped\n"),
+            std::string::npos);
+  EXPECT_NE(run("info backups/new").errors.find("this backup was not finished"), std::string::npos);
+  folder_.write("taken", "a file");
+  EXPECT_EQ(run("make made --root taken").status, 5);
+  setenv("POCKETDEX_BACKUP_TOOL", "/no/such/tool", 1);
+  const Ran none = run("make made --root backups");
+  EXPECT_EQ(none.status, 1);
+  EXPECT_NE(none.errors.find("POCKETDEX_BACKUP_TOOL names \"/no/such/tool\""), std::string::npos);
+  unsetenv("POCKETDEX_BACKUP_TOOL");
 }
 
 TEST_F(Command, ADamagedStoreIsSaidAndTheRestComesOut) {

@@ -276,4 +276,24 @@ TEST_F(ConversationHTMLExporter, ShowsBrowsersEarlyThatALongPageIsUtf8) {
   EXPECT_TRUE(page(messages).starts_with("<!-- UTF-8"));
 }
 
+TEST_F(ConversationHTMLExporter, ShowsOneFileForAllMessagesOfASender) {
+  options_.includeContactImages = true;
+  conversation_.participants.emplace_back("", "").setAddress("O'Neil & \"Co\"");
+  PDXMessageDetail other = message("d", {}, 0);
+  other.messageAddress = "O'Neil & \"Co\"";
+  PDXMessageDetail gone = message("e", {}, 0);  // Left the group: no participant any more.
+  gone.messageAddress = "5550199";
+  const std::string html = page({message("a", {}, 0), message("b", {}, 1), message("c", {}, 0), other, gone});
+  const std::string tag = "<img class=\"contactImage\" src=\"Ann&#39;s %231 Media/Contact ";
+  const std::string end = "\" Width=\"48\" Height=\"48\" border=\"0\" /><div class='message receive'>";
+  for (const char* text : {"a<br/>", "c<br/>"}) {
+    EXPECT_NE(html.find(tag + "1.png\" alt=\"ann@example.com" + end + text), std::string::npos) << html;
+  }
+  EXPECT_NE(html.find(tag + "2.png\" alt=\"O&#39;Neil &amp; &quot;Co&quot;" + end + "d"), std::string::npos)
+      << html;
+  EXPECT_NE(html.find("(SMS)</div><div class='message receive'>e"), std::string::npos) << html;
+  EXPECT_EQ(PDXFiles::list(folder_ / "out/Ann's #1 Media"),
+            (std::vector<std::string>{"Contact 1.png", "Contact 2.png"}));
+}
+
 }  // namespace

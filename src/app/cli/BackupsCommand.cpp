@@ -74,10 +74,11 @@ class BackupsCommand final : public PDXCommand {
     PDXDateFormatter formatter(PDXDateFormatter::Style::longDateShortTime);
     const auto orUnknown = [](const std::string& text) { return text.empty() ? "unknown" : text; };
     return fmt::format(
-        "{}  {}, system {}, {}{}  {}", information.identifier(), orUnknown(information.deviceName()),
+        "{}  {}, system {}, {}{}{}  {}", information.identifier(), orUnknown(information.deviceName()),
         orUnknown(information.Version()),
         information.lastBackupDate() ? formatter.text(*information.lastBackupDate()) : "no date",
-        information.IsEncrypted() ? ", encrypted" : "", backup.path);
+        information.IsEncrypted() ? ", encrypted" : "", information.isUnfinished() ? ", unfinished" : "",
+        backup.path);
   }
 
   static void printJson(const std::vector<Found>& found) {
@@ -86,6 +87,7 @@ class BackupsCommand final : public PDXCommand {
     for (const Found& backup : found) {
       auto item = PDXBackupJson::backup(backup.information);
       item["path"] = backup.path;
+      item["snapshotState"] = backup.information.snapshotState();
       const auto& date = backup.information.lastBackupDate();
       item["lastBackupDate"] =
           date ? nlohmann::ordered_json(PDXDates::isoText(*date)) : nlohmann::ordered_json();

@@ -42,4 +42,5 @@ std::unique_ptr<PDXCommand> makeFilesCommand();
 std::unique_ptr<PDXCommand> makeGetCommand();
 std::unique_ptr<PDXCommand> makeListCommand();
 std::unique_ptr<PDXCommand> makeExportCommand();
+std::unique_ptr<PDXCommand> makeMakeCommand();
 std::unique_ptr<PDXCommand> makeSampleCommand();

@@ -28,7 +28,7 @@ void PDXConsole::problem(const PDXProblem& problem) {
 }
 
 void PDXConsole::progress(const std::string& what, std::size_t done, std::size_t total) {
-  if (quiet || noProgress || total == 0 || ::isatty(STDERR_FILENO) == 0) return;
+  if (isHidden_() || total == 0) return;
   constexpr int kWidth = 30;
   const int percent = static_cast<int>(done * 100 / total);
   if (isShowing_ && percent == lastShown_) return;
@@ -39,6 +39,15 @@ void PDXConsole::progress(const std::string& what, std::size_t done, std::size_t
   fmt::print(stderr, "\r{} [{}] {}/{}", what, bar, done, total);
   std::fflush(stderr);
 }
+
+void PDXConsole::progressText(const std::string& text) {
+  if (isHidden_()) return;
+  isShowing_ = true;
+  fmt::print(stderr, "\r{}\x1B[K", PDXText::printable(text));
+  std::fflush(stderr);
+}
+
+bool PDXConsole::isHidden_() const { return quiet || noProgress || ::isatty(STDERR_FILENO) == 0; }
 
 bool PDXConsole::outputArrived() {
   errno = 0;

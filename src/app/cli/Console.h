@@ -27,6 +27,9 @@ class PDXConsole {
   /// Shows how far the work has come, when standard error is a terminal.
   void progress(const std::string& what, std::size_t done, std::size_t total);
 
+  /// The same for work whose end is not known.
+  void progressText(const std::string& text);
+
   /// Whether everything said on standard output has arrived. A reader that went away counts as content.
   static bool outputArrived();
 
@@ -34,6 +37,8 @@ class PDXConsole {
   void endProgress();
 
  private:
+  bool isHidden_() const;
+
   bool isShowing_ = false;
   int lastShown_ = -1;
 };

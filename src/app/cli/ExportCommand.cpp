@@ -79,7 +79,10 @@ class ExportCommand final : public PDXCommand {
               "Size of text");
     app.add_flag("--contact-numbers", options_.page.includeMessageContactNumber,
                  "Senders' numbers beside their names, where they begin with a digit");
-    app.add_flag("--contact-pictures", options_.page.includeContactImages, "Senders' pictures");
+    app.add_flag("--contact-pictures", options_.page.includeContactImages,
+                 "Senders' pictures, or their initials");
+    app.add_flag("--pictures", options_.writesContactPictures,
+                 "A picture of each contact beside the cards, or the initials");
   }
 
   std::optional<std::string> mistakeInOptions() const {
@@ -154,6 +157,7 @@ class ExportCommand final : public PDXCommand {
 
   static void summariseFiles(const PDXConsole& console, const PDXKindReport& kind) {
     console.note(fmt::format("{}: {}", kind.title, counted(kind.rows->written, "contact", "contacts")));
+    if (kind.pictures) console.note("  " + counted(*kind.pictures, "picture", "pictures"));
     if (kind.filtered > 0) {
       console.note(
           fmt::format("  {} left out: nothing matches", counted(kind.filtered, "contact", "contacts")));

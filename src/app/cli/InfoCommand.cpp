@@ -2,23 +2,13 @@
 #include <nlohmann/json.hpp>
 
 #include "app/cli/Command.h"
+#include "app/cli/InfoText.h"
 #include "app/cli/OpenedBackup.h"
 #include "app/cli/Options.h"
 #include "app/export/BackupJson.h"
 #include "app/export/ContentKinds.h"
 
 namespace {
-
-const char* generationName(std::int32_t typeVersion) {
-  switch (typeVersion) {
-    case 3:
-      return "current (Manifest.db)";
-    case 2:
-      return "older (Manifest.mbdb)";
-    default:
-      return "unknown";
-  }
-}
 
 class InfoCommand final : public PDXCommand {
  public:
@@ -36,34 +26,12 @@ class InfoCommand final : public PDXCommand {
     if (json_) {
       printJson(*found, *deviceData);
     } else {
-      printText(context.console, *found, *deviceData);
+      printInfoText(context.console, *found, *deviceData);
     }
     return PDXExitStatus::done;
   }
 
  private:
-  static void printText(const PDXConsole& console, const PDXOpenedBackup& found, PDXDeviceData& deviceData) {
-    const PDXBackupInformation& information = found.information();
-    const auto orUnknown = [](const std::string& text) { return text.empty() ? "unknown" : text; };
-    console.line("Backup:     " + found.path());
-    console.line("Identifier: " + orUnknown(information.identifier()));
-    console.line("Device:     " + orUnknown(information.deviceName()) + " (" +
-                 orUnknown(information.productType()) + ")");
-    console.line("System:     " + orUnknown(information.Version()));
-    console.line(std::string("Manifest:   ") + generationName(deviceData.backupTypeVersion()));
-    console.line(std::string("Encrypted:  ") + (information.IsEncrypted() ? "yes" : "no"));
-    console.line("Made:       " + dateText(information));
-    for (const PDXContentKind& kind : PDXContentKinds::all()) {
-      if (!PDXContentKinds::isHeldBy(deviceData, kind)) continue;
-      console.line("Holds:      " + kind.name + (kind.isBuilt ? "" : " (not built yet)"));
-    }
-  }
-
-  static std::string dateText(const PDXBackupInformation& information) {
-    PDXDateFormatter formatter(PDXDateFormatter::Style::longDateShortTime);
-    return information.lastBackupDate() ? formatter.text(*information.lastBackupDate()) : "unknown";
-  }
-
   static void printJson(const PDXOpenedBackup& found, PDXDeviceData& deviceData) {
     const PDXBackupInformation& information = found.information();
     auto document = PDXBackupJson::document("info", information);

@@ -23,6 +23,7 @@ const PDXCommandEntry kCommands[] = {
     {"get", "Copies files out of a backup", makeGetCommand},
     {"list", "Lists content without writing files", makeListCommand},
     {"export", "Writes content as files that open for ever", makeExportCommand},
+    {"make", "Has a backup made of a connected device", makeMakeCommand},
     {"sample", "Writes a sample backup to try everything on", makeSampleCommand},
 };
 
@@ -61,12 +62,8 @@ PDXExitStatus saysMistake(const CLI::App& app, const CLI::ParseError& error, int
   if (first.empty()) {
     PDXConsole::error("a command is missing; `pocketdex --help` lists them");
   } else if (!isCommand && !first.starts_with('-')) {
-    const char* const planned[] = {"make"};
-    const bool isPlanned = std::find(std::begin(planned), std::end(planned), first) != std::end(planned);
-    PDXConsole::error(isPlanned ? "the command \"" + first +
-                                      "\" is not built yet; `pocketdex --help` lists those that are"
-                                : "there is no command \"" + first + "\"" + nearestNamesHint(first, names) +
-                                      "; `pocketdex --help` lists them");
+    PDXConsole::error("there is no command \"" + first + "\"" + nearestNamesHint(first, names) +
+                      "; `pocketdex --help` lists them");
   } else {
     const std::string text = error.what();
     PDXConsole::error(text.substr(0, text.find('\n')) + " (`pocketdex " + (isCommand ? first + " " : "") +

@@ -7,9 +7,12 @@
 #include "backup/BackupNavigation.h"
 #include "backup/DeviceData.h"
 #include "contacts/ContactGoogleCSVGenerator.h"
+#include "contacts/ContactImageRetriever.h"
 #include "contacts/ContactVCardGenerator.h"
 #include "contacts/ContactsDatabase.h"
 #include "contacts/ContactsDatabaseReader.h"
+#include "platform/FacePicture.h"
+#include "platform/FileName.h"
 #include "platform/Files.h"
 #include "platform/Sqlite.h"
 #include "platform/Text.h"
@@ -90,6 +93,32 @@ std::string cardsOf(const std::vector<PDXContactEntry>& contacts) {
   return cards;
 }
 
+std::string nameOf(const PDXContactEntry& contact) {
+  return contact.fullName ? *contact.fullName : contact.organisation().value_or("");
+}
+
+/// Writes a face for each contact, in their order; answers how many.
+std::size_t writePictures(const std::vector<PDXContactEntry>& contacts, const std::string& folder,
+                          PDXExportReport& report, const PDXProgressSink& progress,
+                          const std::stop_token& stop) {
+  constexpr std::string_view kExtension = ".png";
+  const std::string pictures = PDXFiles::joined(folder, "pictures");
+  PDXFiles::makeFolders(pictures);
+  PDXFiles::removeAbandonedParts(pictures);
+  PDXUniqueFileNames names(kExtension.size());
+  std::size_t count = 0;
+  for (const PDXContactEntry& contact : contacts) {
+    if (stop.stop_requested()) break;
+    const std::string path =
+        PDXFiles::joined(pictures, names.nameFor(nameOf(contact)) + std::string(kExtension));
+    const auto png = PDXFaces::asPng(PDXContactImageRetriever::faceOfEntry(contact));
+    if (!png || !write(path, std::string(png->begin(), png->end()), report)) break;
+    ++count;
+    if (progress) progress("Contacts", count, contacts.size());
+  }
+  return count;
+}
+
 }  // namespace
 
 PDXContactList PDXContactsExport::read(PDXDeviceData& deviceData, const std::string& search) {
@@ -111,9 +140,10 @@ PDXContactList PDXContactsExport::read(PDXDeviceData& deviceData, const std::str
   return list;
 }
 
-PDXKindReport PDXContactsExport::run(PDXDeviceData& deviceData, const std::string& outputFolder,
-                                     const std::string& search, PDXExportReport& report) {
-  const PDXContactList list = read(deviceData, search);
+PDXKindReport PDXContactsExport::run(PDXDeviceData& deviceData, const PDXExportOptions& options,
+                                     PDXExportReport& report, const PDXProgressSink& progress,
+                                     const std::stop_token& stop) {
+  const PDXContactList list = read(deviceData, options.searchTerm);
   PDXKindReport kind;
   kind.kind = "contacts";
   kind.title = "Contacts";
@@ -122,7 +152,7 @@ PDXKindReport PDXContactsExport::run(PDXDeviceData& deviceData, const std::strin
   kind.rows = list.rows;
   kind.rows->filtered = list.filtered;
   if (list.contacts.empty()) return kind;
-  const std::string folder = PDXFiles::joined(outputFolder, kFolder);
+  const std::string folder = PDXFiles::joined(options.outputFolder, kFolder);
   PDXFiles::makeFolders(folder);
   const bool isWritten = write(PDXFiles::joined(folder, "Contacts.vcf"), cardsOf(list.contacts), report) &&
                          write(PDXFiles::joined(folder, "Contacts.csv"),
@@ -131,5 +161,7 @@ PDXKindReport PDXContactsExport::run(PDXDeviceData& deviceData, const std::strin
   kind.rows->written = list.contacts.size();
   kind.written = {{.title = "Contacts as vCards", .path = "Contacts/Contacts.vcf"},
                   {.title = "Contacts as a table", .path = "Contacts/Contacts.csv"}};
+  if (options.writesContactPictures)
+    kind.pictures = writePictures(list.contacts, folder, report, progress, stop);
   return kind;
 }

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <stop_token>
 #include <string>
 #include <vector>
 
+#include "app/export/ExportOptions.h"
 #include "app/export/ExportReport.h"
 #include "contacts/ContactEntry.h"
 
@@ -27,9 +29,9 @@ namespace PDXContactsExport {
 PDXContactList read(PDXDeviceData& deviceData, const std::string& search);
 
 /// Writes "Contacts/Contacts.vcf" and "Contacts/Contacts.csv" below the output folder, unless there is
-/// nobody.
+/// nobody; and a face for everybody into "Contacts/pictures" when the options ask for it.
 /// @param report  receives the failure when they cannot be written.
-PDXKindReport run(PDXDeviceData& deviceData, const std::string& outputFolder, const std::string& search,
-                  PDXExportReport& report);
+PDXKindReport run(PDXDeviceData& deviceData, const PDXExportOptions& options, PDXExportReport& report,
+                  const PDXProgressSink& progress, const std::stop_token& stop);
 
 }  // namespace PDXContactsExport

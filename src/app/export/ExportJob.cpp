@@ -15,6 +15,7 @@
 #include "app/export/Overview.h"
 #include "backup/BackupInformation.h"
 #include "backup/DeviceData.h"
+#include "contacts/ContactImageRetriever.h"
 #include "messages/MessageReader.h"
 #include "platform/Files.h"
 
@@ -29,6 +30,17 @@ void writeFile(const std::string& path, const std::string& text, PDXExportReport
   report.unwritablePath = path;
   report.why = file.error();
 }
+
+/// While it lives, faces come from this backup.
+class FacesOfBackup {
+ public:
+  explicit FacesOfBackup(PDXDeviceData& deviceData) {
+    PDXContactImageRetriever::defaultRetriever().setDeviceData(&deviceData);
+  }
+  ~FacesOfBackup() { PDXContactImageRetriever::defaultRetriever().setDeviceData(nullptr); }
+  FacesOfBackup(const FacesOfBackup&) = delete;
+  FacesOfBackup& operator=(const FacesOfBackup&) = delete;
+};
 
 }  // namespace
 
@@ -59,6 +71,7 @@ std::optional<std::string> PDXExportJob::prepare() {
 
 PDXExportReport PDXExportJob::run(const PDXProgressSink& progress, const std::stop_token& stop) {
   PDXExportReport report;
+  const FacesOfBackup faces(deviceData_);
   if (hasMessages_) {
     PDXKindReport kind = PDXMessagesExport::run(deviceData_, messages_->standardConversations(), options_,
                                                 "Messages", report, progress, stop);
@@ -71,8 +84,7 @@ PDXExportReport PDXExportJob::run(const PDXProgressSink& progress, const std::st
     return report.outcome == PDXExportReport::Outcome::done && !stop.stop_requested();
   };
   if (takesWholeKind_("contacts") && goesOn()) {
-    report.kinds.push_back(
-        PDXContactsExport::run(deviceData_, options_.outputFolder, options_.searchTerm, report));
+    report.kinds.push_back(PDXContactsExport::run(deviceData_, options_, report, progress, stop));
   }
   if (takesWholeKind_("calendars") && goesOn())
     report.kinds.push_back(PDXCalendarsExport::run(deviceData_, options_, report, progress, stop));

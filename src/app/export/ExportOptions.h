@@ -33,6 +33,9 @@ struct PDXExportOptions {
 
   bool withFiles = false;  ///< The tracks' files as well.
 
+  /// The faces of the contacts, as files beside their cards.
+  bool writesContactPictures = false;
+
   /// Worker threads, at least one.
   unsigned jobs = 1;
 

@@ -76,6 +76,8 @@ struct PDXKindReport {
   /// For kinds that are written as whole files of entries; nothing for conversations.
   std::optional<PDXContactRows> rows;
 
+  std::optional<std::size_t> pictures;  ///< Faces written; of contacts only, when asked for.
+
   std::optional<PDXNotesReport> notes;  ///< Of notes only.
 
   std::optional<PDXEntriesReport> entries;  ///< Of such kinds only; `found` and `filtered` count entries.

@@ -90,7 +90,12 @@ std::string fileSection(const PDXKindReport& kind) {
     html += "<tr><td><a href=\"" + PDXText::pathForHtmlLink(item.path) + "\">" +
             PDXText::escapedForHtml(item.title) + "</a></td></tr>\n";
   }
-  return html + "</table></section>\n";
+  html += "</table>\n";
+  if (kind.pictures) {
+    html += "<p class=\"note\">" + counted(*kind.pictures, "picture", "pictures") +
+            " in the folder Contacts/pictures</p>\n";
+  }
+  return html + "</section>\n";
 }
 
 /// What stands below the heading of every kind with pages.
@@ -231,15 +236,17 @@ Json fileKindJson(const PDXKindReport& kind) {
   auto files = Json::array();
   for (const PDXExportedItem& item : kind.written)
     files.push_back({{"title", item.title}, {"path", item.path}});
-  return {{"kind", kind.kind},
-          {"found", {{"contacts", kind.found}, {"rows", rows.found ? Json(*rows.found) : Json()}}},
-          {"table", rows.table},
-          {"written", {{"contacts", rows.written}}},
-          {"merged", {{"rows", rows.merged}}},
-          {"filtered", {{"contacts", rows.filtered}}},
-          {"withoutContent", {{"rows", rows.empty}}},
-          {"unaccounted", {{"rows", rows.unaccounted()}}},
-          {"files", files}};
+  Json json = {{"kind", kind.kind},
+               {"found", {{"contacts", kind.found}, {"rows", rows.found ? Json(*rows.found) : Json()}}},
+               {"table", rows.table},
+               {"written", {{"contacts", rows.written}}},
+               {"merged", {{"rows", rows.merged}}},
+               {"filtered", {{"contacts", rows.filtered}}},
+               {"withoutContent", {{"rows", rows.empty}}},
+               {"unaccounted", {{"rows", rows.unaccounted()}}},
+               {"files", files}};
+  if (kind.pictures) json["written"]["pictures"] = *kind.pictures;
+  return json;
 }
 
 Json notesKindJson(const PDXKindReport& kind) {

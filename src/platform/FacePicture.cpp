@@ -1,0 +1,373 @@
+#include "platform/FacePicture.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+#include <vector>
+#include <vips/vips8>
+
+#include "platform/ImageLimits.h"
+#include "platform/Images.h"
+#include "platform/Text.h"
+
+namespace {
+
+struct Colour {
+  std::uint8_t red;
+  std::uint8_t green;
+  std::uint8_t blue;
+};
+
+/// White stands out from each of them at 4.5 to 1 or more, which is what most people can read.
+constexpr std::array<Colour, 18> kDiscs = {{{0xC6, 0x28, 0x28},
+                                            {0xAD, 0x14, 0x57},
+                                            {0x7B, 0x1F, 0xA2},
+                                            {0x45, 0x27, 0xA0},
+                                            {0x28, 0x35, 0x93},
+                                            {0x15, 0x65, 0xC0},
+                                            {0x01, 0x57, 0x9B},
+                                            {0x00, 0x69, 0x5C},
+                                            {0x2E, 0x7D, 0x32},
+                                            {0x33, 0x69, 0x1E},
+                                            {0x5D, 0x40, 0x37},
+                                            {0x37, 0x47, 0x4F},
+                                            {0xBF, 0x36, 0x0C},
+                                            {0x88, 0x0E, 0x4F},
+                                            {0x1B, 0x5E, 0x20},
+                                            {0x6A, 0x1B, 0x9A},
+                                            {0x00, 0x60, 0x64},
+                                            {0x8A, 0x5A, 0x00}}};
+
+/// Behind pictures that can be seen through.
+constexpr double kBehind = 0xEC;
+
+Colour discFor(const std::string& colourOf) {
+  std::uint64_t hash = 14695981039346656037U;  // FNV-1a: the same on every system and for ever.
+  for (const char c : PDXText::caseFolded(PDXText::composed(colourOf))) {
+    hash = (hash ^ static_cast<std::uint8_t>(c)) * 1099511628211U;
+  }
+  return kDiscs.at((hash ^ hash >> 32) % kDiscs.size());
+}
+
+/// How much of a pixel the disc covers, 0 to 255.
+std::uint8_t coverOf(int column, int row, int size) {
+  const double middle = size / 2.0;
+  const double acrossBy = column + 0.5 - middle;
+  const double downBy = row + 0.5 - middle;
+  const double distance = std::sqrt(acrossBy * acrossBy + downBy * downBy);
+  return static_cast<std::uint8_t>(std::lround(255 * std::clamp(middle - distance + 0.5, 0.0, 1.0)));
+}
+
+PDXFacePicture emptyFace(int size) {
+  const auto side = static_cast<std::size_t>(size);
+  return {.width = size, .height = size, .pixels = PDXBytes(side * side * 4)};
+}
+
+std::uint8_t* pixelOf(PDXFacePicture& face, int column, int row) {
+  const int at = (row * face.width + column) * 4;
+  return face.pixels.data() + at;
+}
+
+template <typename ColourAt>
+PDXFacePicture disc(int size, ColourAt colourAt) {
+  PDXFacePicture face = emptyFace(size);
+  for (int row = 0; row < size; ++row) {
+    for (int column = 0; column < size; ++column) {
+      const Colour colour = colourAt(column, row);
+      std::uint8_t* pixel = pixelOf(face, column, row);
+      pixel[0] = colour.red;
+      pixel[1] = colour.green;
+      pixel[2] = colour.blue;
+      pixel[3] = coverOf(column, row, size);
+    }
+  }
+  return face;
+}
+
+/// The pixels of a picture, decoded. Shared, so that copies cost nothing.
+struct Pixels {
+  explicit Pixels(const vips::VImage& picture)
+      : image(picture.copy_memory()),
+        width(image.width()),
+        height(image.height()),
+        bands(image.bands()),
+        bytes(static_cast<const std::uint8_t*>(image.data())) {}
+
+  const std::uint8_t* at(int column, int row) const {
+    const std::int64_t place = (std::int64_t{row} * width + column) * bands;
+    return bytes + place;
+  }
+
+  vips::VImage image;
+  int width;
+  int height;
+  int bands;
+  const std::uint8_t* bytes;
+};
+
+/// The part of a drawn text that is not empty.
+struct Ink {
+  explicit Ink(const Pixels& pixels) : left(pixels.width), top(pixels.height) {
+    for (int row = 0; row < pixels.height; ++row) {
+      for (int column = 0; column < pixels.width; ++column) {
+        if (pixels.at(column, row)[3] == 0) continue;
+        left = std::min(left, column);
+        right = std::max(right, column + 1);
+        top = std::min(top, row);
+        bottom = std::max(bottom, row + 1);
+      }
+    }
+  }
+
+  int width() const { return std::max(0, right - left); }
+  int height() const { return std::max(0, bottom - top); }
+
+  int left;
+  int top;
+  int right = 0;
+  int bottom = 0;
+};
+
+Pixels drawn(const std::string& letters, double fontSize) {
+  const std::string markup = "<span foreground=\"white\">" + PDXText::escapedForHtml(letters) + "</span>";
+  vips::VImage image =
+      vips::VImage::text(markup.c_str(), vips::VImage::option()
+                                             ->set("font", fmt::format("sans bold {:.2f}", fontSize).c_str())
+                                             ->set("dpi", 72)
+                                             ->set("rgba", true));
+  return Pixels(image);
+}
+
+/// As large as the disc allows, up to the size that short texts have.
+Pixels drawnToFit(const std::string& letters, int size) {
+  const double fontSize = size * 0.42;
+  const double most = size * 0.66;
+  Pixels pixels = drawn(letters, fontSize);
+  const Ink ink(pixels);
+  const int longest = std::max(ink.width(), ink.height());
+  return longest <= most ? std::move(pixels) : drawn(letters, fontSize * most / longest);
+}
+
+/// The same, kept: drawing takes a hundred times as long as a look-up, and many people share initials.
+Pixels keptDrawing(const std::string& letters, int size) {
+  constexpr std::size_t kMost = 1000;
+  static std::mutex lock;
+  static std::unordered_map<std::string, Pixels> kept;
+  const std::string key = std::to_string(size) + " " + letters;
+  {
+    const std::lock_guard guard(lock);
+    if (const auto known = kept.find(key); known != kept.end()) return known->second;
+  }
+  Pixels pixels = drawnToFit(letters, size);
+  const std::lock_guard guard(lock);
+  if (kept.size() >= kMost) kept.clear();
+  kept.try_emplace(key, pixels);
+  return pixels;
+}
+
+void blend(std::uint8_t& pixel, int colour, int share) {
+  pixel = static_cast<std::uint8_t>((pixel * (255 - share) + colour * share + 127) / 255);
+}
+
+void writeInTheMiddle(PDXFacePicture& face, const Pixels& text) {
+  const Ink ink(text);
+  const int left = (face.width - ink.width()) / 2;
+  const int top = (face.height - ink.height()) / 2;
+  for (int row = std::max(0, -top); row < std::min(ink.height(), face.height - top); ++row) {
+    for (int column = std::max(0, -left); column < std::min(ink.width(), face.width - left); ++column) {
+      const std::uint8_t* from = text.at(ink.left + column, ink.top + row);
+      std::uint8_t* to = pixelOf(face, left + column, top + row);
+      for (int band = 0; band < 3; ++band) blend(to[band], from[band], from[3]);
+    }
+  }
+}
+
+/// Whether decoding the picture stays within what a picture may cost.
+bool isAffordable(const PDXBytes& file, std::uint64_t pixels) {
+  if (!PDXImageLimits::canHold(file.size(), pixels)) return false;
+  if (PDXImages::extensionFor(file) != "jpg") return true;
+  return pixels * PDXImageLimits::scanCount(file) <= PDXImageLimits::kMostWork;
+}
+
+vips::VImage opened(const PDXBytes& file, vips::VOption* options) {
+  return vips::VImage::new_from_buffer(
+      file.data(), file.size(), "",
+      options->set("access", VIPS_ACCESS_SEQUENTIAL)->set("fail_on", VIPS_FAIL_ON_WARNING));
+}
+
+/// Goes through all of the picture, and throws where it is cut or damaged: the library's thumbnails are black
+/// there.
+void requireWhole(const PDXBytes& file) {
+  vips::VOption* options = vips::VImage::option();
+  if (PDXImages::extensionFor(file) == "jpg") options->set("shrink", 8);  // Enough to see the file's end.
+  opened(file, options).avg();
+}
+
+vips::VImage thumbnail(const PDXBytes& file, int size) {
+  const std::unique_ptr<VipsBlob, void (*)(VipsBlob*)> blob(
+      vips_blob_new(nullptr, file.data(), file.size()),
+      [](VipsBlob* area) { vips_area_unref(VIPS_AREA(area)); });
+  return vips::VImage::thumbnail_buffer(blob.get(), size,
+                                        vips::VImage::option()
+                                            ->set("height", size)
+                                            ->set("crop", VIPS_INTERESTING_CENTRE)
+                                            ->set("fail_on", VIPS_FAIL_ON_WARNING));
+}
+
+/// Red, green and blue of each pixel.
+Pixels opaque(const vips::VImage& picture) {
+  vips::VImage image = picture.colourspace(VIPS_INTERPRETATION_sRGB);
+  if (image.has_alpha())
+    image = image.flatten(vips::VImage::option()->set("background", std::vector<double>{kBehind}));
+  return Pixels(image.cast(VIPS_FORMAT_UCHAR));
+}
+
+/// How much the pixels of a row or column have of one that is smaller: `first` and those behind it.
+struct Shares {
+  int first;
+  std::vector<float> parts;
+};
+
+/// @param start  where the part begins that is made smaller, `length` pixels long.
+std::vector<Shares> sharesFor(int start, int length, int size) {
+  std::vector<Shares> all;
+  all.reserve(static_cast<std::size_t>(size));
+  const double scale = static_cast<double>(length) / size;
+  for (int i = 0; i < size; ++i) {
+    const double from = i * scale;
+    const double to = std::min<double>(length, from + scale);
+    Shares shares{.first = start + static_cast<int>(from), .parts = {}};
+    for (int at = static_cast<int>(from); at < to; ++at) {
+      const double part = std::min<double>(at + 1, to) - std::max<double>(at, from);
+      shares.parts.push_back(static_cast<float>(part / (to - from)));
+    }
+    all.push_back(std::move(shares));
+  }
+  return all;
+}
+
+Colour meanOf(const Pixels& picture, const Shares& across, const Shares& down) {
+  std::array<float, 3> sums{};
+  for (std::size_t y = 0; y < down.parts.size(); ++y) {
+    const std::uint8_t* pixel = picture.at(across.first, down.first + static_cast<int>(y));
+    for (const float part : across.parts) {
+      for (std::size_t band = 0; band < 3; ++band) sums.at(band) += part * down.parts[y] * pixel[band];
+      pixel += picture.bands;
+    }
+  }
+  const auto rounded = [](float sum) {
+    return static_cast<std::uint8_t>(std::lround(std::min(sum, 255.0F)));
+  };
+  return {rounded(sums[0]), rounded(sums[1]), rounded(sums[2])};
+}
+
+/// The middle of an ordinary picture, which is decoded once and made smaller by the mean of its pixels: most
+/// pictures of people are small, and what the library sets up for a thumbnail takes longer than all of this.
+/// Nothing for one that has to be turned, has other colours or is too large or small for it.
+std::optional<PDXFacePicture> ordinary(const PDXBytes& file, const vips::VImage& header, int size) {
+  constexpr int kMostSide = 2048;
+  const bool isJpeg = PDXImages::extensionFor(file) == "jpg";
+  int shrink = 1;
+  while (isJpeg && shrink < 8 && std::min(header.width(), header.height()) / (shrink * 2) >= size * 2)
+    shrink *= 2;
+  const vips::VImage image =
+      shrink == 1 ? header : opened(file, vips::VImage::option()->set("shrink", shrink));
+  const int side = std::min(image.width(), image.height());
+  const bool isUpright =
+      image.get_typeof(VIPS_META_ORIENTATION) == 0 || image.get_int(VIPS_META_ORIENTATION) == 1;
+  if (!isUpright || side < size || std::max(image.width(), image.height()) > kMostSide ||
+      image.bands() != 3 || image.format() != VIPS_FORMAT_UCHAR ||
+      image.interpretation() != VIPS_INTERPRETATION_sRGB)
+    return std::nullopt;
+  const Pixels picture(image);
+  const auto across = sharesFor((picture.width - side) / 2, side, size);
+  const auto down = sharesFor((picture.height - side) / 2, side, size);
+  return disc(size, [&](int column, int row) {
+    return meanOf(picture, across[static_cast<std::size_t>(column)], down[static_cast<std::size_t>(row)]);
+  });
+}
+
+}  // namespace
+
+namespace PDXFaces {
+
+std::optional<PDXFacePicture> fromPicture(const PDXBytes& file, int size) {
+  if (size <= 0 || PDXImages::extensionFor(file).empty() || !PDXImages::isReady()) return std::nullopt;
+  try {
+    const vips::VImage header = opened(file, vips::VImage::option());
+    const auto pixels =
+        static_cast<std::uint64_t>(header.width()) * static_cast<std::uint64_t>(header.height());
+    if (!isAffordable(file, pixels)) return std::nullopt;
+    const auto turn = PDXImageLimits::turnFor(pixels);
+    if (auto face = ordinary(file, header, size)) return face;
+    requireWhole(file);
+    const Pixels square = opaque(thumbnail(file, size));
+    if (square.width < size || square.height < size || square.bands < 3) return std::nullopt;
+    return disc(size, [&](int column, int row) {
+      const std::uint8_t* pixel = square.at(column, row);
+      return Colour{pixel[0], pixel[1], pixel[2]};
+    });
+  } catch (const vips::VError&) {
+    vips_error_clear();
+    return std::nullopt;
+  }
+}
+
+PDXFacePicture fromLetters(const std::string& letters, const std::string& colourOf, int size) {
+  const Colour colour = discFor(colourOf);
+  PDXFacePicture face = disc(size, [&](int, int) { return colour; });
+  if (letters.empty() || !PDXImages::isReady()) return face;
+  try {
+    const Pixels text = keptDrawing(letters, size);
+    if (text.bands == 4) writeInTheMiddle(face, text);
+  } catch (const vips::VError&) {
+    vips_error_clear();
+  }
+  return face;
+}
+
+std::optional<PDXBytes> asPng(const PDXFacePicture& face) {
+  if (face.empty() || !PDXImages::isReady()) return std::nullopt;
+  try {
+    const vips::VImage image =
+        vips::VImage::new_from_memory(const_cast<std::uint8_t*>(face.pixels.data()), face.pixels.size(),
+                                      face.width, face.height, 4, VIPS_FORMAT_UCHAR);
+    void* buffer = nullptr;
+    std::size_t size = 0;
+    image.get_image()->Type = VIPS_INTERPRETATION_sRGB;
+    image.write_to_buffer(".png", &buffer, &size, vips::VImage::option()->set("strip", true));
+    const std::unique_ptr<void, void (*)(void*)> owned(buffer, g_free);
+    const auto* bytes = static_cast<const std::uint8_t*>(buffer);
+    return PDXBytes(bytes, bytes + size);
+  } catch (const vips::VError&) {
+    vips_error_clear();
+    return std::nullopt;
+  }
+}
+
+std::optional<PDXFacePicture> fromPng(const PDXBytes& file) {
+  constexpr int kMostPixels = 1 << 16;
+  if (PDXImages::extensionFor(file) != "png" || !PDXImages::isReady()) return std::nullopt;
+  try {
+    const vips::VImage image = vips::VImage::new_from_buffer(file.data(), file.size(), "");
+    if (image.bands() != 4 || image.width() > kMostPixels / image.height()) return std::nullopt;
+    if (image.format() != VIPS_FORMAT_UCHAR) return std::nullopt;
+    const Pixels pixels(image);
+    const int count = pixels.width * pixels.height * pixels.bands;
+    return PDXFacePicture{.width = pixels.width,
+                          .height = pixels.height,
+                          .pixels = PDXBytes(pixels.bytes, pixels.bytes + count)};
+  } catch (const vips::VError&) {
+    vips_error_clear();
+    return std::nullopt;
+  }
+}
+
+}  // namespace PDXFaces
