@@ -1,6 +1,7 @@
 #include "platform/FacePicture.h"
 
 #include <fmt/format.h>
+#include <png.h>
 
 #include <algorithm>
 #include <array>
@@ -333,23 +334,23 @@ PDXFacePicture fromLetters(const std::string& letters, const std::string& colour
   return face;
 }
 
+/// By the format's own library: what the other one sets up for each file takes ten times as long as the rest.
 std::optional<PDXBytes> asPng(const PDXFacePicture& face) {
-  if (face.empty() || !PDXImages::isReady()) return std::nullopt;
-  try {
-    const vips::VImage image =
-        vips::VImage::new_from_memory(const_cast<std::uint8_t*>(face.pixels.data()), face.pixels.size(),
-                                      face.width, face.height, 4, VIPS_FORMAT_UCHAR);
-    void* buffer = nullptr;
-    std::size_t size = 0;
-    image.get_image()->Type = VIPS_INTERPRETATION_sRGB;
-    image.write_to_buffer(".png", &buffer, &size, vips::VImage::option()->set("strip", true));
-    const std::unique_ptr<void, void (*)(void*)> owned(buffer, g_free);
-    const auto* bytes = static_cast<const std::uint8_t*>(buffer);
-    return PDXBytes(bytes, bytes + size);
-  } catch (const vips::VError&) {
-    vips_error_clear();
-    return std::nullopt;
-  }
+  if (face.empty()) return std::nullopt;
+  png_image image{};
+  image.version = PNG_IMAGE_VERSION;
+  image.width = static_cast<png_uint_32>(face.width);
+  image.height = static_cast<png_uint_32>(face.height);
+  image.format = PNG_FORMAT_RGBA;
+  image.flags = PNG_IMAGE_FLAG_FAST;
+  png_alloc_size_t size = PNG_IMAGE_PNG_SIZE_MAX(image);
+  PDXBytes bytes(size);
+  const bool isWritten =
+      png_image_write_to_memory(&image, bytes.data(), &size, 0, face.pixels.data(), 0, nullptr) != 0;
+  png_image_free(&image);
+  if (!isWritten) return std::nullopt;
+  bytes.resize(size);
+  return bytes;
 }
 
 std::optional<PDXFacePicture> fromPng(const PDXBytes& file) {
