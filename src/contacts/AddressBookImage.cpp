@@ -24,7 +24,7 @@ PDXAddressBookImage::generateAddressBookImageWithFirstNameSecondNameContactImage
 PDXBytes PDXAddressBookImage::pictureOf(const PDXContactEntry& contact) {
   PDXBytes picture = contact.picture.bytes();
   if (picture.size() > 1 && PDXImages::extensionFor(picture).empty()) {
-    const PDXBytes behindFirst(picture.begin() + 1, picture.end());
+    PDXBytes behindFirst(picture.begin() + 1, picture.end());
     if (!PDXImages::extensionFor(behindFirst).empty()) return behindFirst;
   }
   return picture;
