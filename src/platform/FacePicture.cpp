@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 #include <png.h>
+#include <turbojpeg.h>
 
 #include <algorithm>
 #include <array>
@@ -15,6 +16,7 @@
 #include <vips/vips8>
 
 #include "platform/ImageLimits.h"
+#include "platform/ImageOrientation.h"
 #include "platform/Images.h"
 #include "platform/Text.h"
 
@@ -92,25 +94,29 @@ PDXFacePicture disc(int size, ColourAt colourAt) {
   return face;
 }
 
-/// The pixels of a picture, decoded. Shared, so that copies cost nothing.
-struct Pixels {
-  explicit Pixels(const vips::VImage& picture)
-      : image(picture.copy_memory()),
-        width(image.width()),
-        height(image.height()),
-        bands(image.bands()),
-        bytes(static_cast<const std::uint8_t*>(image.data())) {}
-
+/// Rows from the top, `bands` bytes a pixel.
+struct View {
   const std::uint8_t* at(int column, int row) const {
     const std::int64_t place = (std::int64_t{row} * width + column) * bands;
     return bytes + place;
   }
 
+  int width = 0;
+  int height = 0;
+  int bands = 0;
+  const std::uint8_t* bytes = nullptr;
+};
+
+/// The pixels of a picture, decoded. Shared, so that copies cost nothing.
+struct Pixels : View {
+  explicit Pixels(const vips::VImage& picture) : image(picture.copy_memory()) {
+    width = image.width();
+    height = image.height();
+    bands = image.bands();
+    bytes = static_cast<const std::uint8_t*>(image.data());
+  }
+
   vips::VImage image;
-  int width;
-  int height;
-  int bands;
-  const std::uint8_t* bytes;
 };
 
 /// The part of a drawn text that is not empty.
@@ -254,7 +260,7 @@ std::vector<Shares> sharesFor(int start, int length, int size) {
   return all;
 }
 
-Colour meanOf(const Pixels& picture, const Shares& across, const Shares& down) {
+Colour meanOf(const View& picture, const Shares& across, const Shares& down) {
   std::array<float, 3> sums{};
   for (std::size_t y = 0; y < down.parts.size(); ++y) {
     const std::uint8_t* pixel = picture.at(across.first, down.first + static_cast<int>(y));
@@ -269,25 +275,9 @@ Colour meanOf(const Pixels& picture, const Shares& across, const Shares& down) {
   return {rounded(sums[0]), rounded(sums[1]), rounded(sums[2])};
 }
 
-/// The middle of an ordinary picture, which is decoded once and made smaller by the mean of its pixels: most
-/// pictures of people are small, and what the library sets up for a thumbnail takes longer than all of this.
-/// Nothing for one that has to be turned, has other colours or is too large or small for it.
-std::optional<PDXFacePicture> ordinary(const PDXBytes& file, const vips::VImage& header, int size) {
-  constexpr int kMostSide = 2048;
-  const bool isJpeg = PDXImages::extensionFor(file) == "jpg";
-  int shrink = 1;
-  while (isJpeg && shrink < 8 && std::min(header.width(), header.height()) / (shrink * 2) >= size * 2)
-    shrink *= 2;
-  const vips::VImage image =
-      shrink == 1 ? header : opened(file, vips::VImage::option()->set("shrink", shrink));
-  const int side = std::min(image.width(), image.height());
-  const bool isUpright =
-      image.get_typeof(VIPS_META_ORIENTATION) == 0 || image.get_int(VIPS_META_ORIENTATION) == 1;
-  if (!isUpright || side < size || std::max(image.width(), image.height()) > kMostSide ||
-      image.bands() != 3 || image.format() != VIPS_FORMAT_UCHAR ||
-      image.interpretation() != VIPS_INTERPRETATION_sRGB)
-    return std::nullopt;
-  const Pixels picture(image);
+/// The middle of a picture, made smaller by the mean of its pixels.
+PDXFacePicture smaller(const View& picture, int size) {
+  const int side = std::min(picture.width, picture.height);
   const auto across = sharesFor((picture.width - side) / 2, side, size);
   const auto down = sharesFor((picture.height - side) / 2, side, size);
   return disc(size, [&](int column, int row) {
@@ -295,19 +285,61 @@ std::optional<PDXFacePicture> ordinary(const PDXBytes& file, const vips::VImage&
   });
 }
 
+/// The smallest of the decoder's sizes that leaves two pixels or more for each of the face's.
+tjscalingfactor scaleFor(int side, int size) {
+  tjscalingfactor scale{1, 1};
+  while (scale.denom < 8 && side / (scale.denom * 2) >= size * 2) scale.denom *= 2;
+  return scale;
+}
+
+/// An ordinary JPEG, decoded by its own library: most pictures of people are small ones, and what the other
+/// library sets up for each takes ten times as long. Nothing for one that has to be turned, has other
+/// colours, is too small or large for it, cut or damaged; the other one decides then.
+std::optional<PDXFacePicture> ordinaryJpeg(const PDXBytes& file, int size) {
+  constexpr int kMostSide = 2048;
+  const auto head = PDXImageOrientation::headOf(file);
+  if (!head || !head->reachesPixels || head->orientation != 1) return std::nullopt;
+  const std::unique_ptr<void, int (*)(void*)> decoder(tjInitDecompress(), tjDestroy);
+  const auto bytes = static_cast<unsigned long>(file.size());
+  View picture;
+  int sampling = 0;
+  int colours = 0;
+  if (decoder == nullptr || tjDecompressHeader3(decoder.get(), file.data(), bytes, &picture.width,
+                                                &picture.height, &sampling, &colours) != 0)
+    return std::nullopt;
+  const auto pixels = static_cast<std::uint64_t>(picture.width) * static_cast<std::uint64_t>(picture.height);
+  const int side = std::min(picture.width, picture.height);
+  if (side < size || colours == TJCS_CMYK || colours == TJCS_YCCK || !isAffordable(file, pixels))
+    return std::nullopt;
+  const tjscalingfactor scale = scaleFor(side, size);
+  picture.width = TJSCALED(picture.width, scale);
+  picture.height = TJSCALED(picture.height, scale);
+  picture.bands = 3;
+  if (std::max(picture.width, picture.height) > kMostSide) return std::nullopt;
+  const auto turn = PDXImageLimits::turnFor(pixels);
+  PDXBytes decoded(static_cast<std::size_t>(picture.width) * static_cast<std::size_t>(picture.height) * 3);
+  picture.bytes = decoded.data();
+  if (tjDecompress2(decoder.get(), file.data(), bytes, decoded.data(), picture.width, 0, picture.height,
+                    TJPF_RGB, TJFLAG_STOPONWARNING) != 0)
+    return std::nullopt;
+  return smaller(picture, size);
+}
+
 }  // namespace
 
 namespace PDXFaces {
 
 std::optional<PDXFacePicture> fromPicture(const PDXBytes& file, int size) {
-  if (size <= 0 || PDXImages::extensionFor(file).empty() || !PDXImages::isReady()) return std::nullopt;
+  const std::string format = PDXImages::extensionFor(file);
+  if (size <= 0 || format.empty()) return std::nullopt;
+  if (auto face = format == "jpg" ? ordinaryJpeg(file, size) : std::nullopt) return face;
+  if (!PDXImages::isReady()) return std::nullopt;
   try {
     const vips::VImage header = opened(file, vips::VImage::option());
     const auto pixels =
         static_cast<std::uint64_t>(header.width()) * static_cast<std::uint64_t>(header.height());
     if (!isAffordable(file, pixels)) return std::nullopt;
     const auto turn = PDXImageLimits::turnFor(pixels);
-    if (auto face = ordinary(file, header, size)) return face;
     requireWhole(file);
     const Pixels square = opaque(thumbnail(file, size));
     if (square.width < size || square.height < size || square.bands < 3) return std::nullopt;
