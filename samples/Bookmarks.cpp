@@ -151,7 +151,7 @@ std::string chromeDocument() {
 
 std::string write(PDXSampleBackupFolder& folder, int version) {
   const std::string store = PDXFiles::joined(folder.workFolder(), "Bookmarks.db");
-  const std::string why = writeStore(store, version);
+  std::string why = writeStore(store, version);
   if (!why.empty()) return why;
   folder.takeFile("HomeDomain", "Library/Safari/Bookmarks.db", store);
   folder.addFile("AppDomain-com.google.chrome.ios",

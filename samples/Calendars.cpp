@@ -187,7 +187,7 @@ std::string writeStore(const std::string& path, int version) {
 
 std::string write(PDXSampleBackupFolder& folder, int version) {
   const std::string store = PDXFiles::joined(folder.workFolder(), "Calendar.sqlitedb");
-  const std::string why = writeStore(store, version);
+  std::string why = writeStore(store, version);
   if (why.empty()) folder.takeFile("HomeDomain", "Library/Calendar/Calendar.sqlitedb", store);
   return why;
 }

@@ -233,7 +233,7 @@ std::string writeLibrary(const std::string& path, int version) {
 
 std::string write(PDXSampleBackupFolder& folder, int version) {
   const std::string library = PDXFiles::joined(folder.workFolder(), "MediaLibrary.sqlitedb");
-  const std::string why = writeLibrary(library, version);
+  std::string why = writeLibrary(library, version);
   if (!why.empty()) return why;
   const std::string domain = "MediaDomain";
   folder.takeFile(domain, "Media/iTunes_Control/iTunes/MediaLibrary.sqlitedb", library);

@@ -269,6 +269,7 @@ void PDXChromeBookmarks::take_(std::vector<PDXChromeNode>& nodes, bool isWhole) 
   PDXProblemSeries dates("date of a bookmark", storePath_);
   PDXProblemSeries twice("identifier of a bookmark", storePath_);
   std::vector<std::size_t> places(nodes.size());  // Among the stored items; kLost for what is left out.
+  std::vector<std::int64_t> identifiers(nodes.size());
   std::vector<bool> isListed(nodes.size());
   for (std::size_t i = 0; i < nodes.size(); ++i) {
     Node& node = nodes[i];
@@ -284,15 +285,14 @@ void PDXChromeBookmarks::take_(std::vector<PDXChromeNode>& nodes, bool isWhole) 
     }
     item.type = kChrome;
     item.isFolder = node.type == "folder";
-    item.parent = isInRoot ? 0 : nodes[node.holder].item.identifier;
+    item.parent = isInRoot ? 0 : identifiers[node.holder];
     const std::string fault = faultOf(node);
     if (!fault.empty()) damaged.add(placeOf(item), fault);
     setDates(node, dates);
     isListed[i] = isWhole && fault.empty() && (isInRoot || isListed[node.holder]);
     if (isListed[i] && itemWithIdentifier(item.identifier) != nullptr)
       twice.add(placeOf(item), "another one has it too");
-    PDXBookmarkItem taken = std::move(item);
-    item.identifier = taken.identifier;
-    add_(std::move(taken), isInRoot ? kRoot : places[node.holder], isListed[i]);
+    identifiers[i] = item.identifier;
+    add_(std::move(item), isInRoot ? kRoot : places[node.holder], isListed[i]);
   }
 }

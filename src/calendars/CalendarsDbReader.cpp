@@ -368,14 +368,15 @@ std::optional<PDXCalendarsDbReader::RowCounts> PDXCalendarsDbReader::storedEvent
   RowCounts counts;
   const auto tables = EventTable::in(database);
   for (const EventTable& table : tables) {
-    const std::string from = std::string(" FROM ") + table.name + " event";
-    const auto rows = counted(database, "SELECT count(*)" + from + " NOT INDEXED");
-    const auto inInboxes = counted(database, "SELECT count(*)" + from + " WHERE " + inbox);
-    const auto repeated = owner.empty()
-                              ? std::optional<std::size_t>(0)
-                              : counted(database, "SELECT count(*) - count(DISTINCT event.ROWID)" + from +
-                                                      " JOIN Recurrence recur ON event.ROWID = recur." +
-                                                      owner + " WHERE NOT ifnull(" + inbox + ", 0)");
+    const auto rows = counted(database, fmt::format("SELECT count(*) FROM {} event NOT INDEXED", table.name));
+    const auto inInboxes =
+        counted(database, fmt::format("SELECT count(*) FROM {} event WHERE {}", table.name, inbox));
+    const auto repeated =
+        owner.empty() ? std::optional<std::size_t>(0)
+                      : counted(database, fmt::format("SELECT count(*) - count(DISTINCT event.ROWID) FROM {} "
+                                                      "event JOIN Recurrence recur ON event.ROWID = recur.{} "
+                                                      "WHERE NOT ifnull({}, 0)",
+                                                      table.name, owner, inbox));
     if (!rows || !inInboxes || !repeated) return std::nullopt;
     counts.rows += *rows;
     counts.inInboxes += *inInboxes;

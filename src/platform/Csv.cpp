@@ -18,7 +18,7 @@ bool wouldRun(std::string_view text) {
 /// What asks for quotes, and what must not stand as it is.
 constexpr std::array<bool, 256> kIsSpecial = [] {
   std::array<bool, 256> table{};
-  for (const unsigned char c : {',', ';', '"', '\r', '\n', '\0'}) table[c] = true;
+  for (const char c : {',', ';', '"', '\r', '\n', '\0'}) table[static_cast<unsigned char>(c)] = true;
   return table;
 }();
 

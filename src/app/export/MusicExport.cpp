@@ -1,5 +1,7 @@
 #include "app/export/MusicExport.h"
 
+#include <fmt/format.h>
+
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -70,7 +72,7 @@ class TrackFiles {
     const std::string ending = type.empty() ? "" : "." + type;
     std::string path = folder + name;
     for (unsigned i = 1; !taken_.insert(PDXText::caseFolded(path)).second; ++i)
-      path = folder + stem + " (" + std::to_string(i) + ")" + ending;
+      path = fmt::format("{}{} ({}){}", folder, stem, i, ending);
     return path;
   }
 
@@ -193,7 +195,7 @@ class Writer {
 std::string playlistFile(PDXDeviceData& deviceData, const std::string& libraryCopy, std::string path) {
   if (path.starts_with(kMediaRoot)) path.erase(0, std::string_view(kMediaRoot).size());
   while (path.starts_with('/')) path.erase(0, 1);
-  const std::string copy = PDXFiles::joined(PDXFiles::folderOf(libraryCopy), "playlist");
+  std::string copy = PDXFiles::joined(PDXFiles::folderOf(libraryCopy), "playlist");
   for (const char* folder : {"Media/", ""}) {
     if (deviceData.copyOfFileByRelativePathInDomain(folder + path, PDXMusicLibraryFile::kDomain, copy))
       return copy;
