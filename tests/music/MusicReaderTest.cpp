@@ -138,7 +138,8 @@ PDXBytes entries(const std::vector<std::int64_t>& tracks, std::size_t more = 0) 
 
 TEST_F(MusicReader, ReadsPlaylistsWhereverTheyAreKept) {
   const auto library = withTrack(withTrack(withTrack(oldest(), 1), -2), 3);
-  const auto lists = library.table("container", "container_pid INTEGER, name, is_hidden").row("container", 9, "P", 0);
+  const auto lists =
+      library.table("container", "container_pid INTEGER, name, is_hidden").row("container", 9, "P", 0);
   const TrackPlaylist playlist{"9", "P", ""};
   const struct {
     const char* fault;
