@@ -226,8 +226,11 @@ class ChatCounts {
       : count_(database.prepare("select count (chat_id) from chat_message_join where chat_id=?;")),
         newest_(database.prepare("select date from message where handle_id=? order by date desc limit 1;")) {}
 
+  /// The last answer is kept: a group is asked for once with each of its members.
   std::int32_t getMessageCountForChatId_(std::int64_t chatId) {
-    return static_cast<std::int32_t>(firstNumber(count_, chatId));
+    if (chatId != lastChat_) lastCount_ = static_cast<std::int32_t>(firstNumber(count_, chatId));
+    lastChat_ = chatId;
+    return lastCount_;
   }
 
   /// Whether the last count could not be made, so that its 0 says nothing about the chat.
@@ -256,6 +259,8 @@ class ChatCounts {
 
   PDXSQLiteStatement count_;
   PDXSQLiteStatement newest_;
+  std::optional<std::int64_t> lastChat_;
+  std::int32_t lastCount_ = 0;
   std::string damage_;
 };
 
