@@ -1,11 +1,16 @@
 #include "contacts/ContactPicture.h"
 
-#include "platform/Sqlite.h"
-
-PDXBytes PDXContactPicture::bytes() const {
-  if (store_ == nullptr) return bytes_;
-  const PDXSQLiteDatabase database(store_->databasePath);
-  auto rows = database.prepare(store_->query);
-  rows.bind(1, row_);
-  return rows.step() ? rows.blob(0) : PDXBytes();
+PDXBytes PDXContactPictureStore::bytesInRow(std::int64_t row) {
+  const std::lock_guard guard(lock_);
+  if (!rows_) {
+    database_ = PDXSQLiteDatabase(databasePath_);
+    rows_.emplace(database_.prepare(query_));
+  }
+  rows_->reset();
+  rows_->bind(1, row);
+  PDXBytes picture = rows_->step() ? rows_->blob(0) : PDXBytes();
+  rows_->reset();
+  return picture;
 }
+
+PDXBytes PDXContactPicture::bytes() const { return store_ == nullptr ? bytes_ : store_->bytesInRow(row_); }

@@ -205,8 +205,8 @@ class AddressBook {
       : book_(openedBook(path)), pictures_(openedPictures(picturesPath)) {
     // One lock for the whole read: hundreds of thousands of questions would each take their own.
     for (const OpenedDatabase* database : {&book_, &pictures_}) database->handle().run("BEGIN");
-    pictureStore_->databasePath = picturesPath;
-    pictureStore_->query = "SELECT data FROM " + picturesTable_ + " WHERE rowid=?;";
+    pictureStore_ = std::make_shared<PDXContactPictureStore>(
+        picturesPath, "SELECT data FROM " + picturesTable_ + " WHERE rowid=?;");
   }
 
   std::vector<PDXContactEntry> people() {
@@ -315,7 +315,7 @@ class AddressBook {
   std::string picturesTable_ = tableOfPictures(pictures_.handle());
   PDXSQLiteStatement picture_ =
       pictures_.handle().prepare("SELECT rowid, length(data) FROM " + picturesTable_ + " WHERE record_id=?;");
-  std::shared_ptr<PDXContactPicture::Store> pictureStore_ = std::make_shared<PDXContactPicture::Store>();
+  std::shared_ptr<PDXContactPictureStore> pictureStore_;
   std::vector<std::string> labels_;
 };
 

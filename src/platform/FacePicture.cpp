@@ -12,6 +12,7 @@
 #include <mutex>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 #include <vips/vips8>
 
@@ -51,6 +52,9 @@ constexpr std::array<Colour, 18> kDiscs = {{{0xC6, 0x28, 0x28},
 /// Behind pictures that can be seen through.
 constexpr double kBehind = 0xEC;
 
+/// Pictures that are decoded to more pixels a side are left to the library that goes through them in strips.
+constexpr int kMostSide = 2048;
+
 Colour discFor(const std::string& colourOf) {
   std::uint64_t hash = 14695981039346656037U;  // FNV-1a: the same on every system and for ever.
   for (const char c : PDXText::caseFolded(PDXText::composed(colourOf))) {
@@ -64,8 +68,10 @@ std::uint8_t coverOf(int column, int row, int size) {
   const double middle = size / 2.0;
   const double acrossBy = column + 0.5 - middle;
   const double downBy = row + 0.5 - middle;
-  const double distance = std::sqrt(acrossBy * acrossBy + downBy * downBy);
-  return static_cast<std::uint8_t>(std::lround(255 * std::clamp(middle - distance + 0.5, 0.0, 1.0)));
+  const double squared = acrossBy * acrossBy + downBy * downBy;
+  if (squared <= (middle - 0.5) * (middle - 0.5)) return 255;
+  if (squared >= (middle + 0.5) * (middle + 0.5)) return 0;
+  return static_cast<std::uint8_t>(std::lround(255 * (middle - std::sqrt(squared) + 0.5)));
 }
 
 PDXFacePicture emptyFace(int size) {
@@ -260,28 +266,69 @@ std::vector<Shares> sharesFor(int start, int length, int size) {
   return all;
 }
 
-Colour meanOf(const View& picture, const Shares& across, const Shares& down) {
-  std::array<float, 3> sums{};
-  for (std::size_t y = 0; y < down.parts.size(); ++y) {
-    const std::uint8_t* pixel = picture.at(across.first, down.first + static_cast<int>(y));
-    for (const float part : across.parts) {
-      for (std::size_t band = 0; band < 3; ++band) sums.at(band) += part * down.parts[y] * pixel[band];
-      pixel += picture.bands;
-    }
+/// The mean of rows, byte by byte from a column on.
+void addUp(std::vector<float>& sums, const View& picture, int column, const Shares& rows) {
+  std::fill(sums.begin(), sums.end(), 0.0F);
+  for (std::size_t i = 0; i < rows.parts.size(); ++i) {
+    const std::uint8_t* bytes = picture.at(column, rows.first + static_cast<int>(i));
+    const float part = rows.parts[i];
+    for (std::size_t at = 0; at < sums.size(); ++at) sums[at] += part * bytes[at];
   }
-  const auto rounded = [](float sum) {
-    return static_cast<std::uint8_t>(std::lround(std::min(sum, 255.0F)));
-  };
-  return {rounded(sums[0]), rounded(sums[1]), rounded(sums[2])};
 }
 
-/// The middle of a picture, made smaller by the mean of its pixels.
-PDXFacePicture smaller(const View& picture, int size) {
+/// The mean of the pixels of such a row that belong together.
+Colour meanOf(const std::vector<float>& row, const Shares& columns) {
+  std::array<float, 3> sums{0.5F, 0.5F, 0.5F};
+  const float* pixel = row.data() + std::ptrdiff_t{3} * columns.first;
+  for (const float part : columns.parts) {
+    for (std::size_t band = 0; band < 3; ++band) sums[band] += part * pixel[band];
+    pixel += 3;
+  }
+  const auto whole = [](float sum) { return static_cast<std::uint8_t>(std::min(sum, 255.0F)); };
+  return {whole(sums[0]), whole(sums[1]), whole(sums[2])};
+}
+
+/// Where a pixel of an upright square lies in the stored one.
+/// @param orientation  how the stored one has to be turned, 1 to 8 as EXIF counts.
+std::pair<int, int> storedPlace(int column, int row, int size, int orientation) {
+  const int last = size - 1;
+  switch (orientation) {
+    case 2:
+      return {last - column, row};
+    case 3:
+      return {last - column, last - row};
+    case 4:
+      return {column, last - row};
+    case 5:
+      return {row, column};
+    case 6:
+      return {row, last - column};
+    case 7:
+      return {last - row, last - column};
+    case 8:
+      return {last - row, column};
+    default:
+      return {column, row};
+  }
+}
+
+/// The middle of a picture, upright, made smaller by the mean of its pixels.
+/// @param picture  with three bytes a pixel.
+PDXFacePicture smaller(const View& picture, int size, int orientation) {
   const int side = std::min(picture.width, picture.height);
-  const auto across = sharesFor((picture.width - side) / 2, side, size);
+  const int left = (picture.width - side) / 2;
+  const auto across = sharesFor(0, side, size);
   const auto down = sharesFor((picture.height - side) / 2, side, size);
-  return disc(size, [&](int column, int row) {
-    return meanOf(picture, across[static_cast<std::size_t>(column)], down[static_cast<std::size_t>(row)]);
+  std::vector<Colour> square;
+  square.reserve(across.size() * down.size());
+  std::vector<float> row(static_cast<std::size_t>(side) * 3);
+  for (const Shares& rows : down) {
+    addUp(row, picture, left, rows);
+    for (const Shares& columns : across) square.push_back(meanOf(row, columns));
+  }
+  return disc(size, [&](int column, int line) {
+    const auto [x, y] = storedPlace(column, line, size, orientation);
+    return square[static_cast<std::size_t>(y * size + x)];
   });
 }
 
@@ -293,12 +340,11 @@ tjscalingfactor scaleFor(int side, int size) {
 }
 
 /// An ordinary JPEG, decoded by its own library: most pictures of people are small ones, and what the other
-/// library sets up for each takes ten times as long. Nothing for one that has to be turned, has other
-/// colours, is too small or large for it, cut or damaged; the other one decides then.
+/// library sets up for each takes ten times as long. Nothing for one that has other colours, is too small or
+/// large for it, cut or damaged; the other one decides then.
 std::optional<PDXFacePicture> ordinaryJpeg(const PDXBytes& file, int size) {
-  constexpr int kMostSide = 2048;
   const auto head = PDXImageOrientation::headOf(file);
-  if (!head || !head->reachesPixels || head->orientation != 1) return std::nullopt;
+  if (!head || !head->reachesPixels) return std::nullopt;
   const std::unique_ptr<void, int (*)(void*)> decoder(tjInitDecompress(), tjDestroy);
   const auto bytes = static_cast<unsigned long>(file.size());
   View picture;
@@ -322,7 +368,42 @@ std::optional<PDXFacePicture> ordinaryJpeg(const PDXBytes& file, int size) {
   if (tjDecompress2(decoder.get(), file.data(), bytes, decoded.data(), picture.width, 0, picture.height,
                     TJPF_RGB, TJFLAG_STOPONWARNING) != 0)
     return std::nullopt;
-  return smaller(picture, size);
+  return smaller(picture, size, head->orientation);
+}
+
+/// Whether a PNG has metadata that may say how it has to be turned.
+bool mayBeTurned(const PDXBytes& png) {
+  constexpr std::string_view kMetadata = "eXIf";
+  return std::search(png.begin(), png.end(), kMetadata.begin(), kMetadata.end()) != png.end();
+}
+
+/// The same for a PNG by its own library. Nothing for one that may have to be turned, is too small or large
+/// for it, cut or damaged.
+std::optional<PDXFacePicture> ordinaryPng(const PDXBytes& file, int size) {
+  png_image image{};
+  image.version = PNG_IMAGE_VERSION;
+  const std::unique_ptr<png_image, void (*)(png_image*)> freed(&image, png_image_free);
+  if (png_image_begin_read_from_memory(&image, file.data(), file.size()) == 0) return std::nullopt;
+  const png_uint_32 least = std::min(image.width, image.height);
+  const png_uint_32 most = std::max(image.width, image.height);
+  if (least < static_cast<png_uint_32>(size) || most > kMostSide || mayBeTurned(file)) return std::nullopt;
+  if (!isAffordable(file, std::uint64_t{image.width} * image.height)) return std::nullopt;
+  image.format = PNG_FORMAT_RGB;
+  constexpr auto kLevel = static_cast<png_byte>(kBehind);
+  const png_color behind{kLevel, kLevel, kLevel};
+  PDXBytes decoded(PNG_IMAGE_SIZE(image));
+  if (png_image_finish_read(&image, &behind, decoded.data(), 0, nullptr) == 0) return std::nullopt;
+  View picture;
+  picture.width = static_cast<int>(image.width);
+  picture.height = static_cast<int>(image.height);
+  picture.bands = 3;
+  picture.bytes = decoded.data();
+  return smaller(picture, size, 1);
+}
+
+std::optional<PDXFacePicture> ordinaryPicture(const PDXBytes& file, const std::string& format, int size) {
+  if (format == "jpg") return ordinaryJpeg(file, size);
+  return format == "png" ? ordinaryPng(file, size) : std::nullopt;
 }
 
 }  // namespace
@@ -332,7 +413,7 @@ namespace PDXFaces {
 std::optional<PDXFacePicture> fromPicture(const PDXBytes& file, int size) {
   const std::string format = PDXImages::extensionFor(file);
   if (size <= 0 || format.empty()) return std::nullopt;
-  if (auto face = format == "jpg" ? ordinaryJpeg(file, size) : std::nullopt) return face;
+  if (auto face = ordinaryPicture(file, format, size)) return face;
   if (!PDXImages::isReady()) return std::nullopt;
   try {
     const vips::VImage header = opened(file, vips::VImage::option());

@@ -177,6 +177,30 @@ TEST_F(ContactImageRetriever, DrawsWhatCanBeReadOnAColourOfTheName) {
   EXPECT_GT(coloured, 5) << "emoji keep their colours";
 }
 
+/// The largest difference between two faces in any colour of any pixel.
+int differenceOf(const PDXFacePicture& a, const PDXFacePicture& b) {
+  int most = a.pixels.size() == b.pixels.size() ? 0 : 255;
+  for (std::size_t i = 0; i < std::min(a.pixels.size(), b.pixels.size()); ++i)
+    most = std::max(most, std::abs(a.pixels[i] - b.pixels[i]));
+  return most;
+}
+
+TEST_F(ContactImageRetriever, FacesStandUprightInEveryFormat) {
+  for (const auto& [width, height] : {std::pair{200, 144}, {96, 300}, {64, 64}}) {
+    const PDXRaster sign = PDXSamplePictures::signpost(width, height);
+    const auto upright = PDXFaces::fromPicture(*PDXImages::encoded(sign, PDXPictureFormat::png), 48);
+    ASSERT_TRUE(upright);
+    for (int orientation = 1; orientation <= 8; ++orientation) {
+      const PDXRaster held = PDXSamplePictures::heldAs(sign, orientation);
+      const PDXBytes jpeg =
+          PDXSamplePictures::markedAs(*PDXImages::encoded(held, PDXPictureFormat::jpeg), orientation);
+      const auto face = PDXFaces::fromPicture(jpeg, 48);
+      ASSERT_TRUE(face);
+      EXPECT_LT(differenceOf(*face, *upright), 60) << width << " by " << height << ", " << orientation;
+    }
+  }
+}
+
 TEST_F(ContactImageRetriever, FallsBackToInitialsForPicturesThatCannotBeRead) {
   const PDXBytes jpeg = portrait(PDXPictureFormat::jpeg, 1);
   const PDXBytes png = portrait(PDXPictureFormat::png, 1);
