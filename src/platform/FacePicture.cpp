@@ -1,6 +1,7 @@
 #include "platform/FacePicture.h"
 
 #include <fmt/format.h>
+#include <libdeflate.h>
 #include <png.h>
 #include <turbojpeg.h>
 
@@ -406,6 +407,43 @@ std::optional<PDXFacePicture> ordinaryPicture(const PDXBytes& file, const std::s
   return format == "png" ? ordinaryPng(file, size) : std::nullopt;
 }
 
+void appendNumber(PDXBytes& bytes, std::uint32_t number) {
+  for (const int shift : {24, 16, 8, 0}) bytes.push_back(static_cast<std::uint8_t>(number >> shift));
+}
+
+/// A part of a PNG file: the length of its bytes, what it is, the bytes and their checksum.
+void appendPart(PDXBytes& png, std::string_view kind, const PDXBytes& bytes) {
+  appendNumber(png, static_cast<std::uint32_t>(bytes.size()));
+  const std::size_t start = png.size();
+  png.insert(png.end(), kind.begin(), kind.end());
+  png.insert(png.end(), bytes.begin(), bytes.end());
+  appendNumber(png, libdeflate_crc32(0, png.data() + start, png.size() - start));
+}
+
+/// The rows as a PNG file packs them, a byte ahead of each that says that it stands for itself. PNG's own
+/// library sets up its packer anew for each file, which takes longer than a face's nine kilobytes.
+std::optional<PDXBytes> packedRows(const PDXFacePicture& face) {
+  struct Release {
+    void operator()(libdeflate_compressor* compressor) const noexcept {
+      libdeflate_free_compressor(compressor);
+    }
+  };
+  thread_local const std::unique_ptr<libdeflate_compressor, Release> compressor(
+      libdeflate_alloc_compressor(1));
+  if (compressor == nullptr) return std::nullopt;
+  const std::size_t rowSize = static_cast<std::size_t>(face.width) * 4;
+  PDXBytes rows;
+  rows.reserve((rowSize + 1) * static_cast<std::size_t>(face.height));
+  for (auto row = face.pixels.begin(); row < face.pixels.end(); row += static_cast<std::ptrdiff_t>(rowSize)) {
+    rows.push_back(0);
+    rows.insert(rows.end(), row, row + static_cast<std::ptrdiff_t>(rowSize));
+  }
+  PDXBytes packed(libdeflate_zlib_compress_bound(compressor.get(), rows.size()));
+  packed.resize(
+      libdeflate_zlib_compress(compressor.get(), rows.data(), rows.size(), packed.data(), packed.size()));
+  return packed.empty() ? std::nullopt : std::optional(std::move(packed));
+}
+
 }  // namespace
 
 namespace PDXFaces {
@@ -447,23 +485,19 @@ PDXFacePicture fromLetters(const std::string& letters, const std::string& colour
   return face;
 }
 
-/// By the format's own library: what the other one sets up for each file takes ten times as long as the rest.
 std::optional<PDXBytes> asPng(const PDXFacePicture& face) {
   if (face.empty()) return std::nullopt;
-  png_image image{};
-  image.version = PNG_IMAGE_VERSION;
-  image.width = static_cast<png_uint_32>(face.width);
-  image.height = static_cast<png_uint_32>(face.height);
-  image.format = PNG_FORMAT_RGBA;
-  image.flags = PNG_IMAGE_FLAG_FAST;
-  png_alloc_size_t size = PNG_IMAGE_PNG_SIZE_MAX(image);
-  PDXBytes bytes(size);
-  const bool isWritten =
-      png_image_write_to_memory(&image, bytes.data(), &size, 0, face.pixels.data(), 0, nullptr) != 0;
-  png_image_free(&image);
-  if (!isWritten) return std::nullopt;
-  bytes.resize(size);
-  return bytes;
+  const auto packed = packedRows(face);
+  if (!packed) return std::nullopt;
+  PDXBytes png = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+  PDXBytes head;
+  appendNumber(head, static_cast<std::uint32_t>(face.width));
+  appendNumber(head, static_cast<std::uint32_t>(face.height));
+  head.insert(head.end(), {8, 6, 0, 0, 0});  // Eight bits each of red, green, blue and opacity.
+  appendPart(png, "IHDR", head);
+  appendPart(png, "IDAT", *packed);
+  appendPart(png, "IEND", {});
+  return png;
 }
 
 std::optional<PDXFacePicture> fromPng(const PDXBytes& file) {
