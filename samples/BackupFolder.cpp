@@ -96,7 +96,7 @@ PDXSampleBackupFolder::PDXSampleBackupFolder(const PDXSampleOptions& options, PD
   if (const std::string mistake = mistakeIn(options); !mistake.empty()) {
     fail_(mistake);
   } else if (!PDXFiles::makeFolders(options_.folder)) {
-    fail_(options_.folder + " cannot be made");
+    fail_(options_.folder + " cannot be made a folder: choose another");
   } else if (!PDXFiles::list(options_.folder).empty()) {
     fail_(options_.folder + " is not empty: choose a new folder");
   } else {

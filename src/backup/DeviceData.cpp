@@ -213,7 +213,7 @@ std::string PDXDeviceData::databaseOfFeature(int feature) {
   if (!files) return database;
   const PDXBackupFile& keyFile = files->front();
   if (database.empty()) {
-    reportIfListed_(keyFile);
+    reportIfLost(keyFile.relativePath, keyFile.domain.value_or(kHomeDomain));
     return database;
   }
   if (const std::string why = PDXSQLiteDatabase::completeCutFile(database); !why.empty()) {
@@ -247,13 +247,18 @@ bool PDXDeviceData::hasLog_(const std::vector<PDXBackupFile>& files) {
          });
 }
 
-/// A main file that the manifest lists and the folder does not hold is content that got lost.
-void PDXDeviceData::reportIfListed_(const PDXBackupFile& keyFile) {
-  const auto listed = readyFinder_().findFile(keyFile.relativePath, keyFile.domain.value_or(kHomeDomain));
-  if (!listed || !readyReader_().storedPath(*listed).empty()) return;
+bool PDXDeviceData::reportIfLost(int feature) {
+  const auto files = readyNavigator_().GetFilesByFeatureType(feature);
+  return files && reportIfLost(files->front().relativePath, files->front().domain.value_or(kHomeDomain));
+}
+
+bool PDXDeviceData::reportIfLost(const std::string& path, const std::string& domain) {
+  const auto listed = readyFinder_().findFile(path, domain);
+  if (!listed || !readyReader_().storedPath(*listed).empty()) return false;
   PDXLog::report({.what = "file",
-                  .where = keyFile.relativePath,
+                  .where = path,
                   .why = "the manifest lists it, but the backup folder does not hold it"});
+  return true;
 }
 
 std::string PDXDeviceData::GetFileByRelativePathInDomain(const std::string& path, const std::string& domain) {

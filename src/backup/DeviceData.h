@@ -73,6 +73,13 @@ class PDXDeviceData {
   /// Whether the backup stores the feature's main file, readable or not.
   bool holdsFeature(int feature);
 
+  /// Says in the log when the manifest lists a feature's main file and the folder does not hold it: content
+  /// that got lost. Answers whether it did.
+  bool reportIfLost(int feature);
+
+  /// The same for any file.
+  bool reportIfLost(const std::string& path, const std::string& domain);
+
   /// The path of the stored file inside the backup folder, which need not exist; "" when the manifest does
   /// not list it.
   std::string LocateFileByRelativePathInDomain(const std::string& path, const std::string& domain);
@@ -196,7 +203,6 @@ class PDXDeviceData {
   const PDXBackupExtractionWithEncryption* encryptedReader_() const;
   std::string extractKeyFile_(int feature, PDXBackupExtraction& extractor);
   PDXBackupFile withKey_(PDXBackupFile file, PDXBackupNavigation& navigator) const;
-  void reportIfListed_(const PDXBackupFile& keyFile);
   bool hasLog_(const std::vector<PDXBackupFile>& files);
 
   std::mutex readyLock_;

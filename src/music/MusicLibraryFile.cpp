@@ -5,6 +5,7 @@
 #include "platform/Crypto.h"
 #include "platform/Files.h"
 #include "platform/Log.h"
+#include "platform/Text.h"
 
 namespace {
 
@@ -16,11 +17,11 @@ std::string libraryPath(const std::string& mediaFolder) {
 }
 
 /// The copy's path in a folder of its own, in which no log of another library lies.
-std::string freshCopyPath() {
+std::string freshCopyPath(const std::string& name) {
   const std::string folder = PDXFiles::joined(PDXDeviceData::TemporaryExtractPath(), "music");
   PDXFiles::removeTree(folder);
   PDXFiles::makePrivateFolder(folder);
-  return PDXFiles::joined(folder, MusicIOSDeviceDataReader::wantedFiles().front());
+  return PDXFiles::joined(folder, name);
 }
 
 std::string finished(const std::string& copy, const PDXFiles::CopyResult& copied, const std::string& where) {
@@ -42,11 +43,17 @@ std::optional<std::string> mediaFolder(PDXDeviceData& deviceData) {
   return std::nullopt;
 }
 
+bool reportIfLost(PDXDeviceData& deviceData) {
+  if (mediaFolder(deviceData)) return false;
+  return deviceData.reportIfLost(libraryPath("Media/"), kDomain) ||
+         deviceData.reportIfLost(libraryPath(""), kDomain);
+}
+
 std::string copyOfBackup(PDXDeviceData& deviceData) {
   const auto folder = mediaFolder(deviceData);
   if (!folder) return "";
   const std::string path = libraryPath(*folder);
-  const std::string copy = freshCopyPath();
+  const std::string copy = freshCopyPath(MusicIOSDeviceDataReader::wantedFiles().front());
   const auto copied = deviceData.copyOfFileByRelativePathInDomain(path, kDomain, copy);
   if (copied && deviceData.holdsFileByRelativePathInDomain(path + kLog, kDomain))
     deviceData.copyOfFileByRelativePathInDomain(path + kLog, kDomain, copy + kLog);
@@ -54,7 +61,7 @@ std::string copyOfBackup(PDXDeviceData& deviceData) {
 }
 
 std::string copyOfFile(const std::string& path) {
-  const std::string copy = freshCopyPath();
+  const std::string copy = freshCopyPath(std::string(PDXText::lastPathComponent(path)));
   const auto copied = PDXFiles::copy(path, copy);
   if (copied && PDXFiles::isRegularFile(path + kLog)) PDXFiles::copy(path + kLog, copy + kLog);
   return finished(copy, copied, path);

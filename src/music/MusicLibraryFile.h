@@ -14,11 +14,14 @@ inline constexpr const char* kDomain = "MediaDomain";
 /// store a library.
 std::optional<std::string> mediaFolder(PDXDeviceData& deviceData);
 
+/// Says in the log when the manifest lists a library that the folder does not hold. Answers whether it does.
+bool reportIfLost(PDXDeviceData& deviceData);
+
 /// A copy in the scratch folder, with the log that belongs to it; "" when there is none. The log of the
 /// process says why when it should be there.
 std::string copyOfBackup(PDXDeviceData& deviceData);
 
-/// The same of a library somewhere else, which stays as it is.
+/// The same of a library somewhere else, which stays as it is. The copy has the same name.
 std::string copyOfFile(const std::string& path);
 
 }  // namespace PDXMusicLibraryFile

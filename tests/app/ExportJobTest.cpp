@@ -173,6 +173,53 @@ TEST_F(ExportJob, FiltersLeaveConversationsOutUnlessNamed) {
   EXPECT_TRUE(mistake_.starts_with("there is no conversation \"Nobody of that name\"")) << mistake_;
 }
 
+TEST_F(ExportJob, LeavesOutWhatTheFiltersSayNothingAbout) {
+  options_.searchTerm = "beach";
+  const PDXExportReport searched = run();
+  std::vector<std::string> kinds;
+  for (const PDXKindReport& kind : searched.kinds) kinds.push_back(kind.kind);
+  EXPECT_EQ(kinds, (std::vector<std::string>{"messages", "contacts", "notes", "bookmarks"}));
+  EXPECT_EQ(searched.notConcerned, (std::vector<std::string>{"calendars", "calls", "music"}));
+  EXPECT_FALSE(PDXFiles::exists(options_.outputFolder + "/Calls"));
+}
+
+TEST_F(ExportJob, SaysWhichStoresGotLost) {
+  const auto files = device_->listedFiles().value_or(std::vector<PDXBackupFile>());
+  std::vector<std::string> lost;
+  for (const PDXBackupFile& file : files) {
+    for (const char* name : {"/Calendar.sqlitedb", "/CallHistory.storedata", "/MediaLibrary.sqlitedb"}) {
+      if (!file.relativePath.ends_with(name)) continue;
+      std::filesystem::remove(device_->storedFile(file).path);
+      lost.push_back(file.relativePath);
+    }
+  }
+  std::sort(lost.begin(), lost.end());
+  ASSERT_EQ(lost.size(), 3U);
+  for (const bool isNamed : {false, true}) {
+    if (isNamed) options_.kinds = {"calendars", "calls", "music"};
+    const PDXExportReport report = run();
+    std::vector<std::string> told;
+    for (const PDXProblem& problem : report.problems) told.push_back(problem.where);
+    EXPECT_EQ(told, lost);
+    EXPECT_EQ(report.notHeld, std::vector<std::string>());
+    EXPECT_FALSE(report.isComplete());
+  }
+}
+
+TEST_F(ExportJob, NamesDamagedStoresAlikeInEveryRun) {
+  const auto files = device_->listedFiles().value_or(std::vector<PDXBackupFile>());
+  for (const PDXBackupFile& file : files) {
+    if (!file.relativePath.ends_with("/CallHistory.storedata")) continue;
+    PDXAtomicFile damaged(device_->storedFile(file).path);
+    damaged.append("no database");
+    ASSERT_TRUE(damaged.commit());
+  }
+  options_.kinds = {"calls"};
+  const PDXExportReport report = run();
+  ASSERT_EQ(report.problems.size(), 1U);
+  EXPECT_EQ(report.problems[0].where, "CallHistory.storedata");
+}
+
 TEST_F(ExportJob, StopsAndSaysWhatCannotBeWritten) {
   std::stop_source stop;
   stop.request_stop();

@@ -88,14 +88,20 @@ class ExportCommand final : public PDXCommand {
   std::optional<std::string> mistakeInOptions() const {
     for (const std::string& kind : options_.kinds) {
       if (auto mistake = exportKindMistake(kind)) return mistake;
+      if (auto mistake = range_.mistakeFor(*PDXContentKinds::named(kind))) return mistake;
     }
     if (options_.outputFolder.empty()) return "--to names no folder";
     if (auto mistake = formatMistake()) return mistake;
-    const bool takesMusic = options_.kinds.empty() || std::find(options_.kinds.begin(), options_.kinds.end(),
-                                                                "music") != options_.kinds.end();
-    if (auto mistake = music_.mistake(takesMusic)) return mistake;
-    if (options_.withFiles && !takesMusic) return "--with-files is for music: name it, or leave it out";
+    if (!options_.conversations.empty() && !takes("messages"))
+      return "--conversation is for messages: name them, or leave it out";
+    if (auto mistake = music_.mistake(takes("music"))) return mistake;
+    if (options_.withFiles && !takes("music")) return "--with-files is for music: name it, or leave it out";
     return range_.mistake();
+  }
+
+  bool takes(const std::string& kind) const {
+    return options_.kinds.empty() ||
+           std::find(options_.kinds.begin(), options_.kinds.end(), kind) != options_.kinds.end();
   }
 
   bool hasFormat(const std::string& format) const {
@@ -130,8 +136,11 @@ class ExportCommand final : public PDXCommand {
       PDXConsole::error(*mistake);
       return PDXExitStatus::usage;
     }
-    if (!PDXFiles::makeFolders(options_.outputFolder))
-      return saysUnwritable(options_.outputFolder, "it is no folder and cannot be made one");
+    if (!PDXFiles::makeFolders(options_.outputFolder)) {
+      PDXConsole::error("cannot write " + options_.outputFolder +
+                        ": it is no folder and cannot be made one; choose another folder");
+      return PDXExitStatus::unwritable;
+    }
     const auto progress = [&context](const std::string& what, std::size_t done, std::size_t total) {
       context.console.progress(what, done, total);
     };
@@ -148,6 +157,10 @@ class ExportCommand final : public PDXCommand {
     for (const PDXKindReport& kind : report.kinds) summarise(console, kind);
     for (const std::string& kind : report.notHeld) PDXConsole::error("the backup holds no " + kind);
     for (const PDXProblem& problem : report.problems) PDXConsole::problem(problem);
+    if (!report.notConcerned.empty()) {
+      console.note(fmt::format("Left out, as the filters say nothing about them: {}",
+                               fmt::join(report.notConcerned, ", ")));
+    }
     if (!report.notBuilt.empty()) {
       console.note(fmt::format("Not built yet, and left out: {}", fmt::join(report.notBuilt, ", ")));
     }

@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <nlohmann/json.hpp>
+#include <set>
 
 #include "app/cli/Command.h"
 #include "app/cli/OpenedBackup.h"
@@ -34,7 +35,7 @@ std::optional<std::string> domainMistake(PDXDeviceData& deviceData, const std::s
   const auto names = deviceData.domainNames().value_or(std::vector<std::string>());
   if (names.empty() || std::find(names.begin(), names.end(), domain) != names.end()) return std::nullopt;
   return "there is no domain \"" + domain + "\"" + nearestNamesHint(domain, names) +
-         " (`pocketdex domains` names them all)";
+         " (`pocketdex domains BACKUP` names them all)";
 }
 
 class DomainsCommand final : public PDXCommand {
@@ -94,6 +95,10 @@ class FilesCommand final : public PDXCommand {
     }
     auto files = deviceData->regularFiles();
     if (!files) return saysUnreadableManifest(context, *deviceData, problems.problems());
+    if (const auto mistake = folderMistake(*files)) {
+      PDXConsole::error(*mistake);
+      return PDXExitStatus::usage;
+    }
     std::erase_if(*files, [this](const PDXBackupFile& file) { return !isWanted(file); });
     if (json_) {
       printJson(found->information(), *files, problems.problems());
@@ -106,10 +111,28 @@ class FilesCommand final : public PDXCommand {
   }
 
  private:
+  bool isOfDomain(const PDXBackupFile& file) const { return domain_.empty() || file.domain == domain_; }
+
   bool isWanted(const PDXBackupFile& file) const {
-    if (!domain_.empty() && file.domain != domain_) return false;
     const std::string folder = folder_.empty() || folder_.ends_with('/') ? folder_ : folder_ + "/";
-    return file.relativePath.starts_with(folder);
+    return isOfDomain(file) && file.relativePath.starts_with(folder);
+  }
+
+  /// One line when no file lies below the folder.
+  std::optional<std::string> folderMistake(const std::vector<PDXBackupFile>& files) const {
+    if (folder_.empty() ||
+        std::any_of(files.begin(), files.end(), [this](const PDXBackupFile& file) { return isWanted(file); }))
+      return std::nullopt;
+    std::set<std::string> folders;
+    for (const PDXBackupFile& file : files) {
+      const std::string& path = file.relativePath;
+      if (!isOfDomain(file)) continue;
+      for (std::size_t end = path.find('/'); end != std::string::npos; end = path.find('/', end + 1))
+        folders.insert(path.substr(0, end));
+    }
+    return "no file lies below the folder \"" + folder_ + "\"" +
+           nearestNamesHint(folder_, {folders.begin(), folders.end()}) +
+           " (`pocketdex files BACKUP` names them all)";
   }
 
   static void printJson(const PDXBackupInformation& information, const std::vector<PDXBackupFile>& files,
@@ -182,7 +205,7 @@ class GetCommand final : public PDXCommand {
     const std::string target = PDXFiles::joined(PDXFiles::joined(PDXFiles::absolute(folder_), domain_), path);
     if (!deviceData.holdsFileByRelativePathInDomain(path, domain_)) {
       PDXConsole::error("the backup does not hold \"" + path + "\" in " + domain_ +
-                        " (`pocketdex files --domain " + domain_ + "` names what it holds)");
+                        " (`pocketdex files BACKUP --domain " + domain_ + "` names what it holds)");
       return PDXExitStatus::incomplete;
     }
     if (!PDXFiles::makeFolders(PDXFiles::folderOf(target)))

@@ -13,11 +13,10 @@
 
 namespace {
 
-constexpr PDXListedKind kKinds[] = {
-    {"messages", listMessages, true, true},    {"contacts", listContacts, false, true},
-    {"calendars", listCalendars, true, false}, {"notes", listNotes, false, true},
-    {"calls", listCalls, true, false},         {"bookmarks", listBookmarks, false, true},
-    {"music", listMusic, false, false},        {"blocked", listBlocked, false, false}};
+constexpr PDXListedKind kKinds[] = {{"messages", listMessages},   {"contacts", listContacts},
+                                    {"calendars", listCalendars}, {"notes", listNotes},
+                                    {"calls", listCalls},         {"bookmarks", listBookmarks},
+                                    {"music", listMusic},         {"blocked", listBlocked}};
 
 const PDXListedKind& kindNamed(const std::string& name) {
   return *std::find_if(std::begin(kKinds), std::end(kKinds),
@@ -50,11 +49,7 @@ class ListCommand final : public PDXCommand {
  private:
   std::optional<std::string> mistakeInOptions() const {
     if (auto mistake = kindMistake(kind_)) return mistake;
-    const PDXListedKind& kind = kindNamed(kind_);
-    if (!kind.takesRange && (!range_.from.empty() || !range_.until.empty()))
-      return "--from and --until say nothing about " + kind_ + ": leave them out";
-    if (!kind.takesSearch && !range_.search.empty())
-      return "--search does not apply to " + kind_ + ": leave it out";
+    if (auto mistake = range_.mistakeFor(*PDXContentKinds::named(kind_))) return mistake;
     if (auto mistake = music_.mistake(kind_ == "music")) return mistake;
     return range_.mistake();
   }
@@ -62,10 +57,10 @@ class ListCommand final : public PDXCommand {
   PDXExitStatus list(PDXCommandContext& context, const PDXBackupInformation& information,
                      PDXDeviceData& deviceData) const {
     const PDXProblemCollector problems;
-    if (music_.library.empty() && !PDXContentKinds::isHeldBy(deviceData, *PDXContentKinds::named(kind_))) {
-      PDXConsole::error("the backup holds no " + kind_);
-      if (json_) printJson(information, {}, {});
-      return PDXExitStatus::incomplete;
+    if (music_.library.empty()) {
+      const PDXContentKind& kind = *PDXContentKinds::named(kind_);
+      const bool isLost = PDXContentKinds::reportLostFiles(deviceData, kind);
+      if (!PDXContentKinds::isHeldBy(deviceData, kind)) return saysNotHeld(information, isLost, problems);
     }
     PDXListing listing = kindNamed(kind_).list({deviceData, range_, context.stop, music_.library, json_});
     if (context.stop.stop_requested()) return PDXExitStatus::interrupted;
@@ -77,6 +72,14 @@ class ListCommand final : public PDXCommand {
     }
     for (const PDXProblem& problem : problems.problems()) PDXConsole::problem(problem);
     return problems.problems().empty() ? PDXExitStatus::done : PDXExitStatus::incomplete;
+  }
+
+  PDXExitStatus saysNotHeld(const PDXBackupInformation& information, bool isLost,
+                            const PDXProblemCollector& problems) const {
+    if (json_) printJson(information, {}, problems.problems());
+    if (!isLost) PDXConsole::error("the backup holds no " + kind_);
+    for (const PDXProblem& problem : problems.problems()) PDXConsole::problem(problem);
+    return PDXExitStatus::incomplete;
   }
 
   void printJson(const PDXBackupInformation& information, PDXListing listing,

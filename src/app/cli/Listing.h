@@ -30,8 +30,6 @@ struct PDXListing {
 struct PDXListedKind {
   const char* name;
   PDXListing (*list)(const PDXListRequest& request);
-  bool takesRange;   ///< Whether --from and --until say anything to it.
-  bool takesSearch;  ///< Whether --search does.
 };
 
 /// Each in a source of its own, ListMessages.cpp and so on.

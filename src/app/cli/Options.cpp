@@ -43,6 +43,14 @@ std::optional<std::string> PDXRangeOptions::mistake() const {
   return std::nullopt;
 }
 
+std::optional<std::string> PDXRangeOptions::mistakeFor(const PDXContentKind& kind) const {
+  if (!kind.takesRange && (!from.empty() || !until.empty()))
+    return "--from and --until say nothing about " + kind.name + ": leave them out";
+  if (!kind.takesSearch && !search.empty())
+    return "--search does not apply to " + kind.name + ": leave it out";
+  return std::nullopt;
+}
+
 void PDXMusicOptions::addTo(CLI::App& app) {
   app.add_option("--library", library, "A media library outside the backup; for music")->type_name("FILE");
 }

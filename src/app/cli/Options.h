@@ -9,6 +9,7 @@
 namespace CLI {
 class App;
 }
+struct PDXContentKind;
 
 /// Which backup, and how to open it. Shared by every subcommand that opens one.
 struct PDXBackupOptions {
@@ -39,6 +40,9 @@ struct PDXRangeOptions {
   /// What is wrong with the dates taken together; nothing when all is well. Each alone was checked in
   /// parsing.
   std::optional<std::string> mistake() const;
+
+  /// The same for options that say nothing about a kind that was asked for by name.
+  std::optional<std::string> mistakeFor(const PDXContentKind& kind) const;
 };
 
 /// Where to look for music.

@@ -37,7 +37,12 @@ class SampleCommand final : public PDXCommand {
     if (!passwordFile_.empty()) {
       const auto password = PDXTerminal::firstLineOf(passwordFile_, context.stop);
       if (context.stop.stop_requested()) return PDXExitStatus::interrupted;
-      options_.password.emplace(password ? std::string(password->begin(), password->end()) : "");
+      if (!password) {
+        PDXConsole::error("the password file " + passwordFile_ +
+                          " cannot be read: give a file that begins with one");
+        return PDXExitStatus::usage;
+      }
+      options_.password.emplace(password->begin(), password->end());
       if (options_.password->empty()) {
         PDXConsole::error("there is no password in the first line of " + passwordFile_ +
                           ": give a file that begins with one");

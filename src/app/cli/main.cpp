@@ -49,6 +49,31 @@ void addEverything(CLI::App& app, Parsed& parsed) {
   }
 }
 
+/// The first option on the command line that neither the program nor the command knows; "" when all are
+/// known. CLI11 names a missing argument first, of which the mistyped option may be the reason.
+std::string unknownOption(const CLI::App& app, const CLI::App* command, int count, char** arguments) {
+  for (int i = 1; i < count && std::string_view(arguments[i]) != "--"; ++i) {
+    std::string name = arguments[i];
+    name.resize(std::min(name.find('='), name.size()));
+    const bool isOption = name.size() > 2 && name.starts_with("--");
+    const bool isKnown = app.get_option_no_throw(name) != nullptr ||
+                         (command != nullptr && command->get_option_no_throw(name) != nullptr);
+    if (isOption && !isKnown) return name;
+  }
+  return "";
+}
+
+std::vector<std::string> optionNames(const CLI::App& app, const CLI::App* command) {
+  std::vector<std::string> names;
+  for (const CLI::App* each : {&app, command}) {
+    if (each == nullptr) continue;
+    for (const CLI::Option* option : each->get_options()) {
+      for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+    }
+  }
+  return names;
+}
+
 /// A mistake in the command line as one line; CLI11 gives several for some.
 PDXExitStatus saysMistake(const CLI::App& app, const CLI::ParseError& error, int count, char** arguments) {
   if (error.get_exit_code() == 0) {
@@ -65,9 +90,13 @@ PDXExitStatus saysMistake(const CLI::App& app, const CLI::ParseError& error, int
     PDXConsole::error("there is no command \"" + first + "\"" + nearestNamesHint(first, names) +
                       "; `pocketdex --help` lists them");
   } else {
+    const CLI::App* command = isCommand ? app.get_subcommand(first) : nullptr;
+    const std::string unknown = unknownOption(app, command, count, arguments);
     const std::string text = error.what();
-    PDXConsole::error(text.substr(0, text.find('\n')) + " (`pocketdex " + (isCommand ? first + " " : "") +
-                      "--help` explains)");
+    const std::string mistake = unknown.empty() ? text.substr(0, text.find('\n'))
+                                                : "there is no option " + unknown +
+                                                      nearestNamesHint(unknown, optionNames(app, command));
+    PDXConsole::error(mistake + " (`pocketdex " + (isCommand ? first + " " : "") + "--help` explains)");
   }
   return PDXExitStatus::usage;
 }

@@ -10,15 +10,49 @@ namespace PDXContentKinds {
 
 const std::vector<PDXContentKind>& all() {
   static const std::vector<PDXContentKind> kinds = {
-      {"messages", "Messages", {PDXFeature::Messages}, true},
-      {"whatsapp", "WhatsApp", {PDXFeature::WhatsAppChats}, false},
-      {"contacts", "Contacts", {PDXFeature::AddressBook}, true},
-      {"calendars", "Calendars", {PDXFeature::Calendar}, true},
-      {"notes", "Notes", {PDXFeature::NoteStore, PDXFeature::LegacyNotes}, true},
-      {"calls", "Calls", {PDXFeature::CallHistoryStore, PDXFeature::CallHistoryLegacy}, true},
-      {"bookmarks", "Bookmarks", {PDXFeature::SafariBookmarks, PDXFeature::ChromeBookmarks}, true},
-      {"music", "Music", {}, true},
-      {"blocked", "Blocked numbers", {PDXFeature::BlockedNumbers}, true, true},
+      {.name = "messages",
+       .title = "Messages",
+       .features = {PDXFeature::Messages},
+       .isBuilt = true,
+       .takesRange = true,
+       .takesSearch = true},
+      {.name = "whatsapp",
+       .title = "WhatsApp",
+       .features = {PDXFeature::WhatsAppChats},
+       .isBuilt = false,
+       .takesRange = true,
+       .takesSearch = true},
+      {.name = "contacts",
+       .title = "Contacts",
+       .features = {PDXFeature::AddressBook},
+       .isBuilt = true,
+       .takesSearch = true},
+      {.name = "calendars",
+       .title = "Calendars",
+       .features = {PDXFeature::Calendar},
+       .isBuilt = true,
+       .takesRange = true},
+      {.name = "notes",
+       .title = "Notes",
+       .features = {PDXFeature::NoteStore, PDXFeature::LegacyNotes},
+       .isBuilt = true,
+       .takesSearch = true},
+      {.name = "calls",
+       .title = "Calls",
+       .features = {PDXFeature::CallHistoryStore, PDXFeature::CallHistoryLegacy},
+       .isBuilt = true,
+       .takesRange = true},
+      {.name = "bookmarks",
+       .title = "Bookmarks",
+       .features = {PDXFeature::SafariBookmarks, PDXFeature::ChromeBookmarks},
+       .isBuilt = true,
+       .takesSearch = true},
+      {.name = "music", .title = "Music", .features = {}, .isBuilt = true},
+      {.name = "blocked",
+       .title = "Blocked numbers",
+       .features = {PDXFeature::BlockedNumbers},
+       .isBuilt = true,
+       .isListOnly = true},
   };
   return kinds;
 }
@@ -33,6 +67,12 @@ bool isHeldBy(PDXDeviceData& deviceData, const PDXContentKind& kind) {
   if (kind.name == "music") return PDXMusicLibraryFile::mediaFolder(deviceData).has_value();
   return std::any_of(kind.features.begin(), kind.features.end(),
                      [&](int feature) { return deviceData.holdsFeature(feature); });
+}
+
+bool reportLostFiles(PDXDeviceData& deviceData, const PDXContentKind& kind) {
+  bool isLost = kind.name == "music" && PDXMusicLibraryFile::reportIfLost(deviceData);
+  for (const int feature : kind.features) isLost = deviceData.reportIfLost(feature) || isLost;
+  return isLost;
 }
 
 }  // namespace PDXContentKinds

@@ -63,7 +63,7 @@ std::optional<std::string> PDXExportJob::prepare() {
   for (const std::string& wanted : options_.conversations) {
     if (std::find(titles.begin(), titles.end(), wanted) == titles.end()) {
       return "there is no conversation \"" + wanted + "\"" + nearestNamesHint(wanted, titles) +
-             " (`pocketdex list` names them all)";
+             " (`pocketdex list BACKUP messages` names them all)";
     }
   }
   return std::nullopt;
@@ -96,13 +96,7 @@ PDXExportReport PDXExportJob::run(const PDXProgressSink& progress, const std::st
     report.kinds.push_back(PDXBookmarksExport::run(deviceData_, options_, report, stop));
   if (takesWholeKind_("music") && goesOn())
     report.kinds.push_back(PDXMusicExport::run(deviceData_, options_, report, progress, stop));
-  for (const PDXContentKind& kind : PDXContentKinds::all()) {
-    const bool isHeld = isThere_(kind.name);
-    const bool isNamed =
-        std::find(options_.kinds.begin(), options_.kinds.end(), kind.name) != options_.kinds.end();
-    if (isNamed && !isHeld) report.notHeld.push_back(kind.name);
-    if (options_.kinds.empty() && isHeld && !kind.isBuilt) report.notBuilt.push_back(kind.name);
-  }
+  for (const PDXContentKind& kind : PDXContentKinds::all()) sayIfLeftOut_(kind, report);
   report.problems = problems_.problems();
   if (stop.stop_requested()) report.outcome = PDXExportReport::Outcome::stopped;
   if (report.outcome != PDXExportReport::Outcome::stopped) writeOverview_(report);
@@ -119,11 +113,36 @@ void PDXExportJob::countRows_(PDXKindReport& kind) const {
   }
 }
 
+/// What becomes known of a kind that was not exported, or only in part.
+void PDXExportJob::sayIfLeftOut_(const PDXContentKind& kind, PDXExportReport& report) const {
+  const bool isHeld = isThere_(kind.name);
+  const bool isNamed = !options_.kinds.empty() && takes_(kind.name);
+  const bool isConcerned = isNamed || isConcerned_(kind);
+  if (takes_(kind.name) && isConcerned && kind.isBuilt && !kind.isListOnly) {
+    const bool isElsewhere = kind.name == "music" && !options_.libraryFile.empty();
+    const bool isLost = !isElsewhere && PDXContentKinds::reportLostFiles(deviceData_, kind);
+    if (isNamed && !isHeld && !isLost) report.notHeld.push_back(kind.name);
+  }
+  if (!options_.kinds.empty() || !isHeld || kind.isListOnly) return;
+  if (!kind.isBuilt) {
+    report.notBuilt.push_back(kind.name);
+  } else if (!isConcerned) {
+    report.notConcerned.push_back(kind.name);
+  }
+}
+
+/// Whether the filters say anything about a kind that nobody named: who asks for a part of what the backup
+/// holds does not hand on the whole of everything else.
+bool PDXExportJob::isConcerned_(const PDXContentKind& kind) const {
+  if (!options_.conversations.empty()) return kind.name == "messages";
+  return (kind.takesSearch || options_.searchTerm.empty()) &&
+         (kind.takesRange || (!options_.startDate && !options_.endDate));
+}
+
 /// Whether the options take a kind that has no conversations.
 bool PDXExportJob::takesWholeKind_(const std::string& kind) const {
-  // Who asks for one conversation does not ask for the address book as well.
-  const bool asksForConversations = options_.kinds.empty() && !options_.conversations.empty();
-  return takes_(kind) && !asksForConversations && isThere_(kind);
+  const bool isConcerned = !options_.kinds.empty() || isConcerned_(*PDXContentKinds::named(kind));
+  return takes_(kind) && isConcerned && isThere_(kind);
 }
 
 /// Whether the backup holds the kind, or the options say where else it is.

@@ -12,6 +12,7 @@
 class PDXBackupInformation;
 class PDXDeviceData;
 class PDXMessageReader;
+struct PDXContentKind;
 
 /// Exports content kinds of one backup, with start page and report. The command runs it, and so will a
 /// window.
@@ -35,6 +36,8 @@ class PDXExportJob {
  private:
   bool takes_(const std::string& kind) const;
   void countRows_(PDXKindReport& kind) const;
+  void sayIfLeftOut_(const PDXContentKind& kind, PDXExportReport& report) const;
+  bool isConcerned_(const PDXContentKind& kind) const;
   bool takesWholeKind_(const std::string& kind) const;
   bool isThere_(const std::string& kind) const;
   void writeOverview_(PDXExportReport& report) const;

@@ -5,6 +5,19 @@
 #include <tuple>
 #include <utility>
 
+#include "platform/Files.h"
+#include "platform/Text.h"
+
+namespace {
+
+/// A file in the scratch folder by its name alone: the folder is another in each run and gone behind it.
+std::string withoutScratchFolder(const std::string& where) {
+  const bool isScratch = where.starts_with(PDXFiles::joined(PDXFiles::temporary(), "Pocketdex/"));
+  return isScratch ? std::string(PDXText::lastPathComponent(where)) : where;
+}
+
+}  // namespace
+
 std::int64_t PDXContactRows::unaccounted() const {
   if (!found) return 0;
   return static_cast<std::int64_t>(*found) - static_cast<std::int64_t>(written + merged + filtered + empty);
@@ -33,6 +46,7 @@ PDXProblemCollector::PDXProblemCollector() {
   before_ = PDXLog::listen([this](const PDXProblem& problem) {
     const std::lock_guard guard(lock_);
     problems_.push_back(problem);
+    problems_.back().where = withoutScratchFolder(problem.where);
   });
 }
 

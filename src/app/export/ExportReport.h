@@ -95,6 +95,10 @@ struct PDXExportReport {
   std::vector<PDXKindReport> kinds;
   std::vector<PDXProblem> problems;  ///< Said in the log while the export ran.
   std::vector<std::string> notHeld;  ///< Kinds that were asked for by name and that the backup does not hold.
+
+  /// Kinds that the backup holds, nobody named and the filters say nothing about: left out.
+  std::vector<std::string> notConcerned;
+
   std::vector<std::string> notBuilt;  ///< Kinds that the backup holds and this version cannot export yet.
 
   /// Whether everything that the backup holds of the kinds was read and written.

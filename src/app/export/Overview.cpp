@@ -338,6 +338,11 @@ std::string startPage(const PDXBackupInformation& information, const PDXExportRe
         "<p class=\"note\">This backup was not finished: some of the device's content may not be in "
         "it.</p>\n";
   }
+  if (!report.notConcerned.empty()) {
+    notes +=
+        "<p class=\"note\">Left out, as the filters say nothing about them: " + joined(report.notConcerned) +
+        ".</p>\n";
+  }
   if (!report.notBuilt.empty()) {
     notes += "<p class=\"note\">The backup also holds " + joined(report.notBuilt) +
              ", which this version cannot export yet.</p>\n";
@@ -353,6 +358,7 @@ std::string reportJson(const PDXBackupInformation& information, const PDXExportR
   document["backup"]["snapshotState"] = information.snapshotState();
   for (const PDXKindReport& kind : report.kinds) document["items"].push_back(kindJson(kind));
   document["notHeld"] = report.notHeld;
+  document["notConcerned"] = report.notConcerned;
   document["notBuilt"] = report.notBuilt;
   document["problems"] = PDXBackupJson::problems(report.problems);
   return PDXBackupJson::text(document);
