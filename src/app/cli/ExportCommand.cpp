@@ -181,7 +181,7 @@ class ExportCommand final : public PDXCommand {
           fmt::format("{} notes are unaccounted for: export.json has the figures", notes.rows->unaccounted));
     }
     if (!notes.unreached.empty()) {
-      console.note(fmt::format("  {} not on the pages: export.json names them",
+      console.note(fmt::format("  {} not shown: export.json names them",
                                counted(notes.unreached.size(), "part of a note is", "parts of notes are")));
     }
     summariseProblems(console, kind);
@@ -233,8 +233,12 @@ class ExportCommand final : public PDXCommand {
       console.note(fmt::format("  {} not in the backup: export.json names them", missing));
     }
     if (!kind.notTurned.empty()) {
-      console.note(fmt::format("  {} not be turned upright: export.json names them",
-                               counted(kind.notTurned.size(), "picture could", "pictures could")));
+      // Of notes these may be files of any kind, where a picture was said to be.
+      console.note(kind.notes
+                       ? fmt::format("  {} copied unchanged: export.json names them",
+                                     counted(kind.notTurned.size(), "attachment was", "attachments were"))
+                       : fmt::format("  {} not be turned upright: export.json names them",
+                                     counted(kind.notTurned.size(), "picture could", "pictures could")));
     }
     for (const PDXProblem& problem : kind.unreadable) PDXConsole::problem(problem);
   }

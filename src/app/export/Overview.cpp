@@ -105,8 +105,11 @@ std::string problemLists(const PDXKindReport& kind) {
   return problemList(missing + " not in the backup", kind.missing) +
          problemList(counted(kind.unreadable.size(), "item", "items") + " could not be read",
                      kind.unreadable) +
-         problemList(counted(kind.notTurned.size(), "picture", "pictures") + " could not be turned upright",
-                     kind.notTurned);
+         problemList(
+             kind.notes
+                 ? counted(kind.notTurned.size(), "attachment was", "attachments were") + " copied unchanged"
+                 : counted(kind.notTurned.size(), "picture", "pictures") + " could not be turned upright",
+             kind.notTurned);
 }
 
 std::string leftOutNotes(const PDXNotesReport& notes) {
@@ -149,9 +152,8 @@ std::string notesSection(const PDXKindReport& kind) {
     locked.push_back({.what = "locked", .where = title, .why = ""});
   html += problemList(counted(locked.size(), "note is", "notes are") + " locked by a password", locked);
   html += problemLists(kind);
-  html +=
-      problemList(counted(kind.notes->unreached.size(), "part", "parts") + " of notes are not on their pages",
-                  kind.notes->unreached);
+  html += problemList(counted(kind.notes->unreached.size(), "part", "parts") + " of notes are not shown",
+                      kind.notes->unreached);
   html += "<table>\n";
   for (const PDXExportedItem& item : kind.written) html += noteRow(item);
   return html + "</table></section>\n";
