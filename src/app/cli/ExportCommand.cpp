@@ -189,15 +189,9 @@ class ExportCommand final : public PDXCommand {
 
   static void summariseEntries(const PDXConsole& console, const PDXKindReport& kind) {
     const PDXEntriesReport& entries = *kind.entries;
-    const auto countedOf = [&](std::size_t count) {
-      return counted(count, entries.one.c_str(), entries.many.c_str());
-    };
     const std::string files = entries.files ? ", " + counted(*entries.files, "file", "files") : "";
-    console.note(fmt::format("{}: {}{}", kind.title, countedOf(entries.written), files));
-    if (entries.rows && entries.rows->leftOutRows() > 0) {
-      console.note(fmt::format("  {} left out: {}", countedOf(entries.rows->leftOutRows()),
-                               entries.rows->leftOutText()));
-    }
+    console.note(fmt::format("{}: {}{}", kind.title, entries.textOf(entries.written), files));
+    if (const std::string leftOut = entries.leftOutText(); !leftOut.empty()) console.note("  " + leftOut);
     if (entries.rows && entries.rows->unaccounted != 0) {
       PDXConsole::error(fmt::format("{} {} are unaccounted for: export.json has the figures",
                                     entries.rows->unaccounted, entries.many));

@@ -50,10 +50,20 @@ struct PDXEntriesReport {
   std::string many;
   std::size_t written = 0;
 
+  /// Those of the written that only hold others; nothing where there are no such.
+  std::optional<std::size_t> folders = {};
+
   /// What became of the rows of the store; nothing when they could not be counted, or not all was written.
   std::optional<PDXRowAccount> rows;
 
   std::optional<std::size_t> files = {};  ///< Copied beside them; nothing when nobody asked for files.
+
+  /// "3 calls", and of entries with folders among them "10 bookmarks in 9 folders".
+  /// @param entries  all that are written, or those of one of the files.
+  std::string textOf(std::size_t entries) const;
+
+  /// "2 calls left out: 2 filtered"; "" when there are none.
+  std::string leftOutText() const;
 };
 
 /// What became of one content kind.

@@ -162,17 +162,12 @@ std::string notesSection(const PDXKindReport& kind) {
 /// A kind that is written as a few files of many entries.
 std::string entriesSection(const PDXKindReport& kind) {
   const PDXEntriesReport& entries = *kind.entries;
-  const auto countedOf = [&](std::size_t count) {
-    return counted(count, entries.one.c_str(), entries.many.c_str());
-  };
   std::string html = "<section id=\"" + kind.kind + "\"><h2>" + PDXText::escapedForHtml(kind.title) +
-                     "</h2>\n<p class=\"note\">" + countedOf(entries.written) + "</p>\n";
+                     "</h2>\n<p class=\"note\">" + entries.textOf(entries.written) + "</p>\n";
   if (!entries.rows)
     html += "<p class=\"note\">The " + entries.many + " in the store could not be counted</p>\n";
-  if (entries.rows && entries.rows->leftOutRows() > 0) {
-    html += "<p class=\"note\">" + countedOf(entries.rows->leftOutRows()) +
-            " left out: " + PDXText::escapedForHtml(entries.rows->leftOutText()) + "</p>\n";
-  }
+  if (const std::string leftOut = entries.leftOutText(); !leftOut.empty())
+    html += "<p class=\"note\">" + PDXText::escapedForHtml(leftOut) + "</p>\n";
   if (entries.rows && entries.rows->unaccounted != 0) {
     html += "<p class=\"note\">unaccounted " + entries.many + ": " +
             std::to_string(entries.rows->unaccounted) + "</p>\n";
@@ -181,7 +176,7 @@ std::string entriesSection(const PDXKindReport& kind) {
   html += problemLists(kind) + "<table>\n";
   for (const PDXExportedItem& item : kind.written) {
     html += "<tr><td><a href=\"" + PDXText::pathForHtmlLink(item.path) + "\">" +
-            PDXText::escapedForHtml(item.title) + "</a></td><td class=\"n\">" + countedOf(item.entries) +
+            PDXText::escapedForHtml(item.title) + "</a></td><td class=\"n\">" + entries.textOf(item.entries) +
             "</td></tr>\n";
   }
   return html + "</table></section>\n";
@@ -278,6 +273,7 @@ Json entriesKindJson(const PDXKindReport& kind) {
     files.push_back({{"title", item.title}, {"path", item.path}, {many, item.entries}});
   const AccountJson account(kind.entries->rows);
   Json written = {{many, kind.entries->written}};
+  if (kind.entries->folders) written["folders"] = *kind.entries->folders;
   if (kind.entries->files) written["files"] = *kind.entries->files;
   return {{"kind", kind.kind},
           {"found", {{many, kind.found}, {"rows", account.found}}},
