@@ -347,6 +347,14 @@ TEST_F(Command, ListsNotes) {
   EXPECT_TRUE(all.ends_with("Picture by post (Post, Notes)\n16 notes, and 1 locked\n")) << all;
 }
 
+TEST_F(Command, ListsShowWhatHasNoTitle) {
+  const std::string bookmarks = run("list phone bookmarks").output;
+  EXPECT_NE(bookmarks.find("  BookmarksMenu/\n    https://example.com/untitled\n"), std::string::npos)
+      << bookmarks;
+  const std::string music = run("list phone music").output;
+  EXPECT_NE(music.find("  NONE.m4a\n"), std::string::npos) << music;
+}
+
 TEST_F(Command, ExportNeverChangesTheBackup) {
   const std::string line =
       "cd phone && find . -type f | LC_ALL=C sort | xargs -d '\\n' sha1sum; find . -newer ../mark";

@@ -192,6 +192,7 @@ class ExportCommand final : public PDXCommand {
     const std::string files = entries.files ? ", " + counted(*entries.files, "file", "files") : "";
     console.note(fmt::format("{}: {}{}", kind.title, entries.textOf(entries.written), files));
     if (const std::string leftOut = entries.leftOutText(); !leftOut.empty()) console.note("  " + leftOut);
+    if (const std::string held = entries.notCopiedText(); !held.empty()) console.note("  " + held);
     if (entries.rows && entries.rows->unaccounted != 0) {
       PDXConsole::error(fmt::format("{} {} are unaccounted for: export.json has the figures",
                                     entries.rows->unaccounted, entries.many));

@@ -31,6 +31,12 @@ std::string PDXEntriesReport::leftOutText() const {
   return what + " left out: " + rows->leftOutText();
 }
 
+std::string PDXEntriesReport::notCopiedText() const {
+  if (notCopied == 0) return "";
+  return counted(notCopied, "file of " + many + " is", "files of " + many + " are") +
+         " in the backup: --with-files copies " + (notCopied == 1 ? "it" : "them");
+}
+
 std::size_t PDXKindReport::messageCount() const {
   return std::accumulate(written.begin(), written.end(), std::size_t{0},
                          [](std::size_t sum, const PDXExportedItem& item) { return sum + item.messages; });

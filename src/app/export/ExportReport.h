@@ -57,6 +57,7 @@ struct PDXEntriesReport {
   std::optional<PDXRowAccount> rows;
 
   std::optional<std::size_t> files = {};  ///< Copied beside them; nothing when nobody asked for files.
+  std::size_t notCopied = 0;              ///< Files that the backup holds and nobody asked for.
 
   /// "3 calls", and of entries with folders among them "10 bookmarks in 9 folders".
   /// @param entries  all that are written, or those of one of the files.
@@ -64,6 +65,9 @@ struct PDXEntriesReport {
 
   /// "2 calls left out: 2 filtered"; "" when there are none.
   std::string leftOutText() const;
+
+  /// "2 files of tracks are in the backup: --with-files copies them"; "" when there are none.
+  std::string notCopiedText() const;
 };
 
 /// What became of one content kind.

@@ -172,6 +172,8 @@ std::string entriesSection(const PDXKindReport& kind) {
     html += "<p class=\"note\">unaccounted " + entries.many + ": " +
             std::to_string(entries.rows->unaccounted) + "</p>\n";
   }
+  if (const std::string files = entries.notCopiedText(); !files.empty())
+    html += "<p class=\"note\">" + PDXText::escapedForHtml(files) + "</p>\n";
   if (entries.files) html += "<p class=\"note\">" + counted(*entries.files, "file", "files") + "</p>\n";
   html += problemLists(kind) + "<table>\n";
   for (const PDXExportedItem& item : kind.written) {
@@ -275,16 +277,18 @@ Json entriesKindJson(const PDXKindReport& kind) {
   Json written = {{many, kind.entries->written}};
   if (kind.entries->folders) written["folders"] = *kind.entries->folders;
   if (kind.entries->files) written["files"] = *kind.entries->files;
-  return {{"kind", kind.kind},
-          {"found", {{many, kind.found}, {"rows", account.found}}},
-          {"written", written},
-          {"repeated", {{"rows", account.repeated}}},
-          {"leftOut", {{"rows", account.leftOut}}},
-          {"unaccounted", {{"rows", account.unaccounted}}},
-          {"filtered", {{many, kind.filtered}}},
-          {"filesMissing", PDXBackupJson::problems(kind.missing)},
-          {"unreadable", PDXBackupJson::problems(kind.unreadable)},
-          {"files", files}};
+  Json json = {{"kind", kind.kind},
+               {"found", {{many, kind.found}, {"rows", account.found}}},
+               {"written", written},
+               {"repeated", {{"rows", account.repeated}}},
+               {"leftOut", {{"rows", account.leftOut}}},
+               {"unaccounted", {{"rows", account.unaccounted}}},
+               {"filtered", {{many, kind.filtered}}},
+               {"filesMissing", PDXBackupJson::problems(kind.missing)},
+               {"unreadable", PDXBackupJson::problems(kind.unreadable)},
+               {"files", files}};
+  if (kind.entries->notCopied > 0) json["filesNotCopied"] = kind.entries->notCopied;
+  return json;
 }
 
 Json kindJson(const PDXKindReport& kind) {
