@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <sstream>
 
 #include "app/export/ContentKinds.h"
 #include "samples/BackupFolder.h"
@@ -107,6 +108,29 @@ TEST_F(Command, MistakesAreOneLineAndTheirStatus) {
     EXPECT_EQ(ran.output, "") << c.arguments;
   }
   EXPECT_FALSE(PDXFiles::exists(folder_ / "out")) << "mistakes are found before anything is written";
+}
+
+TEST_F(Command, TheManualHasEveryCommandAndOption) {
+  const std::string manual = fileText(PDX_MANUAL);
+  const std::string synopsis = manual.substr(0, manual.find(".Sh DESCRIPTION"));
+  const std::string options = manual.substr(manual.find(".Sh OPTIONS"));
+  const std::string help = run("--help").output;
+  std::istringstream commands(help.substr(help.find("Subcommands:")));
+  std::size_t count = 0;
+  for (std::string entry; std::getline(commands, entry);) {
+    if (!entry.starts_with("  ")) continue;
+    const std::string command = entry.substr(2, entry.find(' ', 2) - 2);
+    EXPECT_NE(synopsis.find(".Cm " + command + "\n"), std::string::npos) << command;
+    ++count;
+    std::istringstream ofCommand(run(command + " --help").output);
+    for (std::string line; std::getline(ofCommand, line);) {
+      const std::size_t at = line.find("--");
+      if (!line.starts_with("  -") || at == std::string::npos) continue;
+      const std::string name = line.substr(at + 2, line.find_first_of(" ,", at) - at - 2);
+      EXPECT_NE(options.find("Fl -" + name), std::string::npos) << command << " --" << name;
+    }
+  }
+  EXPECT_GE(count, 10U);
 }
 
 TEST_F(Command, FindsBackupsByTheBeginningOfTheirIdentifier) {
