@@ -263,7 +263,8 @@ TEST_F(Command, EveryFormOfABackupGivesTheSameAnswers) {
     ASSERT_EQ(run(std::string("sample ") + name + " --messages 150 " + options).status, 0);
     const std::string backup = std::string(name) + " --password-file password --read-only ";
     const std::string out = folder_ / (std::string("out-") + name);
-    EXPECT_EQ(run("export " + backup + "--contact-pictures --pictures --with-files --to " + out).status, 0);
+    const std::string everything = "export " + backup + "--contact-pictures --pictures --with-files --to ";
+    EXPECT_EQ(run(everything + out).status, 0);
     answers[name] = everythingIn(out);
     calls[out.find("older") != std::string::npos] += everythingIn(out + "/Calls");
     for (const PDXContentKind& kind : PDXContentKinds::all()) {
