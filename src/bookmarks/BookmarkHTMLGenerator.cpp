@@ -1,7 +1,10 @@
 #include "bookmarks/BookmarkHTMLGenerator.h"
 
 #include <algorithm>
+#include <string_view>
+#include <utility>
 
+#include "platform/Localisation.h"
 #include "platform/Text.h"
 
 namespace {
@@ -18,6 +21,22 @@ void appendDate(std::string& html, const char* attribute, const std::optional<PD
   html += ' ';
   html += attribute;
   html += "=\"" + std::to_string(seconds) + "\"";
+}
+
+/// The folders that the built-in browser makes itself have names of the store's, which no browser shows.
+constexpr std::pair<std::string_view, const char*> kOwnFolders[] = {
+    {"BookmarksBar", "Favourites"},
+    {"BookmarksMenu", "Bookmarks Menu"},
+    {"com.apple.ReadingList", "Reading List"}};
+
+/// As people know the folder.
+std::string titleOfFolder(const PDXBookmarkItem& folder) {
+  if (folder.type == PDXBookmarkReader::kSafari && folder.parent == 0) {
+    for (const auto& [stored, shown] : kOwnFolders) {
+      if (folder.title == stored) return PDXLocalised(shown);
+    }
+  }
+  return PDXText::trimmed(folder.title).empty() ? PDXLocalised("Untitled") : folder.title;
 }
 
 void appendDates(std::string& html, const PDXBookmarkItem& item) {
@@ -42,7 +61,7 @@ void openFolder(std::string& html, const PDXBookmarkItem& folder, std::size_t de
   html += "<DT><H3";
   appendDates(html, folder);
   html += '>';
-  html += PDXText::escapedForHtml(folder.title);
+  html += PDXText::escapedForHtml(titleOfFolder(folder));
   html += "</H3>\n";
   indent(html, depth);
   html += "<DL><p>\n";
@@ -60,7 +79,8 @@ void appendBookmark(std::string& html, const PDXBookmarkItem& bookmark, std::siz
   html += '"';
   appendDates(html, bookmark);
   html += '>';
-  html += PDXText::escapedForHtml(bookmark.title);
+  // A link without text cannot be seen, and importers take it for no bookmark.
+  html += PDXText::escapedForHtml(PDXText::trimmed(bookmark.title).empty() ? bookmark.url : bookmark.title);
   html += "</A>\n";
 }
 

@@ -16,7 +16,8 @@ void write(const PDXBookmarkTree& tree, const Append& append);
 
 std::string end();
 
-/// The pieces that `write` is made of. They append to `html`.
+/// The pieces that `write` is made of. They append to `html`. A bookmark without a title goes by its address,
+/// and the built-in browser's own folders by the names that people know, "Reading List".
 void openFolder(std::string& html, const PDXBookmarkItem& folder, std::size_t depth);
 void closeFolder(std::string& html, std::size_t depth);
 void appendBookmark(std::string& html, const PDXBookmarkItem& bookmark, std::size_t depth);

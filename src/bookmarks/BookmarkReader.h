@@ -26,6 +26,9 @@ class PDXBookmarkReader {
 
   std::int32_t readerType() const { return type_; }
 
+  /// "Safari" or "Chrome", in every language.
+  static const char* browserOfType(std::int32_t type) { return type == kChrome ? "Chrome" : "Safari"; }
+
   /// Whether anything was read, folders included.
   bool hasItems() const { return !places_.empty(); }
   bool hasBookmarks() const { return hasItems(); }

@@ -130,12 +130,14 @@ PDXBookmarkTree::PDXBookmarkTree(const PDXBookmarkReader& reader, Order order) :
 void PDXBookmarkTree::keepMatching(const std::string& text) {
   if (text.empty()) return;
   std::vector<bool> isKept(entries_.size());
-  for (std::size_t i = entries_.size(); i-- > 0;) {
+  for (std::size_t i = 0; i < entries_.size(); ++i) {
     const Entry& entry = entries_[i];
-    if (PDXText::containsIgnoringCase(entry.item->title, text) ||
-        PDXText::containsIgnoringCase(entry.item->url, text))
-      isKept[i] = true;
-    if (isKept[i] && entry.holder != kRoot) isKept[entry.holder] = true;
+    isKept[i] = (entry.holder != kRoot && isKept[entry.holder]) ||
+                PDXText::containsIgnoringCase(entry.item->title, text) ||
+                PDXText::containsIgnoringCase(entry.item->url, text);
+  }
+  for (std::size_t i = entries_.size(); i-- > 0;) {
+    if (isKept[i] && entries_[i].holder != kRoot) isKept[entries_[i].holder] = true;
   }
   std::vector<std::size_t> places(entries_.size());
   std::size_t kept = 0;

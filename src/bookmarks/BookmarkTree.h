@@ -31,8 +31,8 @@ class PDXBookmarkTree {
 
   const PDXBookmarkItem& root() const { return root_; }
 
-  /// Keeps what a search finds (see `PDXBookmarkReader::searchFor`) and the folders above it. An empty text
-  /// keeps all.
+  /// Keeps what a search finds (see `PDXBookmarkReader::searchFor`), all that lies in a folder that it finds,
+  /// and the folders above. An empty text keeps all.
   void keepMatching(const std::string& text);
 
  private:

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "music/TrackName.h"
+
 namespace {
 
 /// Appends a text to a line that must not end before its time.
@@ -32,7 +34,7 @@ void appendTrack(std::string& text, const TrackItem& track, const std::string& f
   }
   appendOnLine(text, track.artist);
   if (!track.artist.empty()) text += " - ";
-  appendOnLine(text, track.name);
+  appendOnLine(text, PDXTrackName::shown(track));
   text += '\n';
   if (file.empty()) return;
   if (file.front() == '#') text += "./";

@@ -94,7 +94,7 @@ PDXIOS9NoteDetail legacyNoteOf(const PDXSQLiteStatement& rows) {
   if (PDXLegacyNoteBody::holdsAttachment(html)) {
     note.unreached.push_back({.what = "part of a note",
                               .where = "a picture or file in its text",
-                              .why = "the page does not show it"});
+                              .why = "the written note does not show it"});
   }
   return note;
 }

@@ -62,7 +62,7 @@ PDXLegacyNoteDetail noteOf(const PDXSQLiteStatement& rows, const Columns& column
   if (PDXLegacyNoteBody::holdsAttachment(body)) {
     note.unreached.push_back({.what = "part of a note",
                               .where = "a picture or file in its text",
-                              .why = "the page does not show it"});
+                              .why = "the written note does not show it"});
   }
   return note;
 }

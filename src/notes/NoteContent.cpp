@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <cmath>
+#include <utility>
 
 #include "platform/FileName.h"
 #include "platform/Files.h"
@@ -24,7 +25,7 @@ std::string PDXTextNoteContent::htmlRepresentation() const {
 }
 
 std::string PDXMediaNoteContent::htmlRepresentation() const {
-  if (fileName.empty() || contentFormat == PDXNoteContentFormat::Place) return kNoFile;
+  if (!hasFile()) return kNoFile;
   const std::string file = PDXText::pathForHtmlLink(fileName);
   if (contentFormat != PDXNoteContentFormat::Video || !mediaData) return "<img src=\"" + file + "\" />";
   return "<video controls=\"controls\" width=\"" + points(mediaData->width) + "\" height=\"" +
@@ -43,17 +44,25 @@ std::string PDXMediaNoteContent::exportPathForPage(const std::string& pagePath) 
                           PDXFileName::safeWithExtension(exportName + "." + fileType));
 }
 
+std::optional<std::string> PDXMediaNoteContent::copyBesidePage(const std::string& pagePath,
+                                                               const std::stop_token& stop) const {
+  if (!hasFile()) return std::nullopt;
+  const std::string target = exportPathForPage(pagePath);
+  PDXFiles::makeFolders(PDXFiles::folderOf(target));
+  if (PDXFiles::exists(target)) return std::nullopt;
+  const auto copied = PDXFiles::copy(fileName, target, stop);
+  return copied ? std::nullopt : std::optional(copied.why);
+}
+
 std::string PDXMediaNoteContent::htmlExportAtPath(const std::string& pagePath, std::string* why,
                                                   const std::stop_token& stop) const {
-  if (fileName.empty() || contentFormat == PDXNoteContentFormat::Place) return kNoFile;
+  if (!hasFile()) return kNoFile;
+  if (auto failure = copyBesidePage(pagePath, stop)) {
+    if (why != nullptr) *why = std::move(*failure);
+    return kNoFile;
+  }
   const std::string target = exportPathForPage(pagePath);
   const std::string folder = PDXFiles::folderOf(target);
-  PDXFiles::makeFolders(folder);
-  if (!PDXFiles::exists(target)) {
-    const auto copied = PDXFiles::copy(fileName, target, stop);
-    if (!copied && why != nullptr) *why = copied.why;
-    if (!copied) return kNoFile;
-  }
   const std::string link = PDXText::pathForHtmlLink(std::string(PDXText::lastPathComponent(folder)) + "/" +
                                                     std::string(PDXText::lastPathComponent(target)));
   if (contentFormat != PDXNoteContentFormat::Video) return "<img src=\"" + link + "\" />";

@@ -69,7 +69,16 @@ struct PDXMediaNoteContent {
   std::string htmlExportAtPath(const std::string& pagePath, std::string* why = nullptr,
                                const std::stop_token& stop = {}) const;
 
-  /// Where `htmlExportAtPath` copies to.
+  /// Copies the attachment to where `htmlExportAtPath` puts it, for a note that has no page; nothing to do
+  /// without a file.
+  /// @return why it cannot be copied; nothing on success.
+  std::optional<std::string> copyBesidePage(const std::string& pagePath,
+                                            const std::stop_token& stop = {}) const;
+
+  /// Whether there is a file that a page can show.
+  bool hasFile() const { return !fileName.empty() && contentFormat != PDXNoteContentFormat::Place; }
+
+  /// Where `htmlExportAtPath` and `copyBesidePage` copy to.
   std::string exportPathForPage(const std::string& pagePath) const;
 
   /// The folder for the attachments of a page: its path with " - Attachments" for the extension.

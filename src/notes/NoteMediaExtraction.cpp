@@ -331,7 +331,7 @@ PDXNoteMediaExtraction::processImageFileWithIdentifierSourceFileTypeOrientation_
   if (!copy_(source, raw)) return {};
   const auto why = PDXUprightPicture::isPicture(raw)
                        ? PDXUprightPicture::writeAs(raw, format, orientation, destination)
-                       : "it is no picture, so the page cannot show it";
+                       : "it is no picture, so a page cannot show it";
   if (!why) {
     PDXFiles::remove(raw);
     return {destination, pictureType};
@@ -394,8 +394,8 @@ void PDXNoteMediaExtraction::addUnreached_(const Attachment& attachment, const s
   const std::string name = attachment.name.empty() ? "" : " \"" + attachment.name + "\"";
   note_->unreached.push_back({.what = "part of a note",
                               .where = attachment.type + name,
-                              .why = hasFile ? "the page does not show it; its file lies beside the page"
-                                             : "the page does not show it"});
+                              .why = hasFile ? "the written note does not show it; its file lies beside it"
+                                             : "the written note does not show it"});
 }
 
 void PDXNoteMediaExtraction::getRemainderForNote(PDXIOS9NoteDetail& note,
@@ -404,7 +404,7 @@ void PDXNoteMediaExtraction::getRemainderForNote(PDXIOS9NoteDetail& note,
   const PDXNoteBodyRecord record = PDXNoteBodyRecord::of(body).value_or(PDXNoteBodyRecord());
   for (std::string& line : linesNotShown(record.text, note.content)) {
     note.unreached.push_back(
-        {.what = "line of a note", .where = std::move(line), .why = "the page does not show it"});
+        {.what = "line of a note", .where = std::move(line), .why = "the written note does not show it"});
   }
   auto known = shownIn(note.content);
   const std::string accountId = accountIdOf(note);

@@ -61,6 +61,14 @@ TEST_F(BookmarksExport, AccountsForEveryRow) {
   EXPECT_EQ(
       titles(),
       "B >z >a Bookmarks bar >Soup & more >Recipes >>Crêpes Other bookmarks Mobile bookmarks >Stove manual ");
+  const auto json = nlohmann::json::parse(fileText(out_ + "/Bookmarks/Bookmarks.json"));
+  EXPECT_EQ(json["items"].front()["browser"], "Safari");
+  EXPECT_EQ(json["items"].back()["browser"], "Chrome");
+  const PDXEntriesReport& entries = *report.kinds[0].entries;
+  EXPECT_EQ(entries.textOf(entries.written), "5 bookmarks in 5 folders") << "as `list` says it";
+  const std::string page = fileText(out_ + "/index.html");
+  EXPECT_NE(page.find("note\">5 bookmarks in 5 folders<"), std::string::npos);
+  EXPECT_NE(page.find("class=\"n\">5 bookmarks in 5 folders<"), std::string::npos);
   const auto& rows = *report.kinds[0].entries->rows;
   EXPECT_EQ(rows.rows, 12U);
   EXPECT_EQ(rows.leftOutText(), "1 hidden on the device, 1 the store's own root");

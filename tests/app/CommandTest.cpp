@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <sstream>
 
 #include "app/export/ContentKinds.h"
 #include "samples/BackupFolder.h"
@@ -111,6 +112,29 @@ TEST_F(Command, MistakesAreOneLineAndTheirStatus) {
     EXPECT_EQ(ran.output, "") << c.arguments;
   }
   EXPECT_FALSE(PDXFiles::exists(folder_ / "out")) << "mistakes are found before anything is written";
+}
+
+TEST_F(Command, TheManualHasEveryCommandAndOption) {
+  const std::string manual = fileText(PDX_MANUAL);
+  const std::string synopsis = manual.substr(0, manual.find(".Sh DESCRIPTION"));
+  const std::string options = manual.substr(manual.find(".Sh OPTIONS"));
+  const std::string help = run("--help").output;
+  std::istringstream commands(help.substr(help.find("Subcommands:")));
+  std::size_t count = 0;
+  for (std::string entry; std::getline(commands, entry);) {
+    if (!entry.starts_with("  ")) continue;
+    const std::string command = entry.substr(2, entry.find(' ', 2) - 2);
+    EXPECT_NE(synopsis.find(".Cm " + command + "\n"), std::string::npos) << command;
+    ++count;
+    std::istringstream ofCommand(run(command + " --help").output);
+    for (std::string line; std::getline(ofCommand, line);) {
+      const std::size_t at = line.find("--");
+      if (!line.starts_with("  -") || at == std::string::npos) continue;
+      const std::string name = line.substr(at + 2, line.find_first_of(" ,", at) - at - 2);
+      EXPECT_NE(options.find("Fl -" + name), std::string::npos) << command << " --" << name;
+    }
+  }
+  EXPECT_GE(count, 10U);
 }
 
 TEST_F(Command, FindsBackupsByTheBeginningOfTheirIdentifier) {
@@ -243,7 +267,8 @@ TEST_F(Command, EveryFormOfABackupGivesTheSameAnswers) {
     ASSERT_EQ(run(std::string("sample ") + name + " --messages 150 " + options).status, 0);
     const std::string backup = std::string(name) + " --password-file password --read-only ";
     const std::string out = folder_ / (std::string("out-") + name);
-    EXPECT_EQ(run("export " + backup + "--contact-pictures --pictures --with-files --to " + out).status, 0);
+    const std::string everything = "export " + backup + "--contact-pictures --pictures --with-files --to ";
+    EXPECT_EQ(run(everything + out).status, 0);
     answers[name] = everythingIn(out);
     calls[out.find("older") != std::string::npos] += everythingIn(out + "/Calls");
     for (const PDXContentKind& kind : PDXContentKinds::all()) {
@@ -349,6 +374,14 @@ TEST_F(Command, ListsNotes) {
   const std::string all = run("list phone notes").output;
   EXPECT_TRUE(all.starts_with("In no folder\n")) << all;
   EXPECT_TRUE(all.ends_with("Picture by post (Post, Notes)\n16 notes, and 1 locked\n")) << all;
+}
+
+TEST_F(Command, ListsShowWhatHasNoTitle) {
+  const std::string bookmarks = run("list phone bookmarks").output;
+  EXPECT_NE(bookmarks.find("  BookmarksMenu/\n    https://example.com/untitled\n"), std::string::npos)
+      << bookmarks;
+  const std::string music = run("list phone music").output;
+  EXPECT_NE(music.find("  NONE.m4a\n"), std::string::npos) << music;
 }
 
 TEST_F(Command, ExportNeverChangesTheBackup) {

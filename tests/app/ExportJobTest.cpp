@@ -260,6 +260,24 @@ TEST_F(ExportJob, WritesNotesIntoTheirFolders) {
             std::chrono::sys_days(2023y / 12 / 11));
 }
 
+// A text shows no pictures, films and files: they must lie beside it all the same.
+TEST_F(ExportJob, NotesAsTextAloneLoseNoAttachment) {
+  options_.kinds = {"notes"};
+  options_.writesText = true;
+  const std::size_t attachments = run().kinds[0].attachmentCount();
+  auto both = tree(options_.outputFolder + "/Notes");
+  std::erase_if(both, [](const auto& file) { return file.first.ends_with(".html"); });
+  options_.writesHtml = false;
+  options_.outputFolder = folder_ / "text";
+  PDXFiles::makeFolders(options_.outputFolder);
+  const PDXExportReport report = run();
+  EXPECT_EQ(tree(options_.outputFolder + "/Notes"), both);
+  EXPECT_GT(attachments, 0U);
+  EXPECT_EQ(report.kinds[0].attachmentCount(), attachments);
+  const std::string page = fileText(options_.outputFolder + "/index.html");
+  EXPECT_NE(page.find("1 attachment was copied unchanged"), std::string::npos) << "it is no picture";
+}
+
 TEST_F(ExportJob, SearchesNotesAndKeepsTheirNames) {
   options_.kinds = {"notes"};
   options_.searchTerm = "FROM ANN";

@@ -11,7 +11,7 @@ namespace {
 
 class MusicExport : public testing::Test {
  protected:
-  PDXExportReport exported(const std::string& library = "") {
+  PDXExportReport exported(const std::string& library = "", bool withFiles = true) {
     PDXFiles::removeTree(out_);
     PDXDeviceData::setCustomBackupPath(folder_.path());
     PDXDeviceData device("phone");
@@ -20,7 +20,7 @@ class MusicExport : public testing::Test {
     options.outputFolder = out_;
     options.kinds = {"music"};
     options.libraryFile = library;
-    options.withFiles = true;
+    options.withFiles = withFiles;
     PDXFiles::makeFolders(out_);
     PDXExportJob job(device, information, options);
     job.prepare();
@@ -44,7 +44,9 @@ TEST_F(MusicExport, FindsTheLibraryAndItsFilesWhereverTheBackupKeepsThem) {
     ASSERT_EQ(report.kinds.size(), 1U) << folder;
     EXPECT_TRUE(report.isComplete());
     EXPECT_EQ(report.kinds[0].entries->files, 1U);
-    EXPECT_EQ(report.kinds[0].missing.size(), 4U);
+    ASSERT_EQ(report.kinds[0].missing.size(), 4U);
+    EXPECT_EQ(report.kinds[0].missing[1].why, "the backup does not hold iTunes_Control/Music/F02/GONE.m4a");
+    EXPECT_EQ(report.kinds[0].missing[3].where, "NONE.m4a") << "a track without a title";
     EXPECT_EQ(report.kinds[0].entries->rows->unaccounted, 0);
     EXPECT_EQ(fileText(out_ + "/Music/iTunes_Control/Music/F00/AVER.wav"), "sound");
     EXPECT_EQ(fileText(out_ + "/Music/Rowing.m3u8"),
@@ -53,6 +55,14 @@ TEST_F(MusicExport, FindsTheLibraryAndItsFilesWhereverTheBackupKeepsThem) {
               "iTunes_Control/Music/F00/AVER.wav\n# Not on the device: The Avocets - Above the clouds\n"
               "#EXTINF:187,The Avocets - Saltmarsh <live> & \"free\"\n"
               "/var/mobile/Media/iTunes_Control/Music/F01/MARS.wav\n");
+
+    const PDXExportReport without = exported("", false);
+    EXPECT_EQ(without.kinds[0].entries->notCopiedText(),
+              "1 file of tracks is in the backup: --with-files copies it");
+    EXPECT_NE(fileText(out_ + "/index.html").find("--with-files copies it"), std::string::npos);
+    EXPECT_EQ(PDXFiles::list(out_ + "/Music").size(), 4U) << "a table and three playlists";
+    EXPECT_EQ(fileText(out_ + "/Music/Rowing.m3u8").find("\niTunes_Control"), std::string::npos)
+        << "no path to a file that is not there";
   }
 }
 

@@ -86,7 +86,7 @@ TEST(BookmarkTree, FoldersMayLieInEachOtherAsDeepAsTheyLike) {
   EXPECT_FALSE(reader.loadBookmarksFromJsonString(R"({"roots":{"bar":{"x":)" + std::string(kDeep, '[')));
 }
 
-TEST(BookmarkTree, SearchKeepsTheFoldersAbove) {
+TEST(BookmarkTree, SearchKeepsTheFoldersAboveAndWhatLiesInThoseItFinds) {
   const PDXTestFolder folder;
   ASSERT_EQ(PDXSampleBookmarks::writeStore(folder / "store", 17), "");
   PDXSafariBookmarks reader;
@@ -97,6 +97,11 @@ TEST(BookmarkTree, SearchKeepsTheFoldersAbove) {
   EXPECT_EQ(tree.entries()[2].holder, 1U);
   tree.keepMatching("boats");
   EXPECT_EQ(shown(tree), "");
+  PDXBookmarkTree travel(reader, Order::arranged);
+  travel.keepMatching("TRAVEL");
+  EXPECT_EQ(shown(travel),
+            "BookmarksBar >Travel >>Zum Übersetzen 交接 >>Saltmarsh \"by boat\" <timetable> >>Empty folder "
+            "BookmarksMenu >Travel ");
 }
 
 TEST(BookmarkTree, IsWrittenAsBrowsersImportIt) {
@@ -105,13 +110,18 @@ TEST(BookmarkTree, IsWrittenAsBrowsersImportIt) {
   reader.loadBookmarksFromDatabaseFile(store()
                                            .row("bookmarks", 1, 0, 1, "<A> & \"B\"", nullptr, 0, 0)
                                            .row("bookmarks", 2, 1, 0, "</DL>", "x:'\"><&\n", 0, 0)
-                                           .row("bookmarks", 3, 0, 0, "last", "l:", 1, 0)
+                                           .row("bookmarks", 3, 0, 0, " ", "l:&", 1, 0)
+                                           .row("bookmarks", 4, 0, 1, "com.apple.ReadingList", nullptr, 2, 0)
+                                           .row("bookmarks", 5, 4, 1, "BookmarksBar", nullptr, 0, 0)
                                            .writeTo(folder / "test.db"));
   EXPECT_EQ(page(PDXBookmarkTree(reader, Order::arranged)),
             "    <DT><H3>Safari Bookmarks</H3>\n    <DL><p>\n"
             "        <DT><H3>&lt;A&gt; &amp; &quot;B&quot;</H3>\n        <DL><p>\n"
             "            <DT><A HREF=\"x:&#39;&quot;&gt;&lt;&amp;\n\">&lt;/DL&gt;</A>\n"
-            "        </DL><p>\n        <DT><A HREF=\"l:\">last</A>\n    </DL><p>\n");
+            "        </DL><p>\n        <DT><A HREF=\"l:&amp;\">l:&amp;</A>\n"
+            "        <DT><H3>Reading List</H3>\n        <DL><p>\n            <DT><H3>BookmarksBar</H3>\n"
+            "            <DL><p>\n            </DL><p>\n        </DL><p>\n    </DL><p>\n")
+      << "without a title the address, and names that people know for the browser's own folders";
   reader.loadBookmarksFromDatabaseFile("");
   PDXChromeBookmarks chrome;
   chrome.loadBookmarksFromJsonString(PDXSampleBookmarks::chromeDocument());

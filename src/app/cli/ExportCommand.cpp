@@ -194,7 +194,7 @@ class ExportCommand final : public PDXCommand {
           fmt::format("{} notes are unaccounted for: export.json has the figures", notes.rows->unaccounted));
     }
     if (!notes.unreached.empty()) {
-      console.note(fmt::format("  {} not on the pages: export.json names them",
+      console.note(fmt::format("  {} not shown: export.json names them",
                                counted(notes.unreached.size(), "part of a note is", "parts of notes are")));
     }
     summariseProblems(console, kind);
@@ -202,15 +202,10 @@ class ExportCommand final : public PDXCommand {
 
   static void summariseEntries(const PDXConsole& console, const PDXKindReport& kind) {
     const PDXEntriesReport& entries = *kind.entries;
-    const auto countedOf = [&](std::size_t count) {
-      return counted(count, entries.one.c_str(), entries.many.c_str());
-    };
     const std::string files = entries.files ? ", " + counted(*entries.files, "file", "files") : "";
-    console.note(fmt::format("{}: {}{}", kind.title, countedOf(entries.written), files));
-    if (entries.rows && entries.rows->leftOutRows() > 0) {
-      console.note(fmt::format("  {} left out: {}", countedOf(entries.rows->leftOutRows()),
-                               entries.rows->leftOutText()));
-    }
+    console.note(fmt::format("{}: {}{}", kind.title, entries.textOf(entries.written), files));
+    if (const std::string leftOut = entries.leftOutText(); !leftOut.empty()) console.note("  " + leftOut);
+    if (const std::string held = entries.notCopiedText(); !held.empty()) console.note("  " + held);
     if (entries.rows && entries.rows->unaccounted != 0) {
       PDXConsole::error(fmt::format("{} {} are unaccounted for: export.json has the figures",
                                     entries.rows->unaccounted, entries.many));
@@ -246,8 +241,12 @@ class ExportCommand final : public PDXCommand {
       console.note(fmt::format("  {} not in the backup: export.json names them", missing));
     }
     if (!kind.notTurned.empty()) {
-      console.note(fmt::format("  {} not be turned upright: export.json names them",
-                               counted(kind.notTurned.size(), "picture could", "pictures could")));
+      // Of notes these may be files of any kind, where a picture was said to be.
+      console.note(kind.notes
+                       ? fmt::format("  {} copied unchanged: export.json names them",
+                                     counted(kind.notTurned.size(), "attachment was", "attachments were"))
+                       : fmt::format("  {} not be turned upright: export.json names them",
+                                     counted(kind.notTurned.size(), "picture could", "pictures could")));
     }
     for (const PDXProblem& problem : kind.unreadable) PDXConsole::problem(problem);
   }

@@ -3,6 +3,7 @@
 #include "app/cli/Listing.h"
 #include "app/cli/Options.h"
 #include "app/export/BookmarksExport.h"
+#include "platform/Text.h"
 
 namespace {
 
@@ -11,9 +12,9 @@ constexpr std::size_t kDeepestIndent = 16;
 
 std::string lineOf(const PDXBookmarkTree::Entry& entry) {
   std::string line(2 * (1 + std::min(entry.depth, kDeepestIndent)), ' ');
-  line += entry.item->title;
-  if (entry.item->isFolder) return line + "/";
-  return line + "  " + entry.item->url;
+  if (entry.item->isFolder) return line + entry.item->title + "/";
+  if (!PDXText::trimmed(entry.item->title).empty()) line += entry.item->title + "  ";
+  return line + entry.item->url;
 }
 
 }  // namespace
@@ -34,13 +35,7 @@ PDXListing listBookmarks(const PDXListRequest& request) {
       }
     }
   }
-  const auto folders = [](const PDXBookmarkTree& tree) {
-    return std::count_if(tree.entries().begin(), tree.entries().end(),
-                         [](const auto& entry) { return entry.item->isFolder; });
-  };
-  std::size_t inFolders = 0;
-  for (const PDXBookmarkTree& tree : list.trees) inFolders += static_cast<std::size_t>(folders(tree));
-  listing.summary = countedEntries(list.entries - inFolders, "bookmark", "bookmarks") + " in " +
-                    countedEntries(inFolders, "folder", "folders");
+  listing.summary = countedEntries(list.entries - list.folders, "bookmark", "bookmarks") + " in " +
+                    countedEntries(list.folders, "folder", "folders");
   return listing;
 }

@@ -2,6 +2,7 @@
 
 #include "app/cli/Listing.h"
 #include "app/export/MusicExport.h"
+#include "music/TrackName.h"
 
 namespace {
 
@@ -11,7 +12,7 @@ using Json = nlohmann::ordered_json;
 std::string lineOf(const TrackItem& track) {
   std::string line = "  ";
   if (!track.artist.empty()) line += track.artist + " - ";
-  line += track.name;
+  line += PDXTrackName::shown(track);
   if (!track.album.empty()) line += " (" + track.album + ")";
   return line;
 }

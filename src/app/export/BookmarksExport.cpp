@@ -1,5 +1,7 @@
 #include "app/export/BookmarksExport.h"
 
+#include <algorithm>
+
 #include "backup/BackupNavigation.h"
 #include "backup/DeviceData.h"
 #include "bookmarks/BookmarkHTMLGenerator.h"
@@ -101,6 +103,9 @@ PDXBookmarkList PDXBookmarksExport::read(PDXDeviceData& deviceData, PDXBookmarkT
     PDXBookmarkTree& tree = list.trees.emplace_back(*reader, order);
     tree.keepMatching(search);
     list.entries += tree.entries().size();
+    list.folders += static_cast<std::size_t>(
+        std::count_if(tree.entries().begin(), tree.entries().end(),
+                      [](const PDXBookmarkTree::Entry& entry) { return entry.item->isFolder; }));
     list.filtered += reader->storedItems().size() - tree.entries().size();
   }
   return list;
@@ -117,6 +122,7 @@ void PDXBookmarksExport::appendJson(std::string& json, const PDXBookmarkTree::En
   object.text("url", std::string_view(item.url));
   object.flag("isFolder", item.isFolder);
   object.number("type", item.type);
+  object.text("browser", std::string_view(PDXBookmarkReader::browserOfType(item.type)));
   object.date("dateAdded", item.dateAdded);
   object.date("lastModified", item.lastModified);
 }
@@ -138,6 +144,7 @@ PDXKindReport PDXBookmarksExport::run(PDXDeviceData& deviceData, const PDXExport
         {.title = "Bookmarks as JSON", .path = "Bookmarks/Bookmarks.json", .entries = list.entries}};
   }
   kind.entries->written = list.entries;
+  kind.entries->folders = list.folders;
   kind.entries->rows = accountOf(list);
   return kind;
 }

@@ -18,6 +18,7 @@ struct PDXBookmarkList {
   std::vector<PDXBookmarkTree> trees;  ///< Of every browser that has any.
 
   std::size_t entries = 0;   ///< In the trees: bookmarks and folders.
+  std::size_t folders = 0;   ///< Of them.
   std::size_t filtered = 0;  ///< Taken out of them.
 };
 
@@ -27,7 +28,7 @@ namespace PDXBookmarksExport {
 PDXBookmarkList read(PDXDeviceData& deviceData, PDXBookmarkTree::Order order, const std::string& search);
 
 /// Appends an entry as a JSON object. Its keys are the record's field names; "depth" tells with the order of
-/// the entries which folder holds which.
+/// the entries which folder holds which, "browser" which browser it is from.
 void appendJson(std::string& json, const PDXBookmarkTree::Entry& entry);
 
 /// Writes "Bookmarks/Bookmarks.html" and "Bookmarks/Bookmarks.json", unless there are none.

@@ -23,6 +23,33 @@ std::int64_t PDXContactRows::unaccounted() const {
   return static_cast<std::int64_t>(*found) - static_cast<std::int64_t>(written + merged + filtered + empty);
 }
 
+namespace {
+
+std::string counted(std::size_t count, const std::string& one, const std::string& many) {
+  return std::to_string(count) + " " + (count == 1 ? one : many);
+}
+
+}  // namespace
+
+std::string PDXEntriesReport::textOf(std::size_t entries) const {
+  if (!folders) return counted(entries, one, many);
+  return counted(entries - std::min(entries, *folders), one, many) + " in " +
+         counted(*folders, "folder", "folders");
+}
+
+std::string PDXEntriesReport::leftOutText() const {
+  const std::size_t leftOut = rows ? rows->leftOutRows() : 0;
+  if (leftOut == 0) return "";
+  const std::string what = folders ? counted(leftOut, "entry", "entries") : counted(leftOut, one, many);
+  return what + " left out: " + rows->leftOutText();
+}
+
+std::string PDXEntriesReport::notCopiedText() const {
+  if (notCopied == 0) return "";
+  return counted(notCopied, "file of " + many + " is", "files of " + many + " are") +
+         " in the backup: --with-files copies " + (notCopied == 1 ? "it" : "them");
+}
+
 std::size_t PDXKindReport::messageCount() const {
   return std::accumulate(written.begin(), written.end(), std::size_t{0},
                          [](std::size_t sum, const PDXExportedItem& item) { return sum + item.messages; });

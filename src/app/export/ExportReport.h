@@ -50,10 +50,24 @@ struct PDXEntriesReport {
   std::string many;
   std::size_t written = 0;
 
+  /// Those of the written that only hold others; nothing where there are no such.
+  std::optional<std::size_t> folders = {};
+
   /// What became of the rows of the store; nothing when they could not be counted, or not all was written.
   std::optional<PDXRowAccount> rows;
 
   std::optional<std::size_t> files = {};  ///< Copied beside them; nothing when nobody asked for files.
+  std::size_t notCopied = 0;              ///< Files that the backup holds and nobody asked for.
+
+  /// "3 calls", and of entries with folders among them "10 bookmarks in 9 folders".
+  /// @param entries  all that are written, or those of one of the files.
+  std::string textOf(std::size_t entries) const;
+
+  /// "2 calls left out: 2 filtered"; "" when there are none.
+  std::string leftOutText() const;
+
+  /// "2 files of tracks are in the backup: --with-files copies them"; "" when there are none.
+  std::string notCopiedText() const;
 };
 
 /// What became of one content kind.

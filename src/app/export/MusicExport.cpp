@@ -11,6 +11,7 @@
 #include "music/MusicLibraryFile.h"
 #include "music/PlaylistM3UGenerator.h"
 #include "music/TrackCSVGenerator.h"
+#include "music/TrackName.h"
 #include "platform/FileName.h"
 #include "platform/Files.h"
 #include "platform/JsonText.h"
@@ -53,11 +54,16 @@ class TrackFiles {
   }
 
   /// As playlists name it; "" when the track has no file.
-  std::string nameOf(const TrackItem& track) {
+  /// @param isCopied  whether the export has the files that the backup holds: a path below its folder must
+  ///                  lead to one.
+  std::string nameOf(const TrackItem& track, bool isCopied) {
     if (!track.filePath) return "";
     const Held* file = held(*track.filePath);
-    return file != nullptr ? file->path : kMediaRoot + *track.filePath;
+    return file != nullptr && isCopied ? file->path : kMediaRoot + *track.filePath;
   }
+
+  /// How many files of the tracks that were asked for the backup holds.
+  std::size_t heldCount() const { return held_.size(); }
 
  private:
   /// The device's path, each part of it made safe. Two files never get the same.
@@ -95,7 +101,8 @@ class Writer {
         files_(deviceData) {
     PDXFiles::makeFolders(folder_);
     names_.reserve(library.tracks.size());
-    for (const TrackItem& track : library.tracks) names_.push_back(files_.nameOf(track));
+    for (const TrackItem& track : library.tracks) names_.push_back(files_.nameOf(track, options.withFiles));
+    if (!options.withFiles) kind_.entries->notCopied = files_.heldCount();
   }
 
   bool writeTable() {
@@ -150,10 +157,11 @@ class Writer {
 
   bool copyFile(const TrackItem& track) {
     const std::string what = "file of a track";
-    const std::string where = track.name.empty() ? "record " + track.identifier : track.name;
+    const std::string where = PDXTrackName::shown(track);
     const TrackFiles::Held* held = files_.held(*track.filePath);
     if (held == nullptr) {
-      kind_.missing.push_back({.what = what, .where = where, .why = *track.filePath});
+      kind_.missing.push_back(
+          {.what = what, .where = where, .why = "the backup does not hold " + *track.filePath});
       return !stop_.stop_requested();
     }
     const std::string target = PDXFiles::joined(folder_, held->path);

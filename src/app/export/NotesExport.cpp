@@ -101,7 +101,12 @@ class Writer {
 
   void write(PDXIOS9NoteDetail& note) {
     if (!makeFolder()) return;
-    if (options_.writesHtml && !writePage(note)) return;
+    removeEarlier(note);
+    if (options_.writesHtml &&
+        !finish(pagePath(), note.htmlExportToPathTitle(pagePath(), note.title, stop_), note))
+      return;
+    // A text has no place for pictures, so they lie where those of its page would: nothing is lost.
+    if (!writeAttachments(note)) return;
     if (options_.writesText) writeText(note);
     addAbsentBody(note, result_);
     result_.missing.insert(result_.missing.end(), note.missing.begin(), note.missing.end());
@@ -150,13 +155,16 @@ class Writer {
     finish(file.path(), file.commit() ? std::nullopt : std::optional(file.error()), note);
   }
 
-  bool writePage(const PDXIOS9NoteDetail& note) {
-    removeEarlier(note);
-    if (!finish(pagePath(), note.htmlExportToPathTitle(pagePath(), note.title, stop_), note)) return false;
+  /// Those that a page shows are there once it is written; then they are only counted.
+  bool writeAttachments(const PDXIOS9NoteDetail& note) {
     PDXUniqueFileNames names(32);
     for (const PDXNoteContent& content : note.content) {
       const auto* piece = std::get_if<PDXMediaNoteContent>(&content);
-      if (piece == nullptr || piece->fileName.empty()) continue;
+      if (piece == nullptr || !piece->hasFile()) continue;
+      if (const auto why = piece->copyBesidePage(pagePath(), stop_)) {
+        if (!stop_.stop_requested()) fail(piece->exportPathForPage(pagePath()), *why);
+        return false;
+      }
       names.nameFor(piece->exportName);
       ++result_.attachments;
     }
@@ -168,8 +176,7 @@ class Writer {
   void removeEarlier(const PDXIOS9NoteDetail& note) const {
     for (const PDXNoteContent& content : note.content) {
       const auto* piece = std::get_if<PDXMediaNoteContent>(&content);
-      if (piece != nullptr && !piece->fileName.empty())
-        PDXFiles::remove(piece->exportPathForPage(pagePath()));
+      if (piece != nullptr && piece->hasFile()) PDXFiles::remove(piece->exportPathForPage(pagePath()));
     }
   }
 

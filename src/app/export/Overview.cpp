@@ -105,8 +105,11 @@ std::string problemLists(const PDXKindReport& kind) {
   return problemList(missing + " not in the backup", kind.missing) +
          problemList(counted(kind.unreadable.size(), "item", "items") + " could not be read",
                      kind.unreadable) +
-         problemList(counted(kind.notTurned.size(), "picture", "pictures") + " could not be turned upright",
-                     kind.notTurned);
+         problemList(
+             kind.notes
+                 ? counted(kind.notTurned.size(), "attachment was", "attachments were") + " copied unchanged"
+                 : counted(kind.notTurned.size(), "picture", "pictures") + " could not be turned upright",
+             kind.notTurned);
 }
 
 std::string leftOutNotes(const PDXNotesReport& notes) {
@@ -149,9 +152,8 @@ std::string notesSection(const PDXKindReport& kind) {
     locked.push_back({.what = "locked", .where = title, .why = ""});
   html += problemList(counted(locked.size(), "note is", "notes are") + " locked by a password", locked);
   html += problemLists(kind);
-  html +=
-      problemList(counted(kind.notes->unreached.size(), "part", "parts") + " of notes are not on their pages",
-                  kind.notes->unreached);
+  html += problemList(counted(kind.notes->unreached.size(), "part", "parts") + " of notes are not shown",
+                      kind.notes->unreached);
   html += "<table>\n";
   for (const PDXExportedItem& item : kind.written) html += noteRow(item);
   return html + "</table></section>\n";
@@ -160,26 +162,23 @@ std::string notesSection(const PDXKindReport& kind) {
 /// A kind that is written as a few files of many entries.
 std::string entriesSection(const PDXKindReport& kind) {
   const PDXEntriesReport& entries = *kind.entries;
-  const auto countedOf = [&](std::size_t count) {
-    return counted(count, entries.one.c_str(), entries.many.c_str());
-  };
   std::string html = "<section id=\"" + kind.kind + "\"><h2>" + PDXText::escapedForHtml(kind.title) +
-                     "</h2>\n<p class=\"note\">" + countedOf(entries.written) + "</p>\n";
+                     "</h2>\n<p class=\"note\">" + entries.textOf(entries.written) + "</p>\n";
   if (!entries.rows)
     html += "<p class=\"note\">The " + entries.many + " in the store could not be counted</p>\n";
-  if (entries.rows && entries.rows->leftOutRows() > 0) {
-    html += "<p class=\"note\">" + countedOf(entries.rows->leftOutRows()) +
-            " left out: " + PDXText::escapedForHtml(entries.rows->leftOutText()) + "</p>\n";
-  }
+  if (const std::string leftOut = entries.leftOutText(); !leftOut.empty())
+    html += "<p class=\"note\">" + PDXText::escapedForHtml(leftOut) + "</p>\n";
   if (entries.rows && entries.rows->unaccounted != 0) {
     html += "<p class=\"note\">unaccounted " + entries.many + ": " +
             std::to_string(entries.rows->unaccounted) + "</p>\n";
   }
+  if (const std::string files = entries.notCopiedText(); !files.empty())
+    html += "<p class=\"note\">" + PDXText::escapedForHtml(files) + "</p>\n";
   if (entries.files) html += "<p class=\"note\">" + counted(*entries.files, "file", "files") + "</p>\n";
   html += problemLists(kind) + "<table>\n";
   for (const PDXExportedItem& item : kind.written) {
     html += "<tr><td><a href=\"" + PDXText::pathForHtmlLink(item.path) + "\">" +
-            PDXText::escapedForHtml(item.title) + "</a></td><td class=\"n\">" + countedOf(item.entries) +
+            PDXText::escapedForHtml(item.title) + "</a></td><td class=\"n\">" + entries.textOf(item.entries) +
             "</td></tr>\n";
   }
   return html + "</table></section>\n";
@@ -276,17 +275,20 @@ Json entriesKindJson(const PDXKindReport& kind) {
     files.push_back({{"title", item.title}, {"path", item.path}, {many, item.entries}});
   const AccountJson account(kind.entries->rows);
   Json written = {{many, kind.entries->written}};
+  if (kind.entries->folders) written["folders"] = *kind.entries->folders;
   if (kind.entries->files) written["files"] = *kind.entries->files;
-  return {{"kind", kind.kind},
-          {"found", {{many, kind.found}, {"rows", account.found}}},
-          {"written", written},
-          {"repeated", {{"rows", account.repeated}}},
-          {"leftOut", {{"rows", account.leftOut}}},
-          {"unaccounted", {{"rows", account.unaccounted}}},
-          {"filtered", {{many, kind.filtered}}},
-          {"filesMissing", PDXBackupJson::problems(kind.missing)},
-          {"unreadable", PDXBackupJson::problems(kind.unreadable)},
-          {"files", files}};
+  Json json = {{"kind", kind.kind},
+               {"found", {{many, kind.found}, {"rows", account.found}}},
+               {"written", written},
+               {"repeated", {{"rows", account.repeated}}},
+               {"leftOut", {{"rows", account.leftOut}}},
+               {"unaccounted", {{"rows", account.unaccounted}}},
+               {"filtered", {{many, kind.filtered}}},
+               {"filesMissing", PDXBackupJson::problems(kind.missing)},
+               {"unreadable", PDXBackupJson::problems(kind.unreadable)},
+               {"files", files}};
+  if (kind.entries->notCopied > 0) json["filesNotCopied"] = kind.entries->notCopied;
+  return json;
 }
 
 Json kindJson(const PDXKindReport& kind) {
