@@ -54,12 +54,10 @@ class TrackFiles {
   }
 
   /// As playlists name it; "" when the track has no file.
-  /// @param isCopied  whether the export has the files that the backup holds: a path below its folder must
-  ///                  lead to one.
-  std::string nameOf(const TrackItem& track, bool isCopied) {
+  std::string nameOf(const TrackItem& track) {
     if (!track.filePath) return "";
     const Held* file = held(*track.filePath);
-    return file != nullptr && isCopied ? file->path : kMediaRoot + *track.filePath;
+    return file != nullptr ? file->path : kMediaRoot + *track.filePath;
   }
 
   /// How many files of the tracks that were asked for the backup holds.
@@ -101,7 +99,7 @@ class Writer {
         files_(deviceData) {
     PDXFiles::makeFolders(folder_);
     names_.reserve(library.tracks.size());
-    for (const TrackItem& track : library.tracks) names_.push_back(files_.nameOf(track, options.withFiles));
+    for (const TrackItem& track : library.tracks) names_.push_back(files_.nameOf(track));
     if (!options.withFiles) kind_.entries->notCopied = files_.heldCount();
   }
 
