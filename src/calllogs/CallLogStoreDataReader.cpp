@@ -282,7 +282,7 @@ std::vector<PDXCallLog> PDXCallLogStoreDataReader::getCallLogs() {
 
 std::optional<std::size_t> PDXCallLogStoreDataReader::storedCallCount() const {
   const PDXSQLiteDatabase store(callLogDbPath_);
-  auto rows = store.prepare("SELECT count(*) FROM ZCALLRECORD NOT INDEXED");
+  auto rows = store.prepare("SELECT count(1) FROM ZCALLRECORD NOT INDEXED");
   if (!rows.step()) return std::nullopt;
   return static_cast<std::size_t>(rows.int64(0));
 }

@@ -102,7 +102,7 @@ std::optional<std::vector<TrackItem>> tracksOf(const PDXSQLiteDatabase& database
 }
 
 std::optional<std::size_t> counted(const PDXSQLiteDatabase& database, const std::string& condition) {
-  auto rows = database.prepare("SELECT count(*) FROM item_extra" + condition);
+  auto rows = database.prepare("SELECT count(1) FROM item_extra" + condition);
   if (!rows.step()) return std::nullopt;
   return static_cast<std::size_t>(rows.int64(0));
 }
