@@ -106,15 +106,21 @@ struct PDXSQLiteWatch {
   std::uint64_t mostLooks = UINT64_MAX;  ///< Within one step.
   std::uint64_t looks = 0;               ///< Within the step at hand.
 
+  std::uint64_t mostBytes = UINT64_MAX;
+  std::uint64_t bytes = 0;  ///< Of texts handed out since a statement was last prepared.
+
   bool isExhausted() const { return looks > mostLooks; }
 
-  /// Even the smallest row takes four bytes, and what goes over each of them takes some dozens of steps.
-  /// Both limits lie far beyond that, since tables are joined.
+  /// Even the smallest row takes four bytes, what goes over each of them takes some dozens of steps, and its
+  /// texts are its own. The limits lie far beyond that, since tables are joined.
   void setLimits(std::uint64_t fileSize) {
     constexpr std::uint64_t kRows = 300'000;
     constexpr std::uint64_t kSteps = 30'000'000;
     constexpr std::uint64_t kStepsForAByte = 200;
+    constexpr std::uint64_t kBytes = std::uint64_t{256} << 20;
+    constexpr std::uint64_t kTimes = 64;
     mostRows = kRows + fileSize / 4;
+    mostBytes = kBytes + fileSize * kTimes;
     mostLooks = (kSteps + fileSize * kStepsForAByte) / kStepsBetweenLooks;
   }
 
@@ -203,6 +209,7 @@ PDXSQLiteStatement::PDXSQLiteStatement(sqlite3* database, std::string_view sql, 
     return;
   }
   watch_->looks = 0;
+  watch_->bytes = 0;
   sqlite3_stmt* statement = nullptr;
   sqlite3_prepare_v2(database, sql.data(), static_cast<int>(sql.size()), &statement, nullptr);
   statement_.reset(statement);
@@ -213,8 +220,9 @@ bool PDXSQLiteStatement::step() {
   if (statement_ == nullptr || failed_) return false;
   watch_->looks = 0;
   const int result = sqlite3_step(statement_.get());
-  const bool isEndless =
-      result == SQLITE_ROW ? ++rows_ > watch_->mostRows : result == SQLITE_INTERRUPT && watch_->isExhausted();
+  const bool isEndless = result == SQLITE_ROW
+                             ? ++rows_ > watch_->mostRows || watch_->bytes > watch_->mostBytes
+                             : result == SQLITE_INTERRUPT && watch_->isExhausted();
   failed_ = isEndless || (result != SQLITE_ROW && result != SQLITE_DONE);
   wasInterrupted_ = result == SQLITE_INTERRUPT && !isEndless;
   if (failed_) error_ = sqlite3_errmsg(sqlite3_db_handle(statement_.get()));
@@ -293,7 +301,9 @@ std::string_view PDXSQLiteStatement::textInPlace(int column) const {
   if (!has_(column)) return {};
   const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement_.get(), column));
   if (text == nullptr) return {};
-  return {text, static_cast<std::size_t>(sqlite3_column_bytes(statement_.get(), column))};
+  const auto size = static_cast<std::size_t>(sqlite3_column_bytes(statement_.get(), column));
+  watch_->bytes += size;
+  return {text, size};
 }
 
 std::span<const std::uint8_t> PDXSQLiteStatement::blobInPlace(int column) const {
