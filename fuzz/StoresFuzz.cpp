@@ -27,6 +27,19 @@ void require(bool holds) {
   if (!holds) std::abort();
 }
 
+/// Costly to make.
+PDXLocalTimes& localTimes() {
+  static PDXLocalTimes times;
+  return times;
+}
+
+void checkText(const PDXCalendarDetail& calendar) {
+  static PDXCalendarICSWriter writer;
+  std::string text = writer.generateFileHeaderForCalendar_(calendar);
+  for (const PDXCalendarEvent& event : calendar.calendarEvents) writer.appendEvent(text, event);
+  require(PDXText::isValid(text));
+}
+
 void readCalendars(const std::string& path) {
   const PDXCalendarsDbReader reader(path);
   for (const PDXCalendarStore& store : reader.getCalendarStores()) {
@@ -34,14 +47,14 @@ void readCalendars(const std::string& path) {
       reader.getCalendarEventsForCalendarDetailWithStartDateTo(calendar, std::nullopt, std::nullopt);
   }
   for (const PDXCalendarDetail& calendar : reader.getAllCalendars(std::nullopt, std::nullopt))
-    require(PDXText::isValid(PDXCalendarICSGenerator::generateFromCalenderDetail(calendar)));
+    checkText(calendar);
   reader.storedEventCounts();
 }
 
 void readCalls(PDXCallLogReader& reader) {
   for (const PDXCallLogParticipantGroup& group : reader.getCallLogParticipantList())
     reader.getCallLogForParticipantGroup(group);
-  PDXLocalTimes times;
+  PDXLocalTimes& times = localTimes();
   std::string text;
   std::size_t rows = 0;
   for (const PDXCallLog& log : reader.getCallLogs()) {
@@ -73,7 +86,7 @@ void readMusic(const std::string& path) {
   reader.tracks();
   const auto library = reader.everything();
   if (!library) return;
-  PDXLocalTimes times;
+  PDXLocalTimes& times = localTimes();
   std::string text;
   for (const TrackItem& track : library->tracks)
     PDXTrackCSVGenerator::appendRow(text, track, track.filePath.value_or(""), times);
@@ -89,7 +102,8 @@ void readMusic(const std::string& path) {
 
 /// The first byte tells whose store the others are: a file of a database, damaged.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static const std::string path = "/tmp/pocketdex-fuzz-store-" + std::to_string(::getpid());
+  // In memory: nobody waits for a disk.
+  static const std::string path = "/dev/shm/pocketdex-fuzz-store-" + std::to_string(::getpid());
   if (size == 0) return 0;
   std::ofstream(path, std::ios::binary)
       .write(reinterpret_cast<const char*>(data) + 1, static_cast<std::streamsize>(size - 1));
