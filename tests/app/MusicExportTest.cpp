@@ -112,7 +112,7 @@ TEST_F(MusicExport, FilesInTheWayOfOthersCostNobodyElse) {
   int id = 0;
   for (const auto& [folder, file] : files) {
     ++id;
-    backup.addFile("MediaDomain", "Media/" + folder + "/" + file, std::string_view(file));
+    backup.addFile("MediaDomain", PDXFiles::joined("Media/" + folder, file), std::string_view(file));
     library =
         library.row("base_location", id, folder).row("item_extra", id, file, file, 1).row("item", id, id);
   }

@@ -19,7 +19,7 @@ constexpr std::size_t kPage = 512;
 /// A table of so many rows, each on a page with few others, all of which have `step` between their numbers.
 /// @param base  the number before the first.
 std::string writeTable(const PDXTestFolder& folder, std::int64_t step, std::int64_t base = 0) {
-  const std::string path = folder / "rows.db";
+  std::string path = folder / "rows.db";
   PDXFiles::remove(path);
   const PDXSQLiteDatabase database(path, PDXSQLiteAccess::create);
   EXPECT_TRUE(database.run("PRAGMA page_size=512; BEGIN; CREATE TABLE t (a)"));

@@ -83,7 +83,9 @@ class TrackFiles {
       const auto [known, isNew] = folders_.try_emplace(devicePath.substr(0, end));
       if (isNew) {
         const std::string part = PDXFileName::safe(devicePath.substr(begin, end - begin));
-        known->second = freeOf(path.empty() ? part : path + "/" + part, "", Kind::folder);
+        if (!path.empty()) path += '/';
+        path += part;
+        known->second = freeOf(path, "", Kind::folder);
       }
       path = known->second;
       begin = end + 1;
