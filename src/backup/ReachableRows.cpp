@@ -1,6 +1,7 @@
 #include "backup/ReachableRows.h"
 
 #include <algorithm>
+#include <limits>
 
 #include "platform/Sqlite.h"
 
@@ -27,14 +28,20 @@ std::vector<std::int64_t> missed(const PDXSQLiteDatabase& database, const std::s
     const std::int64_t before = numbers.empty() ? 0 : numbers.back();
     const std::size_t known = numbers.size();
     readInto(database.prepare(all + " DESC"), numbers);
-    const std::int64_t behind = numbers.size() == known ? before + kMostTried / 10 : numbers.back();
+    constexpr std::int64_t kLast = std::numeric_limits<std::int64_t>::max();
+    const std::int64_t near = std::min(before, kLast - kMostTried) + kMostTried / 10;
+    const std::int64_t behind = numbers.size() == known ? near : numbers.back();
+    // Within one transaction: locking the file for each look would take ten times as long as the look.
+    const bool isBegun = database.run("BEGIN");
     auto one = database.prepare("SELECT rowid FROM " + table + " WHERE rowid = ?1");
-    const bool isNear = behind > before && behind - before <= kMostTried && before >= 0;
+    const bool isNear = before >= 0 && behind > before && behind - before <= kMostTried;
     for (std::int64_t number = before + 1; isNear && number < behind; ++number) {
       one.reset();
       one.bind(1, number);
       if (one.step()) numbers.push_back(number);
     }
+    one.reset();
+    if (isBegun) database.run("COMMIT");
     std::sort(numbers.begin(), numbers.end());
     numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
   }

@@ -368,7 +368,7 @@ std::optional<PDXCalendarsDbReader::RowCounts> PDXCalendarsDbReader::storedEvent
   RowCounts counts;
   const auto tables = EventTable::in(database);
   for (const EventTable& table : tables) {
-    const auto rows = counted(database, fmt::format("SELECT count(*) FROM {} event NOT INDEXED", table.name));
+    const auto rows = counted(database, fmt::format("SELECT count(1) FROM {} event NOT INDEXED", table.name));
     const auto inInboxes =
         counted(database, fmt::format("SELECT count(*) FROM {} event WHERE {}", table.name, inbox));
     const auto repeated =

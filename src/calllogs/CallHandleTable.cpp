@@ -62,7 +62,7 @@ std::optional<PDXCallHandleTable> PDXCallHandleTable::of(const PDXSQLiteDatabase
 
 void PDXCallHandleTable::reportLostHandles(const PDXSQLiteDatabase& store, const std::string& path,
                                            std::size_t foundRows) const {
-  auto all = store.prepare("SELECT count(*) FROM " + table);
+  auto all = store.prepare("SELECT count(1) FROM " + table);
   if (!all.step() || static_cast<std::size_t>(all.int64(0)) == foundRows) return;
   auto rows = store.prepare("SELECT " + callColumn + ", " + handleColumn + " FROM " + table + " WHERE " +
                             callColumn + " IN (SELECT Z_PK FROM ZCALLRECORD) AND " + handleColumn +

@@ -143,7 +143,7 @@ std::vector<PDXCallLog> PDXCallLogDbReader::getCallLogs() {
 
 std::optional<std::size_t> PDXCallLogDbReader::storedCallCount() const {
   const PDXSQLiteDatabase store(callLogDbPath_);
-  auto rows = store.prepare("SELECT count(*) FROM call NOT INDEXED");
+  auto rows = store.prepare("SELECT count(1) FROM call NOT INDEXED");
   if (!rows.step()) return std::nullopt;
   return static_cast<std::size_t>(rows.int64(0));
 }

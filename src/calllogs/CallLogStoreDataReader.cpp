@@ -99,7 +99,7 @@ class PDXCallLogStoreDataReader::Grouping {
   void addParticipant(Record& record, const std::string& address) {
     const auto [known, isNew] = numbers_.try_emplace(address, people_.size());
     if (isNew) people_.emplace_back().setAddress(address, names_);
-    record.people.push_back(known->second);
+    if (isNewIn_(record, known->second)) record.people.push_back(known->second);
   }
 
   /// The record's participants must all be there.
@@ -119,6 +119,16 @@ class PDXCallLogStoreDataReader::Grouping {
   std::vector<PDXCallLogParticipantGroup> takeGroups() { return std::move(groups_); }
 
  private:
+  /// Whether the person is not among those of the call yet. Of most calls there are one or two.
+  bool isNewIn_(const Record& record, std::size_t person) {
+    constexpr std::size_t kFew = 16;
+    const auto& people = record.people;
+    if (people.size() < kFew) return std::find(people.begin(), people.end(), person) == people.end();
+    auto& crowd = crowds_[&record];
+    if (crowd.empty()) crowd.insert(people.begin(), people.end());
+    return crowd.insert(person).second;
+  }
+
   std::string nameString_(const Record& record) const {
     std::string text;
     for (const std::size_t person : record.people) {
@@ -136,9 +146,10 @@ class PDXCallLogStoreDataReader::Grouping {
   }
 
   PDXCallLogNames& names_;
-  std::unordered_map<std::string, std::size_t> numbers_;    ///< By address.
-  std::vector<PDXCallLogParticipant> people_;               ///< Without dates.
-  std::unordered_map<std::string, std::size_t> places_;     ///< By the names of a call.
+  std::unordered_map<std::string, std::size_t> numbers_;                       ///< By address.
+  std::vector<PDXCallLogParticipant> people_;                                  ///< Without dates.
+  std::unordered_map<const Record*, std::unordered_set<std::size_t>> crowds_;  ///< Of calls with many people.
+  std::unordered_map<std::string, std::size_t> places_;                        ///< By the names of a call.
   std::unordered_map<std::uint64_t, std::size_t> members_;  ///< By group and person: the place in the group.
   std::vector<PDXCallLogParticipantGroup> groups_;
 };
@@ -282,7 +293,7 @@ std::vector<PDXCallLog> PDXCallLogStoreDataReader::getCallLogs() {
 
 std::optional<std::size_t> PDXCallLogStoreDataReader::storedCallCount() const {
   const PDXSQLiteDatabase store(callLogDbPath_);
-  auto rows = store.prepare("SELECT count(*) FROM ZCALLRECORD NOT INDEXED");
+  auto rows = store.prepare("SELECT count(1) FROM ZCALLRECORD NOT INDEXED");
   if (!rows.step()) return std::nullopt;
   return static_cast<std::size_t>(rows.int64(0));
 }

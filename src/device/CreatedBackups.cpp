@@ -16,7 +16,7 @@ std::mutex& lock() {
   return theLock;
 }
 
-std::string textOf(const Json& item, const char* key) {
+std::string textOf(const nlohmann::json& item, const char* key) {
   const auto found = item.find(key);
   return found != item.end() && found->is_string() ? found->get<std::string>() : "";
 }
@@ -27,9 +27,10 @@ std::optional<std::vector<PDXCreatedBackups::Entry>> stored() {
   const std::string path = PDXCreatedBackups::listPath();
   if (!PDXFiles::exists(path)) return entries;
   const auto bytes = PDXFiles::read(path, std::uint64_t{16} << 20);
-  const Json list = bytes ? Json::parse(*bytes, nullptr, false) : Json();
+  // Without the order of keys, which takes a look at each of them for every further one.
+  const auto list = bytes ? nlohmann::json::parse(*bytes, nullptr, false) : nlohmann::json();
   if (!list.is_array()) return std::nullopt;
-  for (const Json& item : list) {
+  for (const nlohmann::json& item : list) {
     if (!item.is_object() || textOf(item, "path").empty()) continue;
     entries.push_back({textOf(item, "path"), textOf(item, "application"), textOf(item, "date")});
   }

@@ -95,14 +95,19 @@ std::optional<std::vector<TrackItem>> tracksOf(const PDXSQLiteDatabase& database
   PDXTrackRows items(rows, path);
   std::vector<TrackItem> tracks;
   if (isOfAll) tracks.reserve(PDXRowEstimate::of(database, "item_extra"));
-  while (rows.step()) tracks.push_back(items.track());
+  while (rows.step()) {
+    TrackItem track = items.track();
+    // Pictures of several sizes make a track come again, in a crafted library without end.
+    const bool isAgain = isOfAll && !tracks.empty() && tracks.back().identifier == track.identifier;
+    if (!isAgain) tracks.push_back(std::move(track));
+  }
   if (rows.failed()) report(path, rows.error());
   if (rows.failed() && isOfAll) addMissed(database, tracks, path);
   return tracks;
 }
 
 std::optional<std::size_t> counted(const PDXSQLiteDatabase& database, const std::string& condition) {
-  auto rows = database.prepare("SELECT count(*) FROM item_extra" + condition);
+  auto rows = database.prepare("SELECT count(1) FROM item_extra" + condition);
   if (!rows.step()) return std::nullopt;
   return static_cast<std::size_t>(rows.int64(0));
 }
@@ -205,8 +210,10 @@ std::optional<PDXMusicLibrary> MusicIOSDeviceDataReader::everything() const {
   library.tracks = std::move(*tracks);
   const Places places = uniqueTracks(library.tracks);
   const PDXPlaylistMembers members(database, libraryPath_, mediaFile_);
+  std::unordered_set<std::string> filled;
   for (TrackPlaylist& playlist : playlistsIn(database, libraryPath_)) {
-    if (members.mustBeFilled()) members.fill(playlist.containerIdentifier);
+    if (members.mustBeFilled() && filled.insert(playlist.containerIdentifier).second)
+      members.fill(playlist.containerIdentifier);
     library.playlists.push_back({std::move(playlist), {}});
   }
   addMembers(database, places, library.playlists);

@@ -39,6 +39,10 @@ void PDXPlaylistMembers::fill(const std::string& playlist) const {
   // It is a copy: nobody misses what a power cut takes from it.
   database_.run("PRAGMA synchronous=OFF");
   database_.run("CREATE INDEX IF NOT EXISTS pocketdex_members ON container_item (container_pid)");
+  if (hasBlobs_)
+    database_.run("CREATE INDEX IF NOT EXISTS pocketdex_lists ON container_items (container_pid)");
+  if (hasFiles_)
+    database_.run("CREATE INDEX IF NOT EXISTS pocketdex_containers ON container (container_pid)");
   if (hasBlobs_) fillFromBlobs_(playlist);
   if (hasFiles_) fillFromFile_(playlist);
 }

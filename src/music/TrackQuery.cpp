@@ -116,8 +116,8 @@ std::string PDXTrackQuery::given_() const {
 std::string PDXTrackQuery::text(const std::optional<std::string>& playlist) const {
   if (!playlist) return fitted_(given_() + " WHERE ie.media_kind == 1");
   return fitted_(given_() + " JOIN container_item ci ON ci.item_pid=ie.item_pid" +
-                 "  WHERE ci.container_pid == '" + *playlist + "' AND ie.media_kind == 1" +
-                 " ORDER BY ci.position");
+                 "  WHERE ci.container_pid == '" + PDXText::replacedAll(*playlist, "'", "''") +
+                 "' AND ie.media_kind == 1" + " ORDER BY ci.position");
 }
 
 std::string PDXTrackQuery::textForAll() const {

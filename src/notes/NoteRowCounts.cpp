@@ -21,7 +21,7 @@ std::vector<std::string> texts(const PDXSQLiteDatabase& store, const std::string
 
 /// The older store beside a newer one, of which only other accounts' notes count.
 void addOtherAccounts(const PDXSQLiteDatabase& store, PDXNoteRowCounts& counts) {
-  const auto rows = counted(store, "SELECT count(*) FROM ZNOTE");
+  const auto rows = counted(store, "SELECT count(1) FROM ZNOTE");
   if (!rows) return;
   const bool hasStore =
       PDXSQLiteHelper::doesDatabaseContainTableWithColumnNamed(store, "ZACCOUNT", "ZDEFAULTSTORE");
@@ -70,7 +70,7 @@ std::optional<PDXNoteRowCounts> PDXNoteRowCounts::ofLegacyStore(const std::strin
   const std::string key = isNewer ? "Z_PK" : "ROWID";
   const std::string body = isNewer ? "ZNOTEBODY" : "note_bodies";
   const std::string owner = isNewer ? "ZOWNER" : "note_id";
-  const auto rows = counted(store, "SELECT count(*) FROM " + note);
+  const auto rows = counted(store, "SELECT count(1) FROM " + note);
   if (!rows) return std::nullopt;
   PDXNoteRowCounts counts;
   counts.rows = *rows;

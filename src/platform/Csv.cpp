@@ -1,5 +1,6 @@
 #include "platform/Csv.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 
@@ -11,6 +12,7 @@ bool isSignedNumber(std::string_view text) {
 }
 
 bool wouldRun(std::string_view text) {
+  text.remove_prefix(std::min(text.find_first_not_of('\0'), text.size()));  // Is left out of the cell.
   return !text.empty() && std::string_view("=+-@\t\r\n").find(text.front()) != std::string_view::npos &&
          !isSignedNumber(text);
 }

@@ -52,9 +52,7 @@ std::optional<Extent> extentOf(const std::string& path) {
   return isCurrent && extent.pageSize >= 512 ? std::optional(extent) : std::nullopt;
 }
 
-int isStopRequested(void* token) {
-  return static_cast<const std::stop_token*>(token)->stop_requested() ? 1 : 0;
-}
+constexpr int kStepsBetweenLooks = 10'000;  // Some hundred microseconds.
 
 int flagsFor(PDXSQLiteAccess access) {
   switch (access) {
@@ -78,10 +76,9 @@ std::string immutableAddress(const std::string& path) {
 }
 
 /// No value is longer than the file that holds it; a computed column could claim otherwise.
-void limitLengths(sqlite3* handle, const std::string& path) {
+void limitLengths(sqlite3* handle, std::uint64_t size) {
   constexpr std::uint64_t kLeast = std::uint64_t{16} << 20;
   constexpr std::uint64_t kMost = 1'000'000'000;
-  const std::uint64_t size = PDXFiles::sizeOf(path).value_or(0) + PDXFiles::sizeOf(path + "-wal").value_or(0);
   sqlite3_limit(handle, SQLITE_LIMIT_LENGTH, static_cast<int>(std::clamp(size, kLeast, kMost)));
 }
 
@@ -102,6 +99,38 @@ void harden(sqlite3* handle, PDXSQLiteAccess access) {
 
 }  // namespace
 
+/// Ends statements on a stop request, and those that a damaged or crafted file would keep going for ever.
+struct PDXSQLiteWatch {
+  std::stop_token stop;
+  std::uint64_t mostRows = UINT64_MAX;
+  std::uint64_t mostLooks = UINT64_MAX;  ///< Within one step.
+  std::uint64_t looks = 0;               ///< Within the step at hand.
+
+  std::uint64_t mostBytes = UINT64_MAX;
+  std::uint64_t bytes = 0;  ///< Of texts handed out since a statement was last prepared.
+
+  bool isExhausted() const { return looks > mostLooks; }
+
+  /// Even the smallest row takes four bytes, what goes over each of them takes some dozens of steps, and its
+  /// texts are its own. The limits lie far beyond that, since tables are joined.
+  void setLimits(std::uint64_t fileSize) {
+    constexpr std::uint64_t kRows = 300'000;
+    constexpr std::uint64_t kSteps = 30'000'000;
+    constexpr std::uint64_t kStepsForAByte = 200;
+    constexpr std::uint64_t kBytes = std::uint64_t{256} << 20;
+    constexpr std::uint64_t kTimes = 64;
+    mostRows = kRows + fileSize / 4;
+    mostBytes = kBytes + fileSize * kTimes;
+    mostLooks = (kSteps + fileSize * kStepsForAByte) / kStepsBetweenLooks;
+  }
+
+  static int look(void* watch) {
+    auto& seen = *static_cast<PDXSQLiteWatch*>(watch);
+    ++seen.looks;
+    return seen.isExhausted() || seen.stop.stop_requested() ? 1 : 0;
+  }
+};
+
 void PDXSQLiteDatabase::Close::operator()(sqlite3* handle) const noexcept { sqlite3_close_v2(handle); }
 
 PDXSQLiteDatabase::PDXSQLiteDatabase() = default;
@@ -121,11 +150,14 @@ PDXSQLiteDatabase::PDXSQLiteDatabase(const std::string& path, PDXSQLiteAccess ac
     return;
   }
   harden(handle, access);
-  if (access != PDXSQLiteAccess::create) limitLengths(handle, path);
-  constexpr int kStepsBetweenLooks = 10'000;  // Some hundred microseconds.
-  stop_ = std::make_unique<std::stop_token>(currentStop());
-  if (stop_->stop_possible())
-    sqlite3_progress_handler(handle, kStepsBetweenLooks, isStopRequested, stop_.get());
+  watch_ = std::make_unique<PDXSQLiteWatch>(PDXSQLiteWatch{.stop = currentStop()});
+  if (access != PDXSQLiteAccess::create) {
+    const std::uint64_t size =
+        PDXFiles::sizeOf(path).value_or(0) + PDXFiles::sizeOf(path + "-wal").value_or(0);
+    limitLengths(handle, size);
+    watch_->setLimits(size);
+  }
+  sqlite3_progress_handler(handle, kStepsBetweenLooks, PDXSQLiteWatch::look, watch_.get());
 }
 
 std::string PDXSQLiteDatabase::completeCutFile(const std::string& path) {
@@ -156,22 +188,28 @@ std::string PDXSQLiteDatabase::whyUnreadable() const {
   return prepare("SELECT 1 FROM sqlite_master").isValid() ? "" : error();
 }
 
-PDXSQLiteStatement PDXSQLiteDatabase::prepare(std::string_view sql) const { return {handle_.get(), sql}; }
+PDXSQLiteStatement PDXSQLiteDatabase::prepare(std::string_view sql) const {
+  return {handle_.get(), sql, watch_.get()};
+}
 
 bool PDXSQLiteDatabase::run(const std::string& sql) const {
-  return handle_ != nullptr &&
-         sqlite3_exec(handle_.get(), sql.c_str(), nullptr, nullptr, nullptr) == SQLITE_OK;
+  if (handle_ == nullptr) return false;
+  watch_->looks = 0;
+  return sqlite3_exec(handle_.get(), sql.c_str(), nullptr, nullptr, nullptr) == SQLITE_OK;
 }
 
 void PDXSQLiteStatement::Finalize::operator()(sqlite3_stmt* statement) const noexcept {
   sqlite3_finalize(statement);
 }
 
-PDXSQLiteStatement::PDXSQLiteStatement(sqlite3* database, std::string_view sql) {
+PDXSQLiteStatement::PDXSQLiteStatement(sqlite3* database, std::string_view sql, PDXSQLiteWatch* watch)
+    : watch_(watch) {
   if (database == nullptr) {
     error_ = "cannot be opened";
     return;
   }
+  watch_->looks = 0;
+  watch_->bytes = 0;
   sqlite3_stmt* statement = nullptr;
   sqlite3_prepare_v2(database, sql.data(), static_cast<int>(sql.size()), &statement, nullptr);
   statement_.reset(statement);
@@ -180,16 +218,22 @@ PDXSQLiteStatement::PDXSQLiteStatement(sqlite3* database, std::string_view sql) 
 
 bool PDXSQLiteStatement::step() {
   if (statement_ == nullptr || failed_) return false;
+  watch_->looks = 0;
   const int result = sqlite3_step(statement_.get());
-  failed_ = result != SQLITE_ROW && result != SQLITE_DONE;
-  wasInterrupted_ = result == SQLITE_INTERRUPT;
+  const bool isEndless = result == SQLITE_ROW
+                             ? ++rows_ > watch_->mostRows || watch_->bytes > watch_->mostBytes
+                             : result == SQLITE_INTERRUPT && watch_->isExhausted();
+  failed_ = isEndless || (result != SQLITE_ROW && result != SQLITE_DONE);
+  wasInterrupted_ = result == SQLITE_INTERRUPT && !isEndless;
   if (failed_) error_ = sqlite3_errmsg(sqlite3_db_handle(statement_.get()));
-  return result == SQLITE_ROW;
+  if (isEndless) error_ = "the file is damaged: its rows do not come to an end";
+  return result == SQLITE_ROW && !isEndless;
 }
 
 void PDXSQLiteStatement::reset() {
   if (statement_ != nullptr) sqlite3_reset(statement_.get());
   failed_ = false;
+  rows_ = 0;
 }
 
 void PDXSQLiteStatement::bind(int parameter, std::int64_t value) {
@@ -257,7 +301,9 @@ std::string_view PDXSQLiteStatement::textInPlace(int column) const {
   if (!has_(column)) return {};
   const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement_.get(), column));
   if (text == nullptr) return {};
-  return {text, static_cast<std::size_t>(sqlite3_column_bytes(statement_.get(), column))};
+  const auto size = static_cast<std::size_t>(sqlite3_column_bytes(statement_.get(), column));
+  watch_->bytes += size;
+  return {text, size};
 }
 
 std::span<const std::uint8_t> PDXSQLiteStatement::blobInPlace(int column) const {

@@ -11,6 +11,7 @@
 
 struct sqlite3;
 struct sqlite3_stmt;
+struct PDXSQLiteWatch;
 
 /// How a database file is opened.
 enum class PDXSQLiteAccess {
@@ -22,7 +23,9 @@ enum class PDXSQLiteAccess {
 class PDXSQLiteStatement;
 
 /// A database handle, closed when it goes out of scope. Databases of a backup are hostile: the handle is in
-/// defensive mode and trusts no schema. One that did not open is safe to use: it has no tables.
+/// defensive mode and trusts no schema, and no statement works longer or gives more rows than a sound file of
+/// that size can ask for: pages that lead to each other hold rows without end in a few bytes. One that did
+/// not open is safe to use: it has no tables.
 class PDXSQLiteDatabase {
  public:
   /// A handle that is not open.
@@ -62,7 +65,7 @@ class PDXSQLiteDatabase {
   struct Close {
     void operator()(sqlite3* handle) const noexcept;
   };
-  std::unique_ptr<std::stop_token> stop_;  ///< At a fixed place, since the handle looks at it.
+  std::unique_ptr<PDXSQLiteWatch> watch_;  ///< At a fixed place, since the handle looks at it.
   std::unique_ptr<sqlite3, Close> handle_;
 };
 
@@ -70,7 +73,8 @@ class PDXSQLiteDatabase {
 /// it has no columns and no rows. It must not outlive its database.
 class PDXSQLiteStatement {
  public:
-  PDXSQLiteStatement(sqlite3* database, std::string_view sql);
+  /// @param watch  the handle's, null without one.
+  PDXSQLiteStatement(sqlite3* database, std::string_view sql, PDXSQLiteWatch* watch);
 
   /// Whether the SQL compiled.
   bool isValid() const { return statement_ != nullptr; }
@@ -119,6 +123,8 @@ class PDXSQLiteStatement {
   bool has_(int column) const;
 
   std::unique_ptr<sqlite3_stmt, Finalize> statement_;
+  PDXSQLiteWatch* watch_;
+  std::uint64_t rows_ = 0;  ///< Since it began.
   bool failed_ = false;
   bool wasInterrupted_ = false;
   std::string error_;

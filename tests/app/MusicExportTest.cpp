@@ -102,4 +102,35 @@ TEST_F(MusicExport, WritesNothingOutsideItsFolder) {
       "up.wav\n");
 }
 
+TEST_F(MusicExport, FilesInTheWayOfOthersCostNobodyElse) {
+  std::string deep = "d";
+  for (int i = 0; i < 3000; ++i) deep += "/d";
+  PDXSampleBackupFolder backup(folder_ / "phone");
+  auto library = PDXSampleDatabase()
+                     .table("item_extra", "item_pid, title, location, media_kind")
+                     .table("item", "item_pid, base_location_id")
+                     .table("base_location", "base_location_id, path")
+                     .table("container", "container_pid, name, is_hidden")
+                     .table("container_item", "container_pid, item_pid, position")
+                     .row("container", 1, "list", 0);
+  const std::pair<std::string, std::string> files[] = {
+      {"m", "x"},     {"m/x", "y.wav"},        {"n/X", "y.wav"},
+      {"n", "x"},     {"Tracks.csv", "z.wav"}, {"list.M3U8", "w.wav"},
+      {deep, "e.wav"}};
+  int id = 0;
+  for (const auto& [folder, file] : files) {
+    ++id;
+    backup.addFile("MediaDomain", PDXFiles::joined("Media/" + folder, file), std::string_view(file));
+    library =
+        library.row("base_location", id, folder).row("item_extra", id, file, file, 1).row("item", id, id);
+  }
+  ASSERT_TRUE(backup.finish());
+  const PDXExportReport report = exported(library.writeTo(folder_ / "elsewhere.db"));
+  EXPECT_EQ(report.outcome, PDXExportReport::Outcome::done);
+  EXPECT_EQ(report.kinds[0].entries->files, 7U);
+  for (const char* path : {"m/x", "m/x (1)/y.wav", "n/X/y.wav", "n/x (1)", "Tracks.csv (1)/z.wav",
+                           "list.M3U8 (1)/w.wav", "d/d/d/d/d/d/d/d/d/d/d/d/e.wav"})
+    EXPECT_TRUE(PDXFiles::isRegularFile(out_ + "/Music/" + path)) << path;
+}
+
 }  // namespace

@@ -275,15 +275,41 @@ TEST_F(MusicReader, ReadsWhatIsThereOfADamagedLibrary) {
   EXPECT_EQ(text(MusicIOSDeviceDataReader(folder_ / "nothing").tracks()), "absent");
 }
 
+TEST_F(MusicReader, CraftedLibrariesMultiplyNothing) {
+  auto pictures = PDXSampleDatabase()
+                      .table("item_extra", "item_pid, title, media_kind")
+                      .table("item", "item_pid, title")
+                      .table("item_artwork", "item_pid, best_artwork_token")
+                      .table("artwork", "artwork_token, relative_path")
+                      .table("container", "container_pid INTEGER, name, is_hidden")
+                      .table("container_items", "container_pid INTEGER, item_pid_data")
+                      .row("container", 7, "a", 0)
+                      .row("container", 7, "b", 0)
+                      .row("container_items", 7, PDXBytes{2, 0, 0, 0, 0, 0, 0, 0});
+  for (int id = 1; id <= 2; ++id)
+    pictures = pictures.row("item_extra", id, "t", 1).row("item", id, "t").row("item_artwork", id, "x");
+  const std::string count = "(WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n LIMIT 20000)";
+  pictures = pictures.sql("INSERT INTO artwork SELECT 'x', 'p' FROM " + count + " SELECT i FROM n)");
+  const auto reading = reader(pictures);
+  const auto library = reading.everything();
+  ASSERT_TRUE(library);
+  EXPECT_EQ(names(library->tracks), "1 2 ");
+  EXPECT_LE(library->tracks.capacity(), 1000U) << "no room for the same track again and again";
+  ASSERT_EQ(library->playlists.size(), 2U);
+  EXPECT_EQ(library->playlists[0].tracks, std::vector<std::size_t>{1});
+  EXPECT_EQ(names(*reading.tracks(TrackPlaylist{"0' OR '1'='1", "", ""})), "") << "is no part of a statement";
+}
+
 TEST_F(MusicReader, WritesWhatOthersRead) {
   TrackItem track("1");
   track.name = "=Tides\n#2";
   track.artist = "Ann; Bob";
+  track.album = std::string("\0=1", 3);
   track.duration = 61'500;
   PDXLocalTimes times;
   std::string row;
   PDXTrackCSVGenerator::appendRow(row, track, "-f", times);
-  EXPECT_EQ(row, "\"'=Tides\n#2\",\"Ann; Bob\",,,,,,,,,61.5,,,,,,no,no,no,'-f,1\r\n");
+  EXPECT_EQ(row, "\"'=Tides\n#2\",\"Ann; Bob\",'=1,,,,,,,,61.5,,,,,,no,no,no,'-f,1\r\n");
   std::string list = PDXPlaylistM3UGenerator::beginning({"1", "Two\nlines", ""});
   PDXPlaylistM3UGenerator::appendTrack(list, track, "#dir/\nfile");
   PDXPlaylistM3UGenerator::appendTrack(list, track, "");

@@ -132,7 +132,7 @@ PDXContactList PDXContactsExport::read(PDXDeviceData& deviceData, const std::str
   list.rows.merged = nameless.namedRows - std::min(nameless.namedRows, list.contacts.size());
   list.rows.empty = nameless.emptyRows;
   // Counted apart from the reader: what it does not see would be missing from its own count as well.
-  list.rows.found = counted(PDXSQLiteDatabase(path), "SELECT count(*) FROM ABPerson NOT INDEXED");
+  list.rows.found = counted(PDXSQLiteDatabase(path), "SELECT count(1) FROM ABPerson NOT INDEXED");
   for (PDXContactEntry& contact : nameless.contacts)
     contact.isBlocked = PDXContactsDatabase::isContactBlocked(contact);
   std::move(nameless.contacts.begin(), nameless.contacts.end(), std::back_inserter(list.contacts));

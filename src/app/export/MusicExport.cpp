@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -64,26 +65,61 @@ class TrackFiles {
   std::size_t heldCount() const { return held_.size(); }
 
  private:
-  /// The device's path, each part of it made safe. Two files never get the same.
+  enum class Kind { file, folder };
+
+  /// The device's path, each part of it made safe. Nothing stands where something else does, nor where a
+  /// folder of another file or a list of ours has to be.
   std::string freePath(const std::string& filePath) {
-    std::string folder;
-    std::size_t begin = 0;
-    for (std::size_t slash = 0; (slash = filePath.find('/', begin)) != std::string::npos; begin = slash + 1)
-      folder += PDXFileName::safe(filePath.substr(begin, slash - begin)) + "/";
-    const std::string name = PDXFileName::safeWithExtension(filePath.substr(begin));
+    const std::size_t slash = filePath.rfind('/');
+    const std::string folder = slash == std::string::npos ? "" : freeFolder(filePath.substr(0, slash)) + "/";
+    const std::string name = PDXFileName::safeWithExtension(filePath.substr(slash + 1));
     const std::string type(PDXText::pathExtension(name));
     const std::string stem = type.empty() ? name : name.substr(0, name.size() - type.size() - 1);
-    const std::string ending = type.empty() ? "" : "." + type;
-    std::string path = folder + name;
-    for (unsigned i = 1; !taken_.insert(PDXText::caseFolded(path)).second; ++i)
-      path = fmt::format("{}{} ({}){}", folder, stem, i, ending);
+    return freeOf(folder + stem, type.empty() ? "" : "." + type, Kind::file);
+  }
+
+  std::string freeFolder(const std::string& devicePath) {
+    constexpr int kMostParts = 12;  // A path that the file system refuses would end the whole export.
+    std::string path;
+    std::size_t begin = 0;
+    for (int i = 0; i < kMostParts && begin <= devicePath.size(); ++i) {
+      const std::size_t end = std::min(devicePath.find('/', begin), devicePath.size());
+      const auto [known, isNew] = folders_.try_emplace(devicePath.substr(0, end));
+      if (isNew) {
+        const std::string part = PDXFileName::safe(devicePath.substr(begin, end - begin));
+        if (!path.empty()) path += '/';
+        path += part;
+        known->second = freeOf(path, "", Kind::folder);
+      }
+      path = known->second;
+      begin = end + 1;
+    }
     return path;
+  }
+
+  std::string freeOf(const std::string& stem, const std::string& ending, Kind kind) {
+    // The search goes on behind the last counter given out: thousands of names may differ in their cut ends.
+    unsigned& counter = counters_[PDXText::caseFolded(stem + ending)];
+    for (;; ++counter) {
+      std::string path = counter == 0 ? stem + ending : fmt::format("{} ({}){}", stem, counter, ending);
+      const std::string folded = PDXText::caseFolded(path);
+      if (isOfOurs(folded)) continue;
+      const auto [place, isNew] = taken_.try_emplace(folded, kind);
+      if (isNew || (kind == Kind::folder && place->second == kind)) return path;
+    }
+  }
+
+  /// Whether a table or a playlist of the export may have that name.
+  static bool isOfOurs(const std::string& folded) {
+    return folded.find('/') == std::string::npos && (folded == "tracks.csv" || folded.ends_with(kExtension));
   }
 
   PDXDeviceData& deviceData_;
   std::unordered_set<std::string> listed_;
   std::unordered_map<std::string, Held> held_;
-  std::unordered_set<std::string> taken_;
+  std::unordered_map<std::string, std::string> folders_;  ///< By the device's paths.
+  std::unordered_map<std::string, unsigned> counters_;    ///< By the folded path without one.
+  std::unordered_map<std::string, Kind> taken_;           ///< By the folded path.
 };
 
 class Writer {
