@@ -31,8 +31,8 @@ std::string lowercasedAscii(std::string_view text) {
 /// The name in a row of first name, last name and organisation; "" without a row.
 std::string nameFrom(PDXSQLiteStatement rows) {
   if (!rows.step()) return "";
-  const std::string first = PDXSQLiteHelper::stringValueForColumnFromStatment(0, rows);
-  const std::string last = PDXSQLiteHelper::stringValueForColumnFromStatment(1, rows);
+  std::string first = PDXSQLiteHelper::stringValueForColumnFromStatment(0, rows);
+  std::string last = PDXSQLiteHelper::stringValueForColumnFromStatment(1, rows);
   if (!first.empty() && !last.empty()) return first + " " + last;
   if (!first.empty()) return first;
   return last.empty() ? PDXSQLiteHelper::stringValueForColumnFromStatment(2, rows) : last;

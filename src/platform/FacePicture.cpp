@@ -329,7 +329,7 @@ PDXFacePicture smaller(const View& picture, int size, int orientation) {
   }
   return disc(size, [&](int column, int line) {
     const auto [x, y] = storedPlace(column, line, size, orientation);
-    return square[static_cast<std::size_t>(y * size + x)];
+    return square[static_cast<std::size_t>(y) * across.size() + static_cast<std::size_t>(x)];
   });
 }
 

@@ -112,11 +112,12 @@ struct PDXSQLiteWatch {
   bool isExhausted() const { return looks > mostLooks; }
 
   /// Even the smallest row takes four bytes, what goes over each of them takes some dozens of steps, and its
-  /// texts are its own. The limits lie far beyond that, since tables are joined.
+  /// texts are its own. The limits lie far beyond that: tables are joined, and a sound file must never meet
+  /// them.
   void setLimits(std::uint64_t fileSize) {
     constexpr std::uint64_t kRows = 300'000;
-    constexpr std::uint64_t kSteps = 30'000'000;
-    constexpr std::uint64_t kStepsForAByte = 200;
+    constexpr std::uint64_t kSteps = 1'000'000'000;  // Some ten seconds.
+    constexpr std::uint64_t kStepsForAByte = 1000;
     constexpr std::uint64_t kBytes = std::uint64_t{256} << 20;
     constexpr std::uint64_t kTimes = 64;
     mostRows = kRows + fileSize / 4;
