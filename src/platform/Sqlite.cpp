@@ -116,7 +116,7 @@ struct PDXSQLiteWatch {
   /// them.
   void setLimits(std::uint64_t fileSize) {
     constexpr std::uint64_t kRows = 300'000;
-    constexpr std::uint64_t kSteps = 1'000'000'000;  // Some ten seconds.
+    constexpr std::uint64_t kSteps = 300'000'000;  // Some seconds.
     constexpr std::uint64_t kStepsForAByte = 1000;
     constexpr std::uint64_t kBytes = std::uint64_t{256} << 20;
     constexpr std::uint64_t kTimes = 64;

@@ -23,8 +23,10 @@ std::string writeTable(const PDXTestFolder& folder, std::int64_t step, std::int6
   PDXFiles::remove(path);
   const PDXSQLiteDatabase database(path, PDXSQLiteAccess::create);
   EXPECT_TRUE(database.run("PRAGMA page_size=512; BEGIN; CREATE TABLE t (a)"));
-  for (std::int64_t i = 1; i <= kRows; ++i)
-    database.run("INSERT INTO t (rowid, a) VALUES (" + std::to_string(base + i * step) + ", zeroblob(100))");
+  for (std::int64_t i = 1, number = base; i <= kRows; ++i) {
+    number += step;
+    database.run("INSERT INTO t (rowid, a) VALUES (" + std::to_string(number) + ", zeroblob(100))");
+  }
   EXPECT_TRUE(database.run("COMMIT"));
   return path;
 }
