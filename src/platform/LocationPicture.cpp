@@ -47,7 +47,7 @@ bool isOnPin(double x, double y) {
 
 Colour gridAt(double x, double y) {
   const auto isOnLine = [](double position, double spacing, double width) {
-    return std::fmod(position, spacing) < width;
+    return position - spacing * static_cast<int>(position / spacing) < width;
   };
   if (isOnLine(x, 160, 3) || isOnLine(y, 160, 3)) return kHeavyLine;
   return isOnLine(x, 40, 1.5) || isOnLine(y, 40, 1.5) ? kLine : kGround;
@@ -75,6 +75,14 @@ void drawPixel(PDXRaster& raster, int column, int row) {
   for (const int part : {sum.red, sum.green, sum.blue}) {
     raster.pixels.push_back(static_cast<std::uint8_t>(part / (kSteps * kSteps)));
   }
+}
+
+PDXRaster drawnWithoutTexts() {
+  PDXRaster raster{.width = kWidth, .height = kHeight, .pixels = {}};
+  for (int row = 0; row < kHeight; ++row) {
+    for (int column = 0; column < kWidth; ++column) drawPixel(raster, column, row);
+  }
+  return raster;
 }
 
 void blend(std::uint8_t& pixel, int colour, int share) {
@@ -142,10 +150,8 @@ namespace PDXImages {
 
 std::optional<PDXBytes> locationPicture(const std::string& label, double latitude, double longitude) {
   if (!isReady()) return std::nullopt;
-  PDXRaster raster{.width = kWidth, .height = kHeight, .pixels = {}};
-  for (int row = 0; row < kHeight; ++row) {
-    for (int column = 0; column < kWidth; ++column) drawPixel(raster, column, row);
-  }
+  static const PDXRaster everyPlace = drawnWithoutTexts();
+  PDXRaster raster = everyPlace;
   const std::string line = oneLine(label);
   if (!line.empty()) write(raster, line, "sans bold 24", kLabel, kStripTop + 36);
   write(raster, degrees(latitude, 'N', 'S') + ", " + degrees(longitude, 'E', 'W'), "sans 18", kCoordinates,
