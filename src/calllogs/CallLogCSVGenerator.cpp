@@ -1,6 +1,7 @@
 #include "calllogs/CallLogCSVGenerator.h"
 
-#include <fmt/format.h>
+#include <array>
+#include <charconv>
 
 #include "platform/Csv.h"
 
@@ -23,7 +24,10 @@ void appendRow(std::string& text, const PDXCallLogEntry& entry, const std::strin
   if (static_cast<double>(whole) == entry.duration) {
     text += std::to_string(whole);
   } else {
-    fmt::format_to(std::back_inserter(text), "{:.15g}", entry.duration);
+    std::array<char, 32> digits{};
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), entry.duration,
+                                   std::chars_format::general, 15);
+    text.append(digits.data(), end.ptr);
   }
   const std::string location = entry.locationText();
   for (const std::string* cell : {&name, &entry.address, &entry.provider, &location}) {

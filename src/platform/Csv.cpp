@@ -8,7 +8,7 @@ namespace {
 
 bool isSignedNumber(std::string_view text) {
   return text.size() > 1 && (text.front() == '+' || text.front() == '-') &&
-         text.find_first_not_of("0123456789 ", 1) == std::string_view::npos;
+         std::all_of(text.begin() + 1, text.end(), [](char c) { return (c >= '0' && c <= '9') || c == ' '; });
 }
 
 bool wouldRun(std::string_view text) {

@@ -228,10 +228,13 @@ std::string isoText(PDXDate date) {
     text.replace(0, 4, fmt::format("{:04}", year));
   }
   if (time.subseconds().count() != 0) {
-    text += fmt::format(".{:06}", time.subseconds().count());
+    const std::size_t end = text.size();
+    text += ".000000";
+    put(end + 1, 6, time.subseconds().count());
     text.erase(text.find_last_not_of('0') + 1);
   }
-  return text + "Z";
+  text += 'Z';
+  return text;
 }
 
 }  // namespace PDXDates

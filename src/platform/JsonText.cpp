@@ -1,6 +1,7 @@
 #include "platform/JsonText.h"
 
 #include <array>
+#include <charconv>
 #include <cstddef>
 
 namespace {
@@ -60,9 +61,10 @@ void append(std::string& json, std::string_view text) {
 }  // namespace PDXJsonText
 
 void PDXJsonObjectText::key_(std::string_view key) {
-  json_ += isEmpty_ ? "\"" : ",\"";
+  if (!isEmpty_) json_ += ',';
+  json_ += '"';
   json_ += key;
-  json_ += "\":";
+  json_.append("\":", 2);
   isEmpty_ = false;
 }
 
@@ -79,7 +81,9 @@ void PDXJsonObjectText::text(std::string_view key, const std::optional<std::stri
 
 void PDXJsonObjectText::number(std::string_view key, std::int64_t value) {
   key_(key);
-  json_ += std::to_string(value);
+  std::array<char, 20> digits{};
+  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
+  json_.append(digits.data(), end);
 }
 
 void PDXJsonObjectText::flag(std::string_view key, bool value) {

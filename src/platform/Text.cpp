@@ -69,6 +69,15 @@ std::string_view digitRun(std::string_view text, std::size_t position) {
   return text.substr(position, end == std::string_view::npos ? end : end - position);
 }
 
+/// With the letters from `first` to `last` in the other case, whose first one is `other`.
+std::string inOtherCase(std::string_view ascii, char first, char last, char other) {
+  std::string result(ascii);
+  for (char& c : result) {
+    if (c >= first && c <= last) c = static_cast<char>(c - first + other);
+  }
+  return result;
+}
+
 }  // namespace
 
 namespace PDXText {
@@ -130,19 +139,14 @@ std::string fromUtf16(std::u16string_view text) {
 }
 
 std::string lowercased(std::string_view text) {
-  if (isAscii(text)) {
-    std::string result(text);
-    for (char& c : result) {
-      if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + ('a' - 'A'));
-    }
-    return result;
-  }
+  if (isAscii(text)) return inOtherCase(text, 'A', 'Z', 'a');
   return mapped(text, [text](icu::ByteSink& sink, UErrorCode& status) {
     icu::CaseMap::utf8ToLower("", 0, piece(text), sink, nullptr, status);
   });
 }
 
 std::string uppercased(std::string_view text) {
+  if (isAscii(text)) return inOtherCase(text, 'a', 'z', 'A');
   return mapped(text, [text](icu::ByteSink& sink, UErrorCode& status) {
     icu::CaseMap::utf8ToUpper("", 0, piece(text), sink, nullptr, status);
   });
