@@ -477,6 +477,19 @@ TEST_F(Command, MakesABackupOrSaysWhyNot) {
   unsetenv("POCKETDEX_BACKUP_TOOL");
 }
 
+TEST_F(Command, AManifestThatCannotBeReadIsSaid) {
+  for (const char* content : {"", "no database"}) {
+    PDXFiles::makeFolders(folder_ / "broken");
+    folder_.write("broken/Manifest.db", content);
+    for (const std::string command : {"info", "info --json", "list", "list --json"}) {
+      const Ran ran = run(command + " broken" + (command.starts_with("list") ? " messages" : ""));
+      EXPECT_EQ(ran.status, 1) << command;
+      EXPECT_TRUE(ran.errors.starts_with("pocketdex: manifest could not be read: ")) << ran.errors;
+      EXPECT_EQ(std::count(ran.errors.begin(), ran.errors.end(), '\n'), 1) << ran.errors;
+    }
+  }
+}
+
 TEST_F(Command, ADamagedStoreIsSaidAndTheRestComesOut) {
   PDXSampleBackupFolder backup(folder_ / "damaged");
   backup.addFile("HomeDomain", "Library/SMS/sms.db", std::string_view("this was a database once"));

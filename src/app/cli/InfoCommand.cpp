@@ -7,6 +7,7 @@
 #include "app/cli/Options.h"
 #include "app/export/BackupJson.h"
 #include "app/export/ContentKinds.h"
+#include "app/export/ExportReport.h"
 
 namespace {
 
@@ -21,18 +22,23 @@ class InfoCommand final : public PDXCommand {
     PDXExitStatus status = PDXExitStatus::done;
     const auto found = PDXOpenedBackup::find(backupOptions_.backup, status);
     if (!found) return status;
+    const PDXProblemCollector problems;
     const auto deviceData = found->openForOverview();
     found->warnOfState();
+    // An encrypted one's cannot be told without the password.
+    if (!found->information().IsEncrypted()) deviceData->hasReadableManifest();  // Says in the log when not.
     if (json_) {
-      printJson(*found, *deviceData);
+      printJson(*found, *deviceData, problems);
     } else {
       printInfoText(context.console, *found, *deviceData);
     }
-    return PDXExitStatus::done;
+    for (const PDXProblem& problem : problems.problems()) PDXConsole::problem(problem);
+    return problems.problems().empty() ? PDXExitStatus::done : PDXExitStatus::incomplete;
   }
 
  private:
-  static void printJson(const PDXOpenedBackup& found, PDXDeviceData& deviceData) {
+  static void printJson(const PDXOpenedBackup& found, PDXDeviceData& deviceData,
+                        const PDXProblemCollector& problems) {
     const PDXBackupInformation& information = found.information();
     auto document = PDXBackupJson::document("info", information);
     auto& backup = document["backup"];
@@ -48,6 +54,7 @@ class InfoCommand final : public PDXCommand {
                                    {"held", PDXContentKinds::isHeldBy(deviceData, kind)},
                                    {"built", kind.isBuilt}});
     }
+    document["problems"] = PDXBackupJson::problems(problems.problems());
     std::fputs(PDXBackupJson::text(document).c_str(), stdout);
   }
 

@@ -77,7 +77,8 @@ class ListCommand final : public PDXCommand {
   PDXExitStatus saysNotHeld(const PDXBackupInformation& information, bool isLost,
                             const PDXProblemCollector& problems) const {
     if (json_) printJson(information, {}, problems.problems());
-    if (!isLost) PDXConsole::error("the backup holds no " + kind_);
+    // A manifest that cannot be read does not tell.
+    if (!isLost && problems.problems().empty()) PDXConsole::error("the backup holds no " + kind_);
     for (const PDXProblem& problem : problems.problems()) PDXConsole::problem(problem);
     return PDXExitStatus::incomplete;
   }
