@@ -422,15 +422,15 @@ void appendPart(PDXBytes& png, std::string_view kind, const PDXBytes& bytes) {
 
 /// The rows as they stand in a PNG file, a byte ahead of each that says that it stands for itself. They are
 /// not made smaller: a face takes nine kilobytes, and to save half of them takes as long as to draw it.
-std::optional<PDXBytes> packedRows(const PDXFacePicture& face) {
+std::optional<PDXBytes> rowsOfPng(const PDXFacePicture& face) {
   struct Release {
     void operator()(libdeflate_compressor* compressor) const noexcept {
       libdeflate_free_compressor(compressor);
     }
   };
-  constexpr int kNotSmaller = 0;
+  constexpr int kAsTheyAre = 0;
   thread_local const std::unique_ptr<libdeflate_compressor, Release> compressor(
-      libdeflate_alloc_compressor(kNotSmaller));
+      libdeflate_alloc_compressor(kAsTheyAre));
   if (compressor == nullptr) return std::nullopt;
   const std::size_t rowSize = static_cast<std::size_t>(face.width) * 4;
   PDXBytes rows;
@@ -439,10 +439,10 @@ std::optional<PDXBytes> packedRows(const PDXFacePicture& face) {
     rows.push_back(0);
     rows.insert(rows.end(), row, row + static_cast<std::ptrdiff_t>(rowSize));
   }
-  PDXBytes packed(libdeflate_zlib_compress_bound(compressor.get(), rows.size()));
-  packed.resize(
-      libdeflate_zlib_compress(compressor.get(), rows.data(), rows.size(), packed.data(), packed.size()));
-  return packed.empty() ? std::nullopt : std::optional(std::move(packed));
+  PDXBytes framed(libdeflate_zlib_compress_bound(compressor.get(), rows.size()));
+  framed.resize(
+      libdeflate_zlib_compress(compressor.get(), rows.data(), rows.size(), framed.data(), framed.size()));
+  return framed.empty() ? std::nullopt : std::optional(std::move(framed));
 }
 
 }  // namespace
@@ -488,15 +488,15 @@ PDXFacePicture fromLetters(const std::string& letters, const std::string& colour
 
 std::optional<PDXBytes> asPng(const PDXFacePicture& face) {
   if (face.empty()) return std::nullopt;
-  const auto packed = packedRows(face);
-  if (!packed) return std::nullopt;
+  const auto rows = rowsOfPng(face);
+  if (!rows) return std::nullopt;
   PDXBytes png = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
   PDXBytes head;
   appendNumber(head, static_cast<std::uint32_t>(face.width));
   appendNumber(head, static_cast<std::uint32_t>(face.height));
   head.insert(head.end(), {8, 6, 0, 0, 0});  // Eight bits each of red, green, blue and opacity.
   appendPart(png, "IHDR", head);
-  appendPart(png, "IDAT", *packed);
+  appendPart(png, "IDAT", *rows);
   appendPart(png, "IEND", {});
   return png;
 }

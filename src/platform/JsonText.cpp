@@ -64,7 +64,7 @@ void PDXJsonObjectText::key_(std::string_view key) {
   if (!isEmpty_) json_ += ',';
   json_ += '"';
   json_ += key;
-  json_.append("\":", 2);
+  json_ += "\":";
   isEmpty_ = false;
 }
 

@@ -45,6 +45,7 @@ bool isOnPin(double x, double y) {
   return y >= tangent && y <= kTip && std::abs(x) <= halfWidth * (kTip - y) / (kTip - tangent);
 }
 
+/// @param x, y  from the upper left corner, not negative.
 Colour gridAt(double x, double y) {
   const auto isOnLine = [](double position, double spacing, double width) {
     return position - spacing * static_cast<int>(position / spacing) < width;
