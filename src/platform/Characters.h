@@ -9,6 +9,17 @@
 /// Steps through UTF-8 one code point at a time. For the sources of this folder: it shows ICU's macros.
 namespace PDXCharacters {
 
+/// Whether the code point ends a line for some reader of text, or is a control character.
+constexpr bool endsLine(UChar32 c) {
+  return (c >= 0 && c < 0x20) || (c >= 0x7F && c <= 0x9F) || c == 0x2028 || c == 0x2029;
+}
+
+/// Whether the code point shows nothing but changes the direction of writing of what follows.
+constexpr bool changesDirection(UChar32 c) {
+  return c == 0x061C || c == 0x200E || c == 0x200F || (c >= 0x202A && c <= 0x202E) ||
+         (c >= 0x2066 && c <= 0x2069);
+}
+
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wconversion"
 

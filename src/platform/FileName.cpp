@@ -37,9 +37,8 @@ std::string withoutControls(std::string_view name) {
   std::size_t position = 0;
   while (position < name.size()) {
     const std::size_t start = position;
-    const auto category = u_charType(PDXCharacters::nextOrError(name, position));
-    if (category == U_CONTROL_CHAR || category == U_LINE_SEPARATOR || category == U_PARAGRAPH_SEPARATOR)
-      continue;
+    const auto character = PDXCharacters::nextOrError(name, position);
+    if (PDXCharacters::endsLine(character) || PDXCharacters::changesDirection(character)) continue;
     result.append(name, start, position - start);
   }
   return result;

@@ -12,8 +12,9 @@ namespace PDXFileName {
 /// breaks at both ends. May be empty, and may still be unfit as a file name; see `safe`.
 std::string cleaned(std::string_view name);
 
-/// A name that every system can store: cleaned, in normal form C, without control characters, leading or
-/// trailing blanks and trailing dots; a reserved device name ("CON", "com1.txt") gets a "_"; one that would
+/// A name that every system can store: cleaned, in normal form C, without control characters and those that
+/// change the direction of writing ("exe.gpj" must not show as "jpg.exe"), leading or trailing blanks and
+/// trailing dots; a reserved device name ("CON", "com1.txt") gets a "_"; one that would
 /// be empty, "." or ".." is "Untitled". At most `limit` bytes, cut between characters.
 std::string safe(std::string_view name, std::size_t limit = 200);
 

@@ -12,7 +12,12 @@ namespace PDXJsonText {
 
 /// Appends a text in quotes, escaped as JSON has it.
 /// @param text  valid UTF-8.
+/// Line separators, characters that change the direction of writing and the like are escaped too: a terminal
+/// that shows the document would act on them.
 void append(std::string& json, std::string_view text);
+
+/// JSON of another writer, with those characters escaped as well.
+std::string withoutHidden(std::string json);
 
 }  // namespace PDXJsonText
 

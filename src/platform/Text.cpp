@@ -243,11 +243,34 @@ std::string printable(std::string_view text) {
       continue;
     }
     const UChar32 c = PDXCharacters::nextOrError(text, position);
-    const bool turns = (c >= 0x202A && c <= 0x202E) || (c >= 0x2066 && c <= 0x2069);
-    const bool shows = c >= 0 && !turns && u_charType(c) != U_CONTROL_CHAR;
+    const bool shows = c >= 0 && !PDXCharacters::endsLine(c) && !PDXCharacters::changesDirection(c);
     result += shows ? text.substr(start, position - start) : "?";
   }
   return result;
+}
+
+std::string onOneLine(std::string text) {
+  const auto mayEndLine = [](char c) {
+    const auto byte = static_cast<unsigned char>(c);
+    return byte < ' ' || byte == 0x7F || byte == 0xC2 || byte == 0xE2;
+  };
+  if (std::none_of(text.begin(), text.end(), mayEndLine)) return text;
+  std::string result;
+  result.reserve(text.size());
+  for (std::size_t position = 0; position < text.size();) {
+    const std::size_t start = position;
+    const bool ends = PDXCharacters::endsLine(PDXCharacters::nextOrError(text, position));
+    ends ? result.append(1, ' ') : result.append(text, start, position - start);
+  }
+  return result;
+}
+
+bool changesDirection(std::string_view text) {
+  if (isAscii(text)) return false;
+  for (std::size_t position = 0; position < text.size();) {
+    if (PDXCharacters::changesDirection(PDXCharacters::nextOrError(text, position))) return true;
+  }
+  return false;
 }
 
 std::string percentDecoded(std::string_view text) {

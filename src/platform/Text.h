@@ -47,9 +47,16 @@ std::string_view trimmedOf(std::string_view text, std::string_view characters);
 
 std::string replacedAll(std::string text, std::string_view from, std::string_view to);
 
-/// `text` on one line for a terminal: control characters, and those that turn the direction of writing, as
-/// "?".
+/// `text` on one line for a terminal: control characters, line separators, and characters that change the
+/// direction of writing, as "?".
 std::string printable(std::string_view text);
+
+/// `text` with a blank for each character that may end a line or control a program: U+0000 to U+001F, U+007F
+/// to U+009F, U+2028 and U+2029. For formats that end a value with its line and have no escape.
+std::string onOneLine(std::string text);
+
+/// Whether a character of `text` changes the direction of writing of what follows, on the same line too.
+bool changesDirection(std::string_view text);
 
 /// `text` with every "%XX" read as a byte, as web addresses have them; valid UTF-8 afterwards.
 std::string percentDecoded(std::string_view text);

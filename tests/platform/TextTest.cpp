@@ -5,6 +5,7 @@
 #include <string>
 
 #include "platform/Crypto.h"
+#include "platform/JsonText.h"
 
 using namespace std::string_literals;
 
@@ -49,6 +50,32 @@ TEST(Text, EscapesForHtml) {
     EXPECT_EQ(PDXText::escapedForHtmlAttribute(c.text), c.attribute);
     EXPECT_EQ(PDXText::pathForHtmlLink(c.text), c.link);
   }
+}
+
+TEST(Text, HiddenCharactersNeitherActOnATerminalNorHideInJson) {
+  const struct {
+    std::string text;
+    const char* printable;
+    const char* oneLine;
+    const char* json;
+  } cases[] = {
+      {"a\0\n\x1B[2J\x7Fz"s, "a???[2J?z", "a   [2J z", R"("a\u0000\n\u001b[2J\u007fz")"},
+      {"a\u0080\u0085\u009Bz\u00A0", "a???z\u00A0", "a   z\u00A0", "\"a\\u0080\\u0085\\u009bz\u00A0\""},
+      {"a\u2028\u2029z", "a??z", "a  z", R"("a\u2028\u2029z")"},
+      {"\u061C\u200E\u200F\u202A\u202E\u2066\u2069", "???????", "\u061C\u200E\u200F\u202A\u202E\u2066\u2069",
+       R"("\u061c\u200e\u200f\u202a\u202e\u2066\u2069")"},
+      {"\u061B\u200D\u2010\u2065\u206A–’Ãé交", "\u061B\u200D\u2010\u2065\u206A–’Ãé交",
+       "\u061B\u200D\u2010\u2065\u206A–’Ãé交", "\"\u061B\u200D\u2010\u2065\u206A–’Ãé交\""},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(PDXText::printable(c.text), c.printable);
+    EXPECT_EQ(PDXText::onOneLine(c.text), c.oneLine);
+    std::string json;
+    PDXJsonText::append(json, c.text);
+    EXPECT_EQ(json, c.json);
+    EXPECT_EQ(PDXJsonText::withoutHidden(json), c.json);
+  }
+  EXPECT_EQ(PDXJsonText::withoutHidden("[\"\u2028é\x7F\", \"\u202Ez\"]"), R"(["\u2028é\u007f", "\u202ez"])");
 }
 
 TEST(Text, ComparesNumbersByValueAndIgnoresCase) {

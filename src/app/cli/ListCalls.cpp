@@ -54,11 +54,11 @@ void appendLog(std::string& json, const PDXCallLog& log) {
   object.text("displayName", std::string_view(group.displayName()));
   object.flag("isBlocked", group.isBlocked());
   object.value("provider");
-  json += providerJson(group.provider).dump();
+  json += PDXJsonText::withoutHidden(providerJson(group.provider).dump());
   object.date("mostEarliestDate", group.mostEarliestDate);
   object.date("mostRecentDate", group.mostRecentDate);
   object.value("participants");
-  json += participants.dump();
+  json += PDXJsonText::withoutHidden(participants.dump());
   object.value("participantGroupCallIds");
   json += Json(group.participantGroupCallIds).dump();
   object.value("entries");

@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include "backup/BackupInformation.h"
+#include "platform/JsonText.h"
 
 namespace PDXBackupJson {
 
@@ -30,7 +31,9 @@ nlohmann::ordered_json problems(const std::vector<PDXProblem>& problems) {
 }
 
 std::string text(const nlohmann::ordered_json& document) {
-  return document.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+  return PDXJsonText::withoutHidden(
+             document.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace)) +
+         "\n";
 }
 
 }  // namespace PDXBackupJson
