@@ -16,6 +16,7 @@ class PDXContactPhoneNumber {
 
   /// The number with the formatting that its owner gave it: blanks, parentheses, U+00A0, direction marks.
   const std::string& address() const { return address_; }
+  void setAddress(std::string address) { address_ = std::move(address); }
 
   /// Whether all flags, the location and the exact text agree. Two spellings of one number are not equal
   /// here; PDXContactsDatabase::numberStringIsEqualToNumberString compares numbers.
@@ -46,6 +47,7 @@ class PDXContactEmailAddress {
   explicit PDXContactEmailAddress(std::string address) : address_(std::move(address)) {}
 
   const std::string& address() const { return address_; }
+  void setAddress(std::string address) { address_ = std::move(address); }
 
   /// Whether preference, location and the exact text agree; the type does not count.
   bool isEqualToEmailAddress(const PDXContactEmailAddress& other) const;

@@ -36,6 +36,11 @@ bool hasQuotable(std::string_view text, std::size_t from) {
 
 }  // namespace
 
+std::string PDXCsv::withoutFormula(std::string text) {
+  if (wouldRun(text)) text.insert(0, 1, '\'');
+  return text;
+}
+
 void PDXCsv::appendCell(std::string& line, std::string_view text) {
   const std::size_t first = firstSpecial(text, 0);
   const bool quoted = hasQuotable(text, first);

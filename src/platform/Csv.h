@@ -11,4 +11,7 @@ namespace PDXCsv {
 /// spreadsheet takes for "this is text"; plain numbers with a sign ("+44 7700 900123") stay as they are.
 void appendCell(std::string& line, std::string_view text);
 
+/// `text` with that apostrophe where a cell would get one. For tables that quote in a way of their own.
+std::string withoutFormula(std::string text);
+
 }  // namespace PDXCsv

@@ -4,6 +4,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "app/export/CleanedRecords.h"
 #include "backup/BackupNavigation.h"
 #include "backup/DeviceData.h"
 #include "calendars/CalendarICSGenerator.h"
@@ -18,12 +19,13 @@ constexpr std::string_view kExtension = ".ics";
 using RowCounts = PDXCalendarsDbReader::RowCounts;
 
 /// False when the file cannot be written, which the report then says.
-bool write(const PDXCalendarDetail& calendar, const std::string& path, PDXCalendarICSWriter& writer,
+bool write(PDXCalendarDetail& calendar, const std::string& path, PDXCalendarICSWriter& writer,
            PDXExportReport& report) {
   PDXAtomicFile file(path);
-  file.append(writer.generateFileHeaderForCalendar_(calendar));
+  file.append(writer.generateFileHeaderForCalendar_(PDXCleanedRecords::forHeader(calendar)));
   std::string text;
-  for (const PDXCalendarEvent& event : calendar.calendarEvents) {
+  for (PDXCalendarEvent& event : calendar.calendarEvents) {
+    PDXCleanedRecords::clean(event);
     text.clear();
     writer.appendEvent(text, event);
     file.append(text);

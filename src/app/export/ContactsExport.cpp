@@ -4,6 +4,7 @@
 #include <iterator>
 #include <utility>
 
+#include "app/export/CleanedRecords.h"
 #include "backup/BackupNavigation.h"
 #include "backup/DeviceData.h"
 #include "contacts/ContactGoogleCSVGenerator.h"
@@ -89,7 +90,7 @@ bool write(const std::string& path, const std::string& text, PDXExportReport& re
 std::string cardsOf(const std::vector<PDXContactEntry>& contacts) {
   std::string cards;
   for (const PDXContactEntry& contact : contacts)
-    cards += PDXContactVCardGenerator::generateFromContact(contact);
+    cards += PDXContactVCardGenerator::generateFromContact(PDXCleanedRecords::forCard(contact));
   return cards;
 }
 
@@ -154,9 +155,11 @@ PDXKindReport PDXContactsExport::run(PDXDeviceData& deviceData, const PDXExportO
   if (list.contacts.empty()) return kind;
   const std::string folder = PDXFiles::joined(options.outputFolder, kFolder);
   PDXFiles::makeFolders(folder);
-  const bool isWritten = write(PDXFiles::joined(folder, "Contacts.vcf"), cardsOf(list.contacts), report) &&
-                         write(PDXFiles::joined(folder, "Contacts.csv"),
-                               PDXContactGoogleCSVGenerator::generateForContacts(list.contacts), report);
+  const bool isWritten =
+      write(PDXFiles::joined(folder, "Contacts.vcf"), cardsOf(list.contacts), report) &&
+      write(PDXFiles::joined(folder, "Contacts.csv"),
+            PDXContactGoogleCSVGenerator::generateForContacts(PDXCleanedRecords::forTable(list.contacts)),
+            report);
   if (!isWritten) return kind;
   kind.rows->written = list.contacts.size();
   kind.written = {{.title = "Contacts as vCards", .path = "Contacts/Contacts.vcf"},

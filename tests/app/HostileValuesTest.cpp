@@ -1,0 +1,119 @@
+#include "app/export/ExportJob.h"
+#include "backup/BackupInformation.h"
+#include "backup/DeviceData.h"
+#include "contacts/ContactsDatabase.h"
+#include "platform/Sqlite.h"
+#include "platform/Text.h"
+#include "samples/BackupFolder.h"
+#include "samples/Calendars.h"
+#include "tests/contacts/AddressBookSample.h"
+#include "tests/support/SampleDatabase.h"
+#include "tests/support/TestFolder.h"
+
+namespace {
+
+/// Backups whose texts were written to be more than texts.
+class HostileValues : public testing::Test {
+ protected:
+  ~HostileValues() override { PDXContactsDatabase::clear(); }
+
+  PDXExportReport exported(const std::vector<std::string>& kinds, const std::string& library = "") {
+    PDXDeviceData::setCustomBackupPath(folder_.path());
+    PDXDeviceData device("phone");
+    const PDXBackupInformation information("phone");
+    PDXExportOptions options;
+    options.outputFolder = out_;
+    options.kinds = kinds;
+    options.libraryFile = library;
+    PDXFiles::makeFolders(out_);
+    PDXExportJob job(device, information, options);
+    job.prepare();
+    return job.run({}, {});
+  }
+
+  std::string written(const std::string& path) const { return fileText(PDXFiles::joined(out_, path)); }
+
+  PDXTestFolder folder_;
+  std::string out_ = folder_ / "out";
+};
+
+/// The lines of a file between "\r\n"; every other end of a line shows as "|".
+std::string lines(std::string text) {
+  text = PDXText::replacedAll(std::move(text), "\r\n", "\x1F");
+  for (const char* end : {"\r", "\n", "\v", "\f", "\xC2\x85", "\xE2\x80\xA8", "\xE2\x80\xA9"})
+    text = PDXText::replacedAll(std::move(text), end, "|");
+  return PDXText::replacedAll(std::move(text), "\x1F", "\n");
+}
+
+TEST_F(HostileValues, NoCardOrRowIsForged) {
+  const std::string card = "\r\nEND:VCARD\r\nBEGIN:VCARD\r\nFN:Bank\r\n";
+  const std::string book =
+      addressBook()
+          .row("ABPerson", 1, "Ann" + card + " TEL:1", "", "Lee\u2028\u0085END:VCARD", "Dr\vX", "", "O\fX",
+               "=1+1\x1B[2J", "=cmd()\rTEL:2\nsecond")
+          .row("ABPerson", 2, "@SUM(A1)", "", "-Lee", "", "", "", "", "a, b\nsecond\u2029third\rfourth")
+          .row("ABMultiValue", 1, 1, 3, 1, "+44 (0) 7700\n900123")
+          .row("ABMultiValue", 2, 1, 4, 1, "a@b.example\nEND:VCARD")
+          .row("ABMultiValue", 3, 1, 22, 1, "https://b.example\rEND:VCARD")
+          .row("ABMultiValue", 4, 1, 5, 1, nullptr)
+          .row("ABMultiValueEntryKey", "City")
+          .row("ABMultiValueEntry", 4, 1, "Eastmere\nEND:VCARD")
+          .row("ABMultiValue", 5, 2, 3, 1, "+44 7700 900123")
+          .writeTo(folder_ / "book");
+  PDXSampleBackupFolder backup(folder_ / "phone");
+  backup.addFileFrom("HomeDomain", "Library/AddressBook/AddressBook.sqlitedb", book);
+  ASSERT_TRUE(backup.finish());
+  EXPECT_TRUE(exported({"contacts"}).isComplete());
+  const std::string head = "BEGIN:VCARD\nVERSION:3.0\nPRODID:-//Lantern Byte Ltd.//Pocketdex 21//EN\n";
+  EXPECT_EQ(lines(written("Contacts/Contacts.vcf")),
+            head + "N:Lee  END:VCARD;Ann  END:VCARD  BEGIN:VCARD  FN:Bank   TEL:1;(null);Dr X;(null)\n" +
+                "FN:Ann  END:VCARD  BEGIN:VCARD  FN:Bank   TEL:1 Lee  END:VCARD\nUID:1\n" +
+                "ADR;TYPE=HOME:;Eastmere END:VCARD;;;\nTEL;TYPE=cell,voice,HOME:+44 (0) 7700 900123\n" +
+                "EMAIL;TYPE=HOME:a@b.example END:VCARD\nTITLE;CHARSET=utf-8:=1+1 [2J\n" +
+                "ORG;CHARSET=utf-8:O X\nNOTE;CHARSET=utf-8:=cmd() TEL:2\\nsecond\n" +
+                "URL:https://b.example END:VCARD\nEND:VCARD\n" + head +
+                "N:-Lee;@SUM(A1);(null);(null);(null)\n" +
+                "FN:@SUM(A1) -Lee\nUID:2\nTEL;TYPE=cell,voice,HOME:+44 7700 900123\n" +
+                "NOTE;CHARSET=utf-8:a, b\\nsecond third fourth\nEND:VCARD\n");
+  const std::string table = lines(written("Contacts/Contacts.csv"));
+  EXPECT_EQ(
+      table.substr(table.find('\n') + 1),
+      "Ann  END:VCARD  BEGIN:VCARD  FN:Bank   TEL:1 Lee  END:VCARD,Ann  END:VCARD  BEGIN:VCARD  FN:Bank "
+      "  TEL:1,,Lee  END:VCARD,,,,,Dr X,,,,,,,,,,,,,,,,,'=cmd() TEL:2 second,,,,Home,a@b.example "
+      "END:VCARD,Home,'+44 (0) 7700 900123,Home,,,Eastmere END:VCARD,,,,,,Other,O X,,,,,,,Other,"
+      "https://b.example END:VCARD\n'@SUM(A1) -Lee,'@SUM(A1),,'-Lee,,,,,,,,,,,,,,,,,,,,,,"
+      "\"a, b|second third fourth\",,,,,,Home,+44 7700 900123,,,,,,,,,,,,,,,,,,,\n");
+}
+
+TEST_F(HostileValues, NoEventOrAlarmIsForged) {
+  const std::string path = folder_ / "calendar";
+  ASSERT_EQ(PDXSampleCalendars::writeStore(path, 17), "");
+  {
+    const PDXSQLiteDatabase store(path, PDXSQLiteAccess::create);
+    const std::string end = "char(13,10)||'END:VEVENT'||char(10)||'BEGIN:VALARM'";
+    ASSERT_TRUE(store.run(("DELETE FROM CalendarItem WHERE ROWID > 1; DELETE FROM Recurrence;"
+                           "UPDATE Calendar SET title = title||" +
+                           end +
+                           ";"
+                           "UPDATE Location SET title = 'Pier'||char(8232)||" +
+                           end +
+                           ";"
+                           "UPDATE CalendarItem SET summary = 'X'||char(133)||" +
+                           end + ", description = 'first'||char(11)||' '||" + end)
+                              .c_str()))
+        << store.error();
+  }
+  PDXSampleBackupFolder backup(folder_ / "phone");
+  backup.addFileFrom("HomeDomain", "Library/Calendar/Calendar.sqlitedb", path);
+  ASSERT_TRUE(backup.finish());
+  EXPECT_TRUE(exported({"calendars"}).isComplete());
+  const std::string calendar = lines(written("Calendars/HomeEND_VEVENTBEGIN_VALARM.ics"));
+  EXPECT_EQ(calendar.substr(0, calendar.find("BEGIN:VTIMEZONE")),
+            "BEGIN:VCALENDAR\nVERSION:2.0\nCALSCALE:GREGORIAN\nPRODID::-//Lantern Byte Ltd.//Pocketdex 11 "
+            "Mac//EN\nX-WR-CALNAME:Home  END:VEVENT BEGIN:VALARM\nX-APPLE-CALENDAR-COLOR:#1badf8\n");
+  EXPECT_EQ(calendar.substr(calendar.find("SUMMARY")),
+            "SUMMARY:X   END:VEVENT BEGIN:VALARM\nDESCRIPTION:first    END:VEVENT BEGIN:VALARM\n"
+            "LOCATION:Pier   END:VEVENT BEGIN:VALARM\nCLASS:PUBLIC\nEND:VEVENT\nEND:VCALENDAR\n");
+}
+
+}  // namespace
