@@ -1,18 +1,12 @@
 #include "music/PlaylistM3UGenerator.h"
 
-#include <algorithm>
-
 #include "music/TrackName.h"
+#include "platform/Text.h"
 
 namespace {
 
 /// Appends a text to a line that must not end before its time.
-void appendOnLine(std::string& line, const std::string& text) {
-  const std::size_t begin = line.size();
-  line += text;
-  const auto isControl = [](char c) { return static_cast<unsigned char>(c) < ' ' || c == 0x7F; };
-  std::replace_if(line.begin() + static_cast<std::ptrdiff_t>(begin), line.end(), isControl, ' ');
-}
+void appendOnLine(std::string& line, const std::string& text) { line += PDXText::onOneLine(text); }
 
 }  // namespace
 
@@ -28,7 +22,7 @@ void appendTrack(std::string& text, const TrackItem& track, const std::string& f
   constexpr std::uint32_t kSecond = 1000;
   const std::uint32_t seconds = track.duration / kSecond + (track.duration % kSecond >= kSecond / 2 ? 1 : 0);
   if (file.empty()) {
-    text += "# Not on the device: ";
+    text += track.filePath ? "# Not in the backup: " : "# Not on the device: ";
   } else {
     text += "#EXTINF:" + std::to_string(seconds) + ",";
   }

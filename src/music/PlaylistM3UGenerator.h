@@ -10,7 +10,8 @@ namespace PDXPlaylistM3UGenerator {
 
 std::string beginning(const TrackPlaylist& playlist);
 
-/// @param file  path of the track's file; "" when it is nowhere: a comment then keeps its place.
+/// @param file  path of the track's file, relative to the playlist; "" when it is not there: a comment then
+///              keeps the track's place.
 void appendTrack(std::string& text, const TrackItem& track, const std::string& file);
 
 }  // namespace PDXPlaylistM3UGenerator

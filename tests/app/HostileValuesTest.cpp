@@ -116,4 +116,30 @@ TEST_F(HostileValues, NoEventOrAlarmIsForged) {
             "LOCATION:Pier   END:VEVENT BEGIN:VALARM\nCLASS:PUBLIC\nEND:VEVENT\nEND:VCALENDAR\n");
 }
 
+TEST_F(HostileValues, PlaylistsStayInTheirFolder) {
+  const std::string library = PDXSampleDatabase()
+                                  .table("item_extra", "item_pid, title, location, media_kind")
+                                  .table("item", "item_pid, base_location_id")
+                                  .table("base_location", "base_location_id, path")
+                                  .table("container", "container_pid, name, is_hidden")
+                                  .table("container_item", "container_pid, item_pid, position")
+                                  .row("container", 1, "a\u2028/etc/passwd\u0085b", 0)
+                                  .row("base_location", 1, "../../../../..")
+                                  .row("base_location", 2, "http://b.example")
+                                  .row("item_extra", 1, "One\u2028file:///etc/passwd", "etc/passwd", 1)
+                                  .row("item_extra", 2, "Two\x0B/etc/passwd", "a\nb.mp3", 1)
+                                  .row("item", 1, 1)
+                                  .row("item", 2, 2)
+                                  .row("container_item", 1, 1, 1)
+                                  .row("container_item", 1, 2, 2)
+                                  .writeTo(folder_ / "library");
+  PDXSampleBackupFolder backup(folder_ / "phone");
+  backup.addFile("MediaDomain", "Media/http://b.example/a\nb.mp3", std::string_view("sound"));
+  ASSERT_TRUE(backup.finish());
+  exported({"music"}, library);
+  EXPECT_EQ(lines(written("Music/a_etc_passwdb.m3u8")),
+            "#EXTM3U|#EXTENC:UTF-8|#PLAYLIST:a /etc/passwd b|# Not in the backup: One file:///etc/passwd|"
+            "#EXTINF:0,Two /etc/passwd|http_/Untitled/b.example/ab.mp3|");
+}
+
 }  // namespace

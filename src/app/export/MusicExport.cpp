@@ -54,7 +54,7 @@ class TrackFiles {
     return nullptr;
   }
 
-  /// As playlists name it; "" when the track has no file.
+  /// As the table names it; "" when the track has no file.
   std::string nameOf(const TrackItem& track) {
     if (!track.filePath) return "";
     const Held* file = held(*track.filePath);
@@ -164,7 +164,7 @@ class Writer {
       std::string entry;
       for (const std::size_t place : playlist.tracks) {
         entry.clear();
-        PDXPlaylistM3UGenerator::appendTrack(entry, library_.tracks[place], names_[place]);
+        PDXPlaylistM3UGenerator::appendTrack(entry, library_.tracks[place], inExport(place));
         file.append(entry);
       }
       if (!commit(file)) return false;
@@ -188,6 +188,13 @@ class Writer {
 
  private:
   using Outcome = PDXFiles::CopyResult::Outcome;
+
+  /// The path of a track's file below the playlist's folder; "" when the backup does not hold it. The
+  /// device's own path may lead anywhere on the computer where the playlist is played.
+  std::string inExport(std::size_t place) {
+    const TrackItem& track = library_.tracks[place];
+    return track.filePath && files_.held(*track.filePath) != nullptr ? names_[place] : "";
+  }
 
   bool copyFile(const TrackItem& track) {
     const std::string what = "file of a track";
@@ -230,7 +237,7 @@ class Writer {
   PDXExportReport& report_;
   std::stop_token stop_;
   TrackFiles files_;
-  std::vector<std::string> names_;  ///< Of the tracks' files, as playlists name them.
+  std::vector<std::string> names_;  ///< Of the tracks' files, as the table names them.
 };
 
 /// A readable copy of a playlist that the device keeps as a file; "" when the backup does not hold it.
