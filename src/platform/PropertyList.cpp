@@ -164,7 +164,7 @@ std::optional<PDXPropertyList> PDXPropertyList::parse(const PDXBytes& bytes) {
 }
 
 std::optional<PDXPropertyList> PDXPropertyList::parseFile(const std::string& path) {
-  const auto bytes = PDXFileReader(path).all();
+  const auto bytes = PDXFiles::read(path);
   return bytes ? parse(*bytes) : std::nullopt;
 }
 

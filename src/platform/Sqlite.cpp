@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "platform/Files.h"
+#include "platform/Log.h"
 #include "platform/Text.h"
 
 namespace {
@@ -109,6 +110,9 @@ struct PDXSQLiteWatch {
   std::uint64_t mostBytes = UINT64_MAX;
   std::uint64_t bytes = 0;  ///< Of texts handed out since a statement was last prepared.
 
+  std::string path;
+  bool isDamageKnown = false;  ///< Whether somebody asked why a statement failed, or the log said it.
+
   bool isExhausted() const { return looks > mostLooks; }
 
   /// Even the smallest row takes four bytes, what goes over each of them takes some dozens of steps, and its
@@ -151,7 +155,7 @@ PDXSQLiteDatabase::PDXSQLiteDatabase(const std::string& path, PDXSQLiteAccess ac
     return;
   }
   harden(handle, access);
-  watch_ = std::make_unique<PDXSQLiteWatch>(PDXSQLiteWatch{.stop = currentStop()});
+  watch_ = std::make_shared<PDXSQLiteWatch>(PDXSQLiteWatch{.stop = currentStop(), .path = path});
   if (access != PDXSQLiteAccess::create) {
     const std::uint64_t size =
         PDXFiles::sizeOf(path).value_or(0) + PDXFiles::sizeOf(path + "-wal").value_or(0);
@@ -190,7 +194,7 @@ std::string PDXSQLiteDatabase::whyUnreadable() const {
 }
 
 PDXSQLiteStatement PDXSQLiteDatabase::prepare(std::string_view sql) const {
-  return {handle_.get(), sql, watch_.get()};
+  return {handle_.get(), sql, watch_};
 }
 
 bool PDXSQLiteDatabase::run(const std::string& sql) const {
@@ -203,8 +207,9 @@ void PDXSQLiteStatement::Finalize::operator()(sqlite3_stmt* statement) const noe
   sqlite3_finalize(statement);
 }
 
-PDXSQLiteStatement::PDXSQLiteStatement(sqlite3* database, std::string_view sql, PDXSQLiteWatch* watch)
-    : watch_(watch) {
+PDXSQLiteStatement::PDXSQLiteStatement(sqlite3* database, std::string_view sql,
+                                       std::shared_ptr<PDXSQLiteWatch> watch)
+    : watch_(std::move(watch)) {
   if (database == nullptr) {
     error_ = "cannot be opened";
     return;
@@ -215,6 +220,38 @@ PDXSQLiteStatement::PDXSQLiteStatement(sqlite3* database, std::string_view sql, 
   sqlite3_prepare_v2(database, sql.data(), static_cast<int>(sql.size()), &statement, nullptr);
   statement_.reset(statement);
   if (statement == nullptr) error_ = sqlite3_errmsg(database);
+}
+
+PDXSQLiteStatement::PDXSQLiteStatement(PDXSQLiteStatement&&) noexcept = default;
+
+PDXSQLiteStatement& PDXSQLiteStatement::operator=(PDXSQLiteStatement&& other) noexcept {
+  PDXSQLiteStatement former = std::move(*this);
+  statement_ = std::move(other.statement_);
+  watch_ = std::move(other.watch_);
+  rows_ = other.rows_;
+  failed_ = other.failed_;
+  wasInterrupted_ = other.wasInterrupted_;
+  error_ = std::move(other.error_);
+  return *this;
+}
+
+PDXSQLiteStatement::~PDXSQLiteStatement() { reportUnlessAsked_(); }
+
+bool PDXSQLiteStatement::failed() const {
+  if (failed_ && watch_ != nullptr) watch_->isDamageKnown = true;
+  return failed_;
+}
+
+const std::string& PDXSQLiteStatement::error() const {
+  if (failed_ && watch_ != nullptr) watch_->isDamageKnown = true;
+  return error_;
+}
+
+/// A store with damage may be asked thousands of times, so once for a handle is enough.
+void PDXSQLiteStatement::reportUnlessAsked_() {
+  if (!failed_ || wasInterrupted_ || watch_ == nullptr || watch_->isDamageKnown) return;
+  watch_->isDamageKnown = true;
+  PDXLog::report({.what = "part of a database", .where = watch_->path, .why = error_});
 }
 
 bool PDXSQLiteStatement::step() {
@@ -232,6 +269,7 @@ bool PDXSQLiteStatement::step() {
 }
 
 void PDXSQLiteStatement::reset() {
+  reportUnlessAsked_();
   if (statement_ != nullptr) sqlite3_reset(statement_.get());
   failed_ = false;
   rows_ = 0;

@@ -65,16 +65,22 @@ class PDXSQLiteDatabase {
   struct Close {
     void operator()(sqlite3* handle) const noexcept;
   };
-  std::unique_ptr<PDXSQLiteWatch> watch_;  ///< At a fixed place, since the handle looks at it.
+  std::shared_ptr<PDXSQLiteWatch> watch_;  ///< At a fixed place, since the handle looks at it.
   std::unique_ptr<sqlite3, Close> handle_;
 };
 
 /// A prepared statement, finalized when it goes out of scope. One whose SQL did not compile is safe to use:
 /// it has no columns and no rows. It must not outlive its database.
+///
+/// Damage is never passed over: where a step fails and nobody asks `failed` or `error` before the statement
+/// is reset or gone, the log says so, once for a handle. Who asks is to report it.
 class PDXSQLiteStatement {
  public:
   /// @param watch  the handle's, null without one.
-  PDXSQLiteStatement(sqlite3* database, std::string_view sql, PDXSQLiteWatch* watch);
+  PDXSQLiteStatement(sqlite3* database, std::string_view sql, std::shared_ptr<PDXSQLiteWatch> watch);
+  ~PDXSQLiteStatement();
+  PDXSQLiteStatement(PDXSQLiteStatement&&) noexcept;
+  PDXSQLiteStatement& operator=(PDXSQLiteStatement&&) noexcept;
 
   /// Whether the SQL compiled.
   bool isValid() const { return statement_ != nullptr; }
@@ -83,10 +89,10 @@ class PDXSQLiteStatement {
   bool step();
 
   /// Whether the last `step` ended in an error, such as a damaged page, rather than at the end of the rows.
-  bool failed() const { return failed_; }
+  bool failed() const;
 
   /// Why the SQL did not compile or the last failed `step` failed; "" when neither did.
-  const std::string& error() const { return error_; }
+  const std::string& error() const;
 
   /// Whether it ended because of the process's stop request.
   bool wasInterrupted() const { return wasInterrupted_; }
@@ -121,9 +127,10 @@ class PDXSQLiteStatement {
     void operator()(sqlite3_stmt* statement) const noexcept;
   };
   bool has_(int column) const;
+  void reportUnlessAsked_();
 
   std::unique_ptr<sqlite3_stmt, Finalize> statement_;
-  PDXSQLiteWatch* watch_;
+  std::shared_ptr<PDXSQLiteWatch> watch_;
   std::uint64_t rows_ = 0;  ///< Since it began.
   bool failed_ = false;
   bool wasInterrupted_ = false;

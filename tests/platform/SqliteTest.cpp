@@ -3,7 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
+#include <vector>
 
+#include "platform/Log.h"
 #include "tests/support/SampleDatabase.h"
 #include "tests/support/TestFolder.h"
 
@@ -127,6 +130,32 @@ TEST(Sqlite, ImmutableLeavesTheFolderAlone) {
   PDXSampleDatabase().table("t", "a").writeTo(folder / "b.db");
   const PDXSQLiteDatabase database("/" + (folder / "b.db"), PDXSQLiteAccess::immutable);
   EXPECT_TRUE(database.isOpen()) << "a path that begins with two slashes";
+}
+
+TEST(Sqlite, DamageThatNobodyAsksAboutIsSaidOnce) {
+  constexpr std::size_t kPage = 4096;
+  const PDXTestFolder folder;
+  std::string bytes = fileText(PDXSampleDatabase().table("t", "a").row("t", 1).writeTo(folder / "a.db"));
+  bytes.replace(kPage, kPage, kPage, '\0');
+  const std::string path = folder.write("a.db", bytes);
+  std::vector<std::string> said;
+  const auto before = PDXLog::listen([&](const PDXProblem& problem) { said.push_back(problem.why); });
+  {
+    const PDXSQLiteDatabase database(path);
+    auto rows = database.prepare("SELECT a FROM t");
+    EXPECT_FALSE(rows.step());
+    rows.reset();
+    EXPECT_FALSE(PDXSQLiteStatement(std::move(rows)).step());
+  }
+  EXPECT_EQ(said, std::vector<std::string>{"database disk image is malformed"});
+  {
+    const PDXSQLiteDatabase database(path);
+    auto rows = database.prepare("SELECT a FROM t");
+    EXPECT_FALSE(rows.step());
+    EXPECT_TRUE(rows.failed());
+  }
+  EXPECT_EQ(said.size(), 1U) << "who asks says it";
+  PDXLog::listen(before);
 }
 
 }  // namespace
