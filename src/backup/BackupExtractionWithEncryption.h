@@ -49,10 +49,10 @@ class PDXBackupExtractionIOS10Encrypted final : public PDXBackupExtractionWithEn
   PDXBackupExtractionIOS10Encrypted(std::string fullBackupPath, PDXByteView password,
                                     PDXManifestPlace place = {});
 
-  PDXBytes keyRecordOf(const PDXBackupFile& file, std::string& why) const override;
+  /// In the folder named by the identifier's first two characters, or else beside the manifest.
+  std::string storedPath(const PDXBackupFile& file) const override;
 
- protected:
-  Places placesFor_(const std::string& fileId) const override { return {nestedPlace_(fileId), fileId}; }
+  PDXBytes keyRecordOf(const PDXBackupFile& file, std::string& why) const override;
 
  private:
   PDXBytes attributesOf_(const PDXBackupFile& file, std::string& why) const;
@@ -70,8 +70,8 @@ class PDXBackupExtractionMbdbWithEncryption final : public PDXBackupExtractionWi
  public:
   using PDXBackupExtractionWithEncryption::PDXBackupExtractionWithEncryption;
 
-  PDXBytes keyRecordOf(const PDXBackupFile& file, std::string& why) const override;
+  /// Beside the manifest.
+  std::string storedPath(const PDXBackupFile& file) const override { return flatPath_(file); }
 
- protected:
-  Places placesFor_(const std::string& fileId) const override { return {fileId, ""}; }
+  PDXBytes keyRecordOf(const PDXBackupFile& file, std::string& why) const override;
 };

@@ -20,6 +20,45 @@ bool readInto(PDXSQLiteStatement rows, std::vector<std::int64_t>& numbers) {
 
 namespace PDXReachableRows {
 
+Outcome forEach(const PDXSQLiteDatabase& database, const Query& query,
+                const std::function<void(const PDXSQLiteStatement&)>& use) {
+  Outcome outcome;
+  std::vector<std::int64_t> read;
+  auto rows = database.prepare(query.select + query.order);
+  while (rows.step()) {
+    read.push_back(rows.int64(0));
+    use(rows);
+  }
+  outcome.why = rows.error();
+  outcome.isInterrupted = rows.wasInterrupted();
+  if (!rows.failed() || outcome.isInterrupted) return outcome;
+  const std::string ofOne = " AND " + query.number + " = ?1";
+  auto one = database.prepare(query.select + ofOne);
+  auto bare = database.prepare(query.bare.empty() ? query.select + ofOne : query.bare + ofOne);
+  for (const std::int64_t number : missed(database, query.table, {read.begin(), read.end()})) {
+    bool isFailed = false;
+    for (PDXSQLiteStatement* row : {&one, &bare}) {
+      row->reset();
+      row->bind(1, number);
+      while (row->step()) use(*row);
+      isFailed = row->failed();
+      if (!isFailed) break;
+    }
+    if (isFailed) outcome.lost.push_back(number);
+  }
+  return outcome;
+}
+
+std::optional<std::size_t> count(const PDXSQLiteDatabase& database, const std::string& table,
+                                 std::string& why) {
+  for (const char* way : {" NOT INDEXED", ""}) {
+    auto rows = database.prepare("SELECT count(1) FROM " + table + way);
+    if (rows.step()) return static_cast<std::size_t>(rows.int64(0));
+    if (why.empty()) why = rows.error();
+  }
+  return std::nullopt;
+}
+
 std::vector<std::int64_t> missed(const PDXSQLiteDatabase& database, const std::string& table,
                                  const std::unordered_set<std::int64_t>& read) {
   const std::string all = "SELECT rowid FROM " + table + " NOT INDEXED ORDER BY rowid";

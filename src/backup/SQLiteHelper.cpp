@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/Log.h"
 #include "platform/Text.h"
 
 namespace {
@@ -41,6 +42,19 @@ bool PDXSQLiteHelper::doesDatabaseContainTableWithColumnNamed(const PDXSQLiteDat
   const std::string wanted = PDXText::lowercased(column);
   return std::any_of(existing.begin(), existing.end(),
                      [&](const std::string& name) { return PDXText::lowercased(name) == wanted; });
+}
+
+void PDXSQLiteHelper::reportMissingTables(const PDXSQLiteDatabase& database,
+                                          const std::vector<std::string>& tables, const std::string& what,
+                                          const std::string& where) {
+  if (!database.whyUnreadable().empty()) return;
+  std::string missing;
+  for (const std::string& table : tables) {
+    if (!doesDatabaseContainTable(database, table)) missing += (missing.empty() ? "" : ", ") + table;
+  }
+  if (missing.empty()) return;
+  PDXLog::report(
+      {.what = what, .where = where, .why = "tables that every store has are missing: " + missing});
 }
 
 int PDXSQLiteHelper::indexOfColumnNamedWithinStatment(const std::string& column,

@@ -25,6 +25,12 @@ class PDXSQLiteHelper {
   static bool doesDatabaseContainTableWithColumnNamed(const PDXSQLiteDatabase& database,
                                                       const std::string& table, const std::string& column);
 
+  /// Says in the log which of the tables a readable store lacks, as one problem. For tables that the stores
+  /// of every system have: one that is gone takes its part of the content along.
+  /// @param what, where  as PDXProblem has them.
+  static void reportMissingTables(const PDXSQLiteDatabase& database, const std::vector<std::string>& tables,
+                                  const std::string& what, const std::string& where);
+
   /// The first result column of that name, from 0; case counts. -1 when there is none.
   static int indexOfColumnNamedWithinStatment(const std::string& column, const PDXSQLiteStatement& statement);
 

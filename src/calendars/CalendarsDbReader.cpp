@@ -263,13 +263,17 @@ std::vector<PDXCalendarStore> PDXCalendarsDbReader::getCalendarStores() const {
   return stores;
 }
 
-std::vector<PDXCalendarDetail> PDXCalendarsDbReader::readCalendars_(const PDXSQLiteDatabase& database,
-                                                                    const std::string& query) const {
-  auto rows = database.prepare(query);
-  if (!rows.isValid()) reportUnreadable_(database);
+std::vector<PDXCalendarDetail> PDXCalendarsDbReader::readCalendars_(
+    const PDXSQLiteDatabase& database, const PDXReachableRows::Query& query) const {
   std::vector<PDXCalendarDetail> calendars;
-  while (rows.step()) calendars.push_back(calendarOf(rows));
-  if (rows.failed()) PDXLog::report({.what = "calendars", .where = calendarsDbPath_, .why = rows.error()});
+  if (!database.prepare(query.select).isValid()) {
+    reportUnreadable_(database);
+    return calendars;
+  }
+  const auto outcome = PDXReachableRows::forEach(
+      database, query, [&](const PDXSQLiteStatement& row) { calendars.push_back(calendarOf(row)); });
+  if (!outcome.isWhole() && !outcome.isInterrupted)
+    PDXLog::report({.what = "calendars", .where = calendarsDbPath_, .why = outcome.why});
   return calendars;
 }
 
@@ -277,9 +281,10 @@ std::vector<PDXCalendarDetail> PDXCalendarsDbReader::getCalendarDetailWithIndex(
                                                                                 std::size_t /*index*/) const {
   if (calendarsDbPath_.empty() || !PDXFiles::exists(calendarsDbPath_)) return {};
   const PDXSQLiteDatabase database(calendarsDbPath_);
-  std::string query = "SELECT * from Calendar WHERE store_id = " + std::to_string(store.storeId);
+  std::string query =
+      "SELECT ROWID AS number, * from Calendar WHERE store_id = " + std::to_string(store.storeId);
   if (hasColumn(database, "Calendar", "external_id")) query += std::string(" AND ") + kNoInbox;
-  auto calendars = readCalendars_(database, query);
+  auto calendars = readCalendars_(database, {.table = "Calendar", .select = query, .number = "ROWID"});
   for (PDXCalendarDetail& calendar : calendars) {
     if (calendar.storeName.empty()) calendar.storeName = store.storeName;
   }
@@ -324,17 +329,35 @@ std::vector<PDXCalendarEvent> PDXCalendarsDbReader::getCalendarEventsWithIdsForC
   return events;
 }
 
+/// The stores of all systems have these tables; one that is gone takes its part of the events along.
+void PDXCalendarsDbReader::reportMissingTables_(const PDXSQLiteDatabase& database) const {
+  std::vector<std::string> tables = {"Recurrence"};
+  if (!hasTable(database, "Event")) tables.emplace_back("CalendarItem");
+  // The oldest stores keep places with their events.
+  if (hasColumn(database, "CalendarItem", "location_id")) tables.emplace_back("Location");
+  if (hasTable(database, "Calendar"))
+    PDXSQLiteHelper::reportMissingTables(database, tables, "events", calendarsDbPath_);
+}
+
 std::vector<PDXCalendarDetail> PDXCalendarsDbReader::getAllCalendars(const std::optional<PDXDate>& start,
                                                                      const std::optional<PDXDate>& to) const {
   if (calendarsDbPath_.empty() || !PDXFiles::exists(calendarsDbPath_)) return {};
   const PDXSQLiteDatabase database(calendarsDbPath_);
+  reportMissingTables_(database);
   const bool hasIds = hasColumn(database, "Calendar", "external_id");
   const bool hasName = hasColumn(database, "Store", "name");
-  const std::string calendars =
-      std::string("SELECT cal.*, ") + (hasName ? "st.name, " : "") + "cal.ROWID AS ROWID FROM Calendar cal" +
-      (hasName ? " LEFT JOIN Store st ON cal.store_id = st.ROWID" : "") +
-      (hasIds ? " WHERE cal.external_id IS NULL OR cal.external_id NOT LIKE '%inbox/'" : "") +
-      " ORDER BY cal.ROWID";
+  const std::string beginning = "SELECT cal.ROWID AS number, cal.*, cal.ROWID AS ROWID";
+  const std::string condition =
+      hasIds ? " WHERE (cal.external_id IS NULL OR cal.external_id NOT LIKE '%inbox/')" : " WHERE 1";
+  const PDXReachableRows::Query calendars{
+      .table = "Calendar",
+      .select = beginning +
+                (hasName ? ", st.name FROM Calendar cal LEFT JOIN Store st ON cal.store_id = st.ROWID"
+                         : " FROM Calendar cal") +
+                condition,
+      .number = "cal.ROWID",
+      .order = " ORDER BY cal.ROWID",
+      .bare = beginning + " FROM Calendar cal" + condition};
   Calendars all(readCalendars_(database, calendars), calendarsDbPath_);
   for (const EventTable& table : EventTable::in(database)) {
     auto rows = database.prepare(table.allQuery(database, start || to, inInbox(database)));

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "backup/ReachableRows.h"
 #include "calendars/CalendarDetail.h"
 
 class PDXSQLiteDatabase;
@@ -69,7 +70,8 @@ class PDXCalendarsDbReader {
 
  private:
   std::vector<PDXCalendarDetail> readCalendars_(const PDXSQLiteDatabase& database,
-                                                const std::string& query) const;
+                                                const PDXReachableRows::Query& query) const;
+  void reportMissingTables_(const PDXSQLiteDatabase& database) const;
   void reportUnreadable_(const PDXSQLiteDatabase& database) const;
 
   std::string calendarsDbPath_;

@@ -45,14 +45,22 @@ std::string chosen(PDXSQLiteStatement names, std::string_view ending,
 
 }  // namespace
 
-std::optional<PDXCallHandleTable> PDXCallHandleTable::of(const PDXSQLiteDatabase& store) {
-  if (!PDXSQLiteHelper::doesDatabaseContainTable(store, "ZHANDLE")) return std::nullopt;
+std::optional<PDXCallHandleTable> PDXCallHandleTable::of(const PDXSQLiteDatabase& store,
+                                                         const std::string& path) {
+  // Damage in the list of numbers is said; any number does where there is but one such table.
   const std::string call = entityNumber(store, "CallRecord");
   const std::string handle = entityNumber(store, "Handle");
   PDXCallHandleTable join;
   join.table = chosen(store.prepare("SELECT name FROM sqlite_master WHERE type = 'table' ORDER BY name"),
                       kHandles, {"2", call});
-  if (join.table.empty()) return std::nullopt;
+  const bool hasHandles = PDXSQLiteHelper::doesDatabaseContainTable(store, "ZHANDLE");
+  if (hasHandles == join.table.empty()) {
+    // One system brought both.
+    const char* why =
+        hasHandles ? "the table that joins calls and handles is missing" : "it has no table ZHANDLE";
+    PDXLog::report({.what = "participants of calls", .where = path, .why = why});
+  }
+  if (!hasHandles || join.table.empty()) return std::nullopt;
   const std::string columns = "SELECT name FROM pragma_table_info('" + join.table + "')";
   join.callColumn = chosen(store.prepare(columns), kCalls, {"2", call});
   join.handleColumn = chosen(store.prepare(columns), kHandles, {"3", handle});

@@ -16,8 +16,10 @@ struct PDXCallHandleTable {
   std::string callColumn;
   std::string handleColumn;
 
-  /// Nothing for a store that has no such table, or none of addresses.
-  static std::optional<PDXCallHandleTable> of(const PDXSQLiteDatabase& store);
+  /// Nothing for a store that has no such table, or none of addresses. One without the other is said in the
+  /// log.
+  /// @param path  the store's.
+  static std::optional<PDXCallHandleTable> of(const PDXSQLiteDatabase& store, const std::string& path);
 
   /// Says in the log which calls name an address that the store does not hold.
   /// @param foundRows  how many rows have both; when that is all of them nothing is looked for.

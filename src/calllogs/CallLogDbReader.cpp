@@ -4,6 +4,7 @@
 #include <limits>
 #include <unordered_map>
 
+#include "backup/ReachableRows.h"
 #include "backup/SQLiteHelper.h"
 #include "calllogs/CallLogValues.h"
 #include "platform/Files.h"
@@ -12,18 +13,24 @@ namespace {
 
 /// The columns of a call, in a fixed order whatever the table has.
 struct Columns {
-  enum : int { date, duration, flags, address, name, row };
+  enum : int { row, date, duration, flags, address, name };
 
   explicit Columns(const PDXSQLiteDatabase& store) {
+    text = "ROWID";
     for (const char* column : {"date", "duration", "flags", "address", "name"}) {
       const bool exists = PDXSQLiteHelper::doesDatabaseContainTableWithColumnNamed(store, "call", column);
-      text += std::string(exists ? "" : "NULL AS ") + column + ", ";
+      text += std::string(exists ? ", " : ", NULL AS ") + column;
     }
-    text += "ROWID";
   }
 
   std::string text;
 };
+
+constexpr const char* kCalls = " FROM call WHERE 1";
+
+PDXReachableRows::Query queryOf(std::string select) {
+  return {.table = "call", .select = std::move(select), .number = "ROWID"};
+}
 
 PDXCallLogEntry entryOf(const PDXSQLiteStatement& rows, PDXCallLogValues& values) {
   PDXCallLogEntry entry;
@@ -51,19 +58,21 @@ std::vector<PDXCallLogParticipant> PDXCallLogDbReader::getParticipants_(const PD
   std::vector<PDXCallLogParticipant> participants;
   std::unordered_map<std::string, std::size_t> places;
   const bool hasDates = PDXSQLiteHelper::doesDatabaseContainTableWithColumnNamed(store, "call", "date");
-  auto rows = store.prepare(hasDates ? "SELECT address, date FROM call" : "SELECT address FROM call");
-  if (!rows.isValid()) reportUnreadable_(store);
-  while (rows.step()) {
-    const std::string address = rows.text(0);
-    if (address.empty()) continue;
+  const std::string query = std::string("SELECT ROWID, address, ") + (hasDates ? "date" : "NULL") + kCalls;
+  if (!store.prepare(query).isValid()) {
+    reportUnreadable_(store);
+    return participants;
+  }
+  reportEnd_(PDXReachableRows::forEach(store, queryOf(query), [&](const PDXSQLiteStatement& row) {
+    const std::string address = row.text(1);
+    if (address.empty()) return;
     const auto [place, isNew] = places.try_emplace(address, participants.size());
     if (isNew) participants.emplace_back().setAddress(address, names_);
     // An address with a quote is in no question for a date.
-    if (!rows.isNumber(1) || address.find('\'') != std::string::npos) continue;
-    const auto date = PDXDates::fromReferenceFraction(rows.real(1));
+    if (!row.isNumber(2) || address.find('\'') != std::string::npos) return;
+    const auto date = PDXDates::fromReferenceFraction(row.real(2));
     participants[place->second].takeInDates(date, date);
-  }
-  reportEnd_(rows);
+  }));
   return participants;
 }
 
@@ -121,18 +130,19 @@ std::vector<PDXCallLog> PDXCallLogDbReader::getCallLogs() {
   }
   if (!loadCallLog()) return logs;
   const PDXSQLiteDatabase store(callLogDbPath_);
-  auto rows = store.prepare("SELECT " + Columns(store).text + " FROM call");
   PDXCallLogValues values(callLogDbPath_);
   PDXCallLog withheld(groupOf({}));
   withheld.participantGroup.participants.front().addresses = {""};
-  while (rows.step()) {
-    PDXCallLogEntry entry = entryOf(rows, values);
+  // The list of participants has said what is wrong with the table.
+  const PDXReachableRows::Query calls = queryOf("SELECT " + Columns(store).text + kCalls);
+  PDXReachableRows::forEach(store, calls, [&](const PDXSQLiteStatement& row) {
+    PDXCallLogEntry entry = entryOf(row, values);
     const auto place = places.find(entry.address);
     PDXCallLog& log = place == places.end() ? withheld : logs[place->second];
     auto& participant = log.participantGroup.participants.front();
     if (place == places.end()) participant.takeInDates(entry.date, entry.date);
     log.entries.push_back(std::move(entry));
-  }
+  });
   const auto& unnamed = withheld.participantGroup.participants.front();
   withheld.participantGroup.mostRecentDate = unnamed.mostRecentDate;
   withheld.participantGroup.mostEarliestDate = unnamed.mostEarliestDate;
@@ -143,7 +153,6 @@ std::vector<PDXCallLog> PDXCallLogDbReader::getCallLogs() {
 
 std::optional<std::size_t> PDXCallLogDbReader::storedCallCount() const {
   const PDXSQLiteDatabase store(callLogDbPath_);
-  auto rows = store.prepare("SELECT count(1) FROM call NOT INDEXED");
-  if (!rows.step()) return std::nullopt;
-  return static_cast<std::size_t>(rows.int64(0));
+  std::string why;
+  return PDXReachableRows::count(store, "call", why);
 }

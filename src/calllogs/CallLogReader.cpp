@@ -32,3 +32,8 @@ void PDXCallLogReader::reportUnreadable_(const PDXSQLiteDatabase& store) const {
 void PDXCallLogReader::reportEnd_(const PDXSQLiteStatement& rows) const {
   if (rows.failed()) PDXLog::report({.what = "calls", .where = callLogDbPath_, .why = rows.error()});
 }
+
+void PDXCallLogReader::reportEnd_(const PDXReachableRows::Outcome& outcome) const {
+  if (!outcome.isWhole() && !outcome.isInterrupted)
+    PDXLog::report({.what = "calls", .where = callLogDbPath_, .why = outcome.why});
+}

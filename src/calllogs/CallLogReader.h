@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "backup/ReachableRows.h"
 #include "calllogs/CallLogNames.h"
 #include "calllogs/CallLogParticipantGroup.h"
 #include "platform/Sqlite.h"
@@ -60,6 +61,7 @@ class PDXCallLogReader {
 
   /// Says in the log when the rows ended in damage.
   void reportEnd_(const PDXSQLiteStatement& rows) const;
+  void reportEnd_(const PDXReachableRows::Outcome& outcome) const;
 
   std::string callLogDbPath_;
   std::string contactsDbPath_;

@@ -74,10 +74,13 @@ PDXCallLogEntry entryOf(const PDXSQLiteStatement& rows, PDXCallLogValues& values
 
 /// The statement that lists callers, without the columns that the store does not have.
 /// What it says of the calls themselves is left out: they are at hand already.
-std::string participantsQuery(const PDXCallHandleTable& join) {
-  return "SELECT handles.ZVALUE, participant_handles." + join.callColumn + " FROM " + join.table +
-         " participant_handles INNER JOIN ZHANDLE handles ON participant_handles." + join.handleColumn +
-         " = handles.Z_PK";
+PDXReachableRows::Query participantsQuery(const PDXCallHandleTable& join) {
+  return {.table = join.table,
+          .select = "SELECT participant_handles.rowid, handles.ZVALUE, participant_handles." +
+                    join.callColumn + " FROM " + join.table +
+                    " participant_handles INNER JOIN ZHANDLE handles ON participant_handles." +
+                    join.handleColumn + " = handles.Z_PK WHERE 1",
+          .number = "participant_handles.rowid"};
 }
 
 }  // namespace
@@ -211,23 +214,21 @@ void PDXCallLogStoreDataReader::addParticipants_(const PDXSQLiteDatabase& store,
                                                  Grouping& grouping) {
   std::vector<Record*> order;
   order.reserve(records.size());
-  if (const auto join = PDXCallHandleTable::of(store)) {
+  if (const auto join = PDXCallHandleTable::of(store, callLogDbPath_)) {
     std::unordered_map<std::int64_t, Record*> byKey;
     byKey.reserve(records.size());
     for (Record& record : records) byKey.try_emplace(record.key, &record);
-    auto rows = store.prepare(participantsQuery(*join));
     std::size_t count = 0;
-    while (rows.step()) {
-      const auto found = byKey.find(rows.int64(1));
-      if (found == byKey.end()) continue;
+    reportEnd_(PDXReachableRows::forEach(store, participantsQuery(*join), [&](const PDXSQLiteStatement& row) {
+      const auto found = byKey.find(row.int64(2));
+      if (found == byKey.end()) return;
       ++count;
       Record& record = *found->second;
       if (record.people.empty()) order.push_back(&record);
-      std::string address = rows.text(0);
+      std::string address = row.text(1);
       if (address.empty()) address = record.extractedAddress;
       grouping.addParticipant(record, address.empty() ? record.entry.address : address);
-    }
-    reportEnd_(rows);
+    }));
     join->reportLostHandles(store, callLogDbPath_, count);
   }
   for (Record& record : records) {
@@ -293,7 +294,6 @@ std::vector<PDXCallLog> PDXCallLogStoreDataReader::getCallLogs() {
 
 std::optional<std::size_t> PDXCallLogStoreDataReader::storedCallCount() const {
   const PDXSQLiteDatabase store(callLogDbPath_);
-  auto rows = store.prepare("SELECT count(1) FROM ZCALLRECORD NOT INDEXED");
-  if (!rows.step()) return std::nullopt;
-  return static_cast<std::size_t>(rows.int64(0));
+  std::string why;
+  return PDXReachableRows::count(store, "ZCALLRECORD", why);
 }

@@ -5,6 +5,7 @@
 #include <optional>
 #include <utility>
 
+#include "backup/ReachableRows.h"
 #include "backup/SQLiteHelper.h"
 #include "contacts/ContactMerger.h"
 #include "contacts/ContactNameSearch.h"
@@ -16,7 +17,7 @@
 namespace {
 
 constexpr const char* kPeople =
-    "SELECT ROWID, First, Middle, Last, Prefix, Suffix, Organization, JobTitle, Note FROM ABPerson;";
+    "SELECT ROWID, First, Middle, Last, Prefix, Suffix, Organization, JobTitle, Note FROM ABPerson WHERE 1";
 constexpr const char* kPhoneNumbers =
     "SELECT value, label FROM ABMultiValue WHERE record_id=? AND property=3;";
 constexpr const char* kEmailAddresses =
@@ -132,7 +133,14 @@ bool lacksIndex(const PDXSQLiteDatabase& database, const std::string& table, con
 /// A database of one read, which says once what is wrong with it. One that is missing is nothing to speak of.
 class OpenedDatabase {
  public:
-  explicit OpenedDatabase(std::string path) : path_(std::move(path)), database_(path_) {}
+  /// @param isKnownDamaged  whether an earlier read said what is wrong with it: then nothing is said again,
+  /// and
+  ///                        what is looked up is read around the damage beforehand.
+  explicit OpenedDatabase(std::string path, bool isKnownDamaged = false)
+      : path_(std::move(path)),
+        database_(path_),
+        isKnownDamaged_(isKnownDamaged),
+        hasComplained_(isKnownDamaged) {}
 
   const PDXSQLiteDatabase& handle() const { return database_; }
 
@@ -151,9 +159,10 @@ class OpenedDatabase {
   }
 
   /// Makes the rows of an owner quick to find. Where the table has no index for that, a copy in memory takes
-  /// its place in all statements prepared later: with the same rows in the same order, and with an index.
+  /// its place in all statements prepared later: with the same rows in the same order, and with an index. So
+  /// it does in a damaged store, where a question ends at the first row that cannot be read.
   void findQuickly(const std::string& table, const std::string& owner, const std::string& columns = "*") {
-    if (!lacksIndex(database_, table, owner)) return;
+    if (!isKnownDamaged_ && !lacksIndex(database_, table, owner)) return;
     const std::string copied = "SELECT " + columns + " FROM main." + table;
     database_.run("PRAGMA temp_store=MEMORY; BEGIN");
     if (database_.run("CREATE TEMP TABLE " + table + " AS " + copied + " LIMIT 0")) {
@@ -163,51 +172,80 @@ class OpenedDatabase {
     database_.run("COMMIT");
   }
 
+  bool isDamaged() const { return hasComplained_; }
+
   void complainUnlessReadable() {
     if (!database_.prepare("SELECT name FROM sqlite_master").isValid()) complain();
   }
 
-  void complain() {
+  void complain(const std::string& why = "") {
     if (hasComplained_ || !PDXFiles::exists(path_)) return;
     hasComplained_ = true;
     PDXLog::report({.what = "contacts",
                     .where = std::string(PDXText::lastPathComponent(path_)),
-                    .why = database_.error()});
+                    .why = why.empty() ? database_.error() : why});
   }
 
  private:
-  /// Row by row, so that a damaged page costs the rows behind it and not all.
+  /// Row by row, so that a damaged page costs its own rows and not those behind it.
   void copyRows(const std::string& table, const std::string& copied) {
-    auto rows = database_.prepare("SELECT _rowid_ FROM main." + table + " NOT INDEXED");
     auto copy = database_.prepare("INSERT INTO temp." + table + " " + copied + " WHERE _rowid_=?");
-    forEachRow(rows, [&] {
-      copy.bind(1, rows.int64(0));
-      while (copy.step()) continue;
-      finish(copy);
-    });
+    const auto outcome =
+        PDXReachableRows::forEach(database_,
+                                  {.table = "main." + table,
+                                   .select = "SELECT _rowid_ FROM main." + table + " NOT INDEXED WHERE 1",
+                                   .number = "_rowid_"},
+                                  [&](const PDXSQLiteStatement& row) {
+                                    copy.bind(1, row.int64(0));
+                                    while (copy.step()) continue;
+                                    finish(copy);
+                                  });
+    if (!outcome.isWhole() && !outcome.isInterrupted) complain(outcome.why);
   }
 
   void finish(PDXSQLiteStatement& rows) {
-    if (rows.failed()) complain();
+    if (rows.failed()) complain(rows.error());
     rows.reset();
   }
 
   std::string path_;
   PDXSQLiteDatabase database_;
-  bool hasComplained_ = false;
+  bool isKnownDamaged_;
+  bool hasComplained_;
 };
+
+/// The address books of all systems have these tables. A statement for one that is gone does not compile and
+/// costs its field only, so this says it.
+void reportMissingTables(const std::string& path, const std::string& picturesPath) {
+  const auto nameOf = [](const std::string& of) { return std::string(PDXText::lastPathComponent(of)); };
+  if (PDXFiles::exists(path)) {
+    PDXSQLiteHelper::reportMissingTables(
+        PDXSQLiteDatabase(path),
+        {"ABMultiValue", "ABMultiValueLabel", "ABMultiValueEntry", "ABMultiValueEntryKey"}, "contacts",
+        nameOf(path));
+  }
+  if (!PDXFiles::exists(picturesPath)) return;
+  const PDXSQLiteDatabase pictures(picturesPath);
+  if (!PDXSQLiteHelper::doesDatabaseContainTable(pictures, "ABImage"))
+    PDXSQLiteHelper::reportMissingTables(pictures, {"ABThumbnailImage"}, "contacts", nameOf(picturesPath));
+}
 
 /// One read of the two databases, with the statements that are asked again for every person. One that does
 /// not compile, in a store without that table, costs its field only.
 class AddressBook {
  public:
-  AddressBook(const std::string& path, const std::string& picturesPath)
-      : book_(openedBook(path)), pictures_(openedPictures(picturesPath)) {
+  /// @param known  the same in an earlier read, null without one: where that met damage, this one reads
+  /// around it.
+  AddressBook(const std::string& path, const std::string& picturesPath, const AddressBook* known = nullptr)
+      : book_(openedBook(path, known != nullptr && known->book_.isDamaged())),
+        pictures_(openedPictures(picturesPath, known != nullptr && known->pictures_.isDamaged())) {
     // One lock for the whole read: hundreds of thousands of questions would each take their own.
     for (const OpenedDatabase* database : {&book_, &pictures_}) database->handle().run("BEGIN");
     pictureStore_ = std::make_shared<PDXContactPictureStore>(
         picturesPath, "SELECT data FROM " + picturesTable_ + " WHERE rowid=?;");
   }
+
+  bool metDamage() const { return book_.isDamaged() || pictures_.isDamaged(); }
 
   std::vector<PDXContactEntry> people() {
     std::vector<PDXContactEntry> contacts;
@@ -238,16 +276,16 @@ class AddressBook {
   }
 
  private:
-  static OpenedDatabase openedBook(const std::string& path) {
-    OpenedDatabase book(path);
+  static OpenedDatabase openedBook(const std::string& path, bool isKnownDamaged) {
+    OpenedDatabase book(path, isKnownDamaged);
     book.findQuickly("ABMultiValue", "record_id");
     book.findQuickly("ABMultiValueEntry", "parent_id");
     return book;
   }
 
   /// Only whether there is a picture counts here, so none is copied.
-  static OpenedDatabase openedPictures(const std::string& path) {
-    OpenedDatabase pictures(path);
+  static OpenedDatabase openedPictures(const std::string& path, bool isKnownDamaged) {
+    OpenedDatabase pictures(path, isKnownDamaged);
     pictures.findQuickly(tableOfPictures(pictures.handle()), "record_id",
                          "rowid, record_id, CASE WHEN length(data) > 0 THEN x'00' END AS data");
     return pictures;
@@ -256,10 +294,11 @@ class AddressBook {
   template <typename Use>
   void forEachPerson(Use use) {
     readLabels();
-    auto rows = book_.handle().prepare(kPeople);
-    if (!rows.isValid()) book_.complain();
     pictures_.complainUnlessReadable();
-    book_.forEachRow(rows, [&] { use(contactOf(rows), rows.int64(0)); });
+    const auto outcome =
+        PDXReachableRows::forEach(book_.handle(), {.table = "ABPerson", .select = kPeople, .number = "ROWID"},
+                                  [&](const PDXSQLiteStatement& row) { use(contactOf(row), row.int64(0)); });
+    if (!outcome.isWhole()) book_.complain(outcome.why);
   }
 
   void readLabels() {
@@ -327,11 +366,16 @@ PDXContactsDatabaseReader::PDXContactsDatabaseReader(std::string databasePath,
 
 std::vector<PDXContactEntry> PDXContactsDatabaseReader::readContacts() {
   AddressBook book(databasePath_, picturesDatabasePath_);
-  return PDXContactMerger::mergeIdenticalContactsInArray(book.people());
+  reportMissingTables(databasePath_, picturesDatabasePath_);
+  auto people = book.people();
+  if (book.metDamage()) people = AddressBook(databasePath_, picturesDatabasePath_, &book).people();
+  return PDXContactMerger::mergeIdenticalContactsInArray(std::move(people));
 }
 
 PDXNamelessContacts PDXContactsDatabaseReader::readContactsWithoutName() {
-  return AddressBook(databasePath_, picturesDatabasePath_).nameless();
+  AddressBook book(databasePath_, picturesDatabasePath_);
+  auto nameless = book.nameless();
+  return book.metDamage() ? AddressBook(databasePath_, picturesDatabasePath_, &book).nameless() : nameless;
 }
 
 std::string PDXContactsDatabaseReader::searchForContactNameWithAddress(std::string_view address) const {

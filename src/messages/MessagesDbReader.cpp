@@ -164,5 +164,11 @@ void PDXMessagesDbReader::reportUnlessStore_(const PDXSQLiteDatabase& database) 
   const bool isKnown = hasTable("chat") || hasTable("group_member") || hasTable("group_member_legacy") ||
                        hasTable("madrid_chat") || hasTable("madrid_chat_legacy");
   if (why.empty() && !isKnown) why = "it has none of the tables of a messages store";
-  if (!why.empty()) PDXLog::report({.what = "messages", .where = "Library/SMS/sms.db", .why = why});
+  constexpr const char* kWhere = "Library/SMS/sms.db";
+  if (!why.empty()) PDXLog::report({.what = "messages", .where = kWhere, .why = why});
+  // A store with chats has these; what is in one that is gone is lost.
+  if (hasTable("chat"))
+    PDXSQLiteHelper::reportMissingTables(
+        database, {"message", "chat_message_join", "attachment", "message_attachment_join"}, "messages",
+        kWhere);
 }

@@ -29,35 +29,38 @@ bool hasColumn(const PDXSQLiteDatabase& database, const char* table, const char*
 /// What of the statement for playlists the library has.
 std::string playlistQuery(const PDXSQLiteDatabase& database) {
   std::string query =
-      "SELECT name, container_pid, smart_is_genius, smart_is_dynamic, smart_is_folder, distinguished_kind, "
-      "description FROM container WHERE is_hidden=0 ORDER by name";
+      "SELECT rowid, name, container_pid, smart_is_genius, smart_is_dynamic, description FROM container "
+      "WHERE "
+      "is_hidden=0";
   if (database.prepare(query).isValid()) return query;
-  query = "SELECT container_pid";
+  query = "SELECT rowid, container_pid";
   for (const char* column : {"name", "smart_is_genius", "smart_is_dynamic", "description"}) {
     if (hasColumn(database, "container", column)) query += std::string(", ") + column;
   }
-  query += " FROM container";
-  if (hasColumn(database, "container", "is_hidden")) query += " WHERE is_hidden=0";
-  return hasColumn(database, "container", "name") ? query + " ORDER by name" : query;
+  return query + " FROM container WHERE " +
+         (hasColumn(database, "container", "is_hidden") ? "is_hidden=0" : "1");
 }
 
 std::vector<TrackPlaylist> playlistsIn(const PDXSQLiteDatabase& database, const std::string& path) {
   if (!PDXSQLiteHelper::doesDatabaseContainTable(database, "container")) return {};
-  auto rows = database.prepare(playlistQuery(database));
-  const auto column = [&rows](const char* name) {
-    return PDXSQLiteHelper::indexOfColumnNamedWithinStatment(name, rows);
-  };
-  const int identifier = column("container_pid");
-  const int name = column("name");
-  const int genius = column("smart_is_genius");
-  const int dynamic = column("smart_is_dynamic");
-  const int description = column("description");
   std::vector<TrackPlaylist> playlists;
-  while (rows.step()) {
-    if (rows.int64(genius) == 1 || rows.int64(dynamic) == 1) continue;
-    playlists.push_back({rows.text(identifier), rows.text(name), rows.text(description)});
-  }
-  if (!rows.error().empty()) report(path, rows.error());
+  const auto outcome = PDXReachableRows::forEach(
+      database,
+      {.table = "container",
+       .select = playlistQuery(database),
+       .number = "rowid",
+       .order = hasColumn(database, "container", "name") ? " ORDER by name" : ""},
+      [&](const PDXSQLiteStatement& row) {
+        const auto column = [&row](const char* name) {
+          return PDXSQLiteHelper::indexOfColumnNamedWithinStatment(name, row);
+        };
+        const bool isOfDevice =
+            row.int64(column("smart_is_genius")) == 1 || row.int64(column("smart_is_dynamic")) == 1;
+        if (!isOfDevice)
+          playlists.push_back(
+              {row.text(column("container_pid")), row.text(column("name")), row.text(column("description"))});
+      });
+  if (!outcome.isWhole() && !outcome.isInterrupted) report(path, outcome.why);
   return playlists;
 }
 
@@ -154,19 +157,49 @@ Places uniqueTracks(std::vector<TrackItem>& tracks) {
 }
 
 /// Entries that name no track of the list are films and the like.
-void addMembers(const PDXSQLiteDatabase& database, const Places& places,
+void addMembers(const PDXSQLiteDatabase& database, const std::string& path, const Places& places,
                 std::vector<PDXMusicLibrary::Playlist>& playlists) {
   std::unordered_map<std::string, std::size_t> byIdentifier;
   for (std::size_t i = 0; i < playlists.size(); ++i)
     byIdentifier.try_emplace(playlists[i].playlist.containerIdentifier, i);
+  if (!PDXSQLiteHelper::doesDatabaseContainTable(database, "container_item")) return;
   const bool hasPositions = hasColumn(database, "container_item", "position");
-  auto rows = database.prepare("SELECT container_pid, item_pid FROM container_item" +
-                               std::string(hasPositions ? " ORDER BY position" : ""));
-  while (rows.step()) {
-    const auto playlist = byIdentifier.find(rows.text(0));
-    if (playlist == byIdentifier.end()) continue;
-    if (const auto track = places.of(rows, 1)) playlists[playlist->second].tracks.push_back(*track);
+  const auto outcome = PDXReachableRows::forEach(
+      database,
+      {.table = "container_item",
+       .select = "SELECT rowid, container_pid, item_pid FROM container_item WHERE 1",
+       .number = "rowid",
+       .order = hasPositions ? " ORDER BY position" : ""},
+      [&](const PDXSQLiteStatement& row) {
+        const auto playlist = byIdentifier.find(row.text(1));
+        if (playlist == byIdentifier.end()) return;
+        if (const auto track = places.of(row, 2)) playlists[playlist->second].tracks.push_back(*track);
+      });
+  if (!outcome.isWhole() && !outcome.isInterrupted)
+    PDXLog::report({.what = "playlists", .where = path, .why = outcome.why});
+}
+
+/// The libraries of all systems have these tables; one that is gone takes what it tells of the tracks along.
+/// Asked before the members of playlists are put into a table of their own.
+void reportMissingTables(const PDXSQLiteDatabase& database, const std::string& path) {
+  const struct {
+    const char* column;
+    const char* table;  ///< What the column of item refers to.
+  } references[] = {{"album_pid", "album"},
+                    {"album_artist_pid", "album_artist"},
+                    {"item_artist_pid", "item_artist"},
+                    {"genre_id", "genre"},
+                    {"base_location_id", "base_location"}};
+  std::vector<std::string> tables = {"item", "item_stats"};
+  for (const auto& reference : references) {
+    if (hasColumn(database, "item", reference.column)) tables.emplace_back(reference.table);
   }
+  const auto hasTable = [&](const char* table) {
+    return PDXSQLiteHelper::doesDatabaseContainTable(database, table);
+  };
+  if (hasTable("container") && !hasTable("container_items")) tables.emplace_back("container_item");
+  if (hasTable("container_item")) tables.emplace_back("container");
+  PDXSQLiteHelper::reportMissingTables(database, tables, "music", path);
 }
 
 }  // namespace
@@ -210,13 +243,14 @@ std::optional<PDXMusicLibrary> MusicIOSDeviceDataReader::everything() const {
   library.tracks = std::move(*tracks);
   const Places places = uniqueTracks(library.tracks);
   const PDXPlaylistMembers members(database, libraryPath_, mediaFile_);
+  reportMissingTables(database, libraryPath_);
   std::unordered_set<std::string> filled;
   for (TrackPlaylist& playlist : playlistsIn(database, libraryPath_)) {
     if (members.mustBeFilled() && filled.insert(playlist.containerIdentifier).second)
       members.fill(playlist.containerIdentifier);
     library.playlists.push_back({std::move(playlist), {}});
   }
-  addMembers(database, places, library.playlists);
+  addMembers(database, libraryPath_, places, library.playlists);
   library.rows = counted(database, "");
   library.noMusic = counted(database, " WHERE ifnull(media_kind, 0) != 1").value_or(0);
   return library;

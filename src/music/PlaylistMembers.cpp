@@ -36,7 +36,8 @@ void PDXPlaylistMembers::fill(const std::string& playlist) const {
     database_.run(
         "CREATE TABLE container_item(id INTEGER PRIMARY KEY AUTOINCREMENT, container_pid INT NOT NULL, "
         "item_pid INT NOT NULL, position NOT NULL)");
-  // It is a copy: nobody misses what a power cut takes from it.
+  // It is a copy: nobody misses what a power cut takes from it. Where an index cannot be made, the statements
+  // below find the same rows more slowly, and say what they cannot read.
   database_.run("PRAGMA synchronous=OFF");
   database_.run("CREATE INDEX IF NOT EXISTS pocketdex_members ON container_item (container_pid)");
   if (hasBlobs_)
@@ -70,6 +71,7 @@ void PDXPlaylistMembers::fillFromFile_(const std::string& playlist) const {
   auto rows = database_.prepare("SELECT filepath FROM container WHERE container_pid = ?1");
   rows.bind(1, playlist);
   const std::string path = rows.step() ? rows.text(0) : "";
+  if (rows.failed()) PDXLog::report({.what = "playlist", .where = store_, .why = rows.error()});
   const std::string file = path.empty() || !mediaFile_ ? "" : mediaFile_(path);
   if (file.empty()) return;
   const auto list = PDXPropertyList::parseFile(file);
@@ -90,6 +92,7 @@ void PDXPlaylistMembers::add_(const std::string& playlist, const std::vector<std
   auto present = database_.prepare("SELECT item_pid FROM container_item WHERE container_pid = ?1");
   present.bind(1, playlist);
   while (present.step()) members.insert(present.int64(0));
+  if (present.failed()) PDXLog::report({.what = "playlist", .where = store_, .why = present.error()});
   auto insert =
       database_.prepare("INSERT INTO container_item (container_pid, item_pid, position) SELECT ?1,?2,?3");
   std::int64_t position = 0;

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "backup/DeviceData.h"
+#include "backup/ReachableRows.h"
 #include "backup/SQLiteHelper.h"
 #include "notes/IOS9NoteDataReader.h"
 #include "notes/LegacyNoteBody.h"
@@ -17,8 +18,6 @@ namespace {
 
 /// Bytes of the texts of all notes of a store.
 constexpr std::size_t kMostSummaries = std::size_t{256} << 20;
-
-constexpr const char* kObjects = "FROM ZICCLOUDSYNCINGOBJECT WHERE Z_ENT == ";
 
 /// Nothing when the store does not say. What is no number is damaged, and costs the date alone.
 std::optional<PDXDate> dateAt(const PDXSQLiteStatement& rows, int column, const std::string& title) {
@@ -69,23 +68,28 @@ bool comesBefore(const PDXIOS9NoteDetail& a, const PDXIOS9NoteDetail& b) {
   return std::tie(accountA, folderOf(a), a.title) < std::tie(accountB, folderOf(b), b.title);
 }
 
-std::string legacyQuery(const char* key) {
+PDXReachableRows::Query legacyQuery(const char* key) {
   const std::string column = std::string("account.") + key;
-  return "SELECT " + column +
-         ", account.ZNAME, note.ZTITLE, note.ZBODY, note.ZMODIFICATIONDATE, note.ZCREATIONDATE, "
-         "body.ZCONTENT "
-         "FROM ZNOTE note JOIN ZACCOUNT account ON " +
-         column + " = note.ZSTORE AND " + column + " > 1 JOIN ZNOTEBODY body ON body.Z_PK = note.ZBODY";
+  const std::string columns = "SELECT note.Z_PK, " + column +
+                              ", account.ZNAME, note.ZTITLE, note.ZBODY, note.ZMODIFICATIONDATE, "
+                              "note.ZCREATIONDATE, ";
+  const std::string ofAccounts =
+      " FROM ZNOTE note JOIN ZACCOUNT account ON " + column + " = note.ZSTORE AND " + column + " > 1";
+  return {.table = "ZNOTE",
+          .select = columns + "body.ZCONTENT" + ofAccounts +
+                    " JOIN ZNOTEBODY body ON body.Z_PK = note.ZBODY WHERE 1",
+          .number = "note.Z_PK",
+          .bare = columns + "NULL" + ofAccounts + " WHERE 1"};
 }
 
 PDXIOS9NoteDetail legacyNoteOf(const PDXSQLiteStatement& rows) {
   PDXIOS9NoteDetail note;
-  const std::string html = rows.text(6);
-  note.noteId = rows.int64(3);
-  note.title = rows.text(2);
-  note.creationDate = dateAt(rows, 5, note.title);
-  note.lastModified = dateAt(rows, 4, note.title);
-  note.accountDetail = {.accountId = rows.int64(0), .name = rows.text(1), .identifier = ""};
+  const std::string html = rows.text(7);
+  note.noteId = rows.int64(4);
+  note.title = rows.text(3);
+  note.creationDate = dateAt(rows, 6, note.title);
+  note.lastModified = dateAt(rows, 5, note.title);
+  note.accountDetail = {.accountId = rows.int64(1), .name = rows.text(2), .identifier = ""};
   note.folderDetail = {.folderId = 0, .name = "Notes", .identifier = ""};
   note.summary = PDXLegacyNoteBody::plainText(html);
   note.content = linesOf(note.summary);
@@ -113,6 +117,7 @@ std::unique_ptr<PDXIOS9NoteDatabaseReader> PDXIOS9NoteDatabaseReader::forAnother
   reader->files_ = files_;
   reader->attachmentFolder_ = attachmentFolder;
   reader->stop_ = stop_;
+  reader->isForAnotherThread_ = true;
   return reader;
 }
 
@@ -126,6 +131,8 @@ bool PDXIOS9NoteDatabaseReader::connectToDataSource_() {
     return false;
   }
   keys_ = PDXNoteStoreKeyData(*store_);
+  if (!keys_.damage.empty() && !isForAnotherThread_)
+    PDXLog::report({.what = "notes", .where = notesDbPath_, .why = "Z_PRIMARYKEY: " + keys_.damage});
   columns_.emplace(*store_, keys_);
   return true;
 }
@@ -155,44 +162,60 @@ std::vector<PDXIOS9NoteDetail> PDXIOS9NoteDatabaseReader::getNotesArray() {
     linkNotesWithFolders_(notes, getDictionaryOfFolders_());
     loadNoteSummaries_(notes);
   }
+  newerNoteCount_ = notes.size();
   if (legacyPath_.empty()) return notes;
   for (PDXIOS9NoteDetail& note : getNonAppleAccountNotes_()) notes.push_back(std::move(note));
   return notes;
 }
 
+/// Reads on around damage, which the log then tells.
+void PDXIOS9NoteDatabaseReader::readObjects_(
+    const std::string& columns, const std::string& condition, const std::string& what,
+    const std::function<void(const PDXSQLiteStatement&)>& use) const {
+  const auto outcome = PDXReachableRows::forEach(
+      *store_,
+      {.table = "ZICCLOUDSYNCINGOBJECT",
+       .select = "SELECT Z_PK, " + columns + " FROM ZICCLOUDSYNCINGOBJECT WHERE " + condition,
+       .number = "Z_PK"},
+      use);
+  if (!outcome.isWhole() && !outcome.isInterrupted)
+    PDXLog::report({.what = what, .where = notesDbPath_, .why = outcome.why});
+}
+
 PDXIOS9NoteDatabaseReader::Accounts PDXIOS9NoteDatabaseReader::getDictionaryOfAccounts_() const {
   Accounts accounts;
-  auto rows = store_->prepare("SELECT Z_PK, ZNAME, ZIDENTIFIER " + std::string(kObjects) +
-                              std::to_string(keys_.accountKey));
-  while (rows.step()) accounts[rows.int64(0)] = {rows.int64(0), rows.text(1), rows.text(2)};
+  readObjects_("ZNAME, ZIDENTIFIER", "Z_ENT == " + std::to_string(keys_.accountKey), "accounts of notes",
+               [&](const PDXSQLiteStatement& row) {
+                 accounts[row.int64(0)] = {row.int64(0), row.text(1), row.text(2)};
+               });
   return accounts;
 }
 
 std::vector<PDXIOS9NoteDetail> PDXIOS9NoteDatabaseReader::loadNotesAndLinkWithAccounts_(
     const Accounts& accounts) const {
   std::vector<PDXIOS9NoteDetail> notes;
-  auto rows =
-      store_->prepare("SELECT Z_PK, " + columns_->modification + ", " + columns_->creation + ", ZTITLE1, " +
-                      columns_->account + " " + kObjects + std::to_string(keys_.noteKey) + " AND " +
-                      columns_->isKept + " AND " + columns_->isOpen + " AND ZTITLE1 IS NOT NULL;");
-  while (rows.step()) {
-    PDXIOS9NoteDetail& note = notes.emplace_back();
-    note.noteId = rows.int64(0);
-    note.title = rows.text(3);
-    note.creationDate = dateAt(rows, 2, note.title);
-    note.lastModified = dateAt(rows, 1, note.title);
-    const auto account = accounts.find(rows.int64(4));
-    if (account != accounts.end()) note.accountDetail = account->second;
-  }
-  if (!rows.error().empty()) PDXLog::report({.what = "notes", .where = notesDbPath_, .why = rows.error()});
+  readObjects_(columns_->modification + ", " + columns_->creation + ", ZTITLE1, " + columns_->account,
+               "Z_ENT == " + std::to_string(keys_.noteKey) + " AND " + columns_->isKept + " AND " +
+                   columns_->isOpen + " AND ZTITLE1 IS NOT NULL",
+               "notes", [&](const PDXSQLiteStatement& row) {
+                 PDXIOS9NoteDetail& note = notes.emplace_back();
+                 note.noteId = row.int64(0);
+                 note.title = row.text(3);
+                 note.creationDate = dateAt(row, 2, note.title);
+                 note.lastModified = dateAt(row, 1, note.title);
+                 const auto account = accounts.find(row.int64(4));
+                 if (account != accounts.end()) note.accountDetail = account->second;
+               });
   return notes;
 }
 
 PDXIOS9NoteDatabaseReader::Folders PDXIOS9NoteDatabaseReader::getDictionaryOfFolders_() const {
   Folders folders;
-  auto rows = store_->prepare("SELECT Z_PK, ZTITLE2, ZIDENTIFIER " + std::string(kObjects) +
-                              std::to_string(keys_.folderKey) + " AND " + columns_->isKept);
-  while (rows.step()) folders[rows.int64(0)] = {rows.int64(0), rows.text(1), rows.text(2)};
+  readObjects_("ZTITLE2, ZIDENTIFIER",
+               "Z_ENT == " + std::to_string(keys_.folderKey) + " AND " + columns_->isKept, "folders of notes",
+               [&](const PDXSQLiteStatement& row) {
+                 folders[row.int64(0)] = {row.int64(0), row.text(1), row.text(2)};
+               });
   return folders;
 }
 
@@ -275,12 +298,19 @@ std::vector<PDXIOS9NoteDetail> PDXIOS9NoteDatabaseReader::getNonAppleAccountNote
     PDXLog::report({.what = "notes", .where = legacyPath_, .why = why});
     return notes;
   }
-  if (!PDXSQLiteHelper::doesDatabaseContainTable(store, "ZNOTE")) return notes;
+  if (!PDXSQLiteHelper::doesDatabaseContainTable(store, "ZNOTE")) {
+    // The oldest layout knows no accounts, so nothing of it is another account's.
+    if (!PDXSQLiteHelper::doesDatabaseContainTable(store, "Note"))
+      PDXSQLiteHelper::reportMissingTables(store, {"ZNOTE"}, "notes", legacyPath_);
+    return notes;
+  }
   const bool hasStore =
       PDXSQLiteHelper::doesDatabaseContainTableWithColumnNamed(store, "ZACCOUNT", "ZDEFAULTSTORE");
-  auto rows = store.prepare(legacyQuery(hasStore ? "ZDEFAULTSTORE" : "Z_PK"));
-  while (rows.step()) notes.push_back(legacyNoteOf(rows));
-  if (!rows.error().empty()) PDXLog::report({.what = "notes", .where = legacyPath_, .why = rows.error()});
+  const auto outcome =
+      PDXReachableRows::forEach(store, legacyQuery(hasStore ? "ZDEFAULTSTORE" : "Z_PK"),
+                                [&](const PDXSQLiteStatement& row) { notes.push_back(legacyNoteOf(row)); });
+  if (!outcome.isWhole() && !outcome.isInterrupted)
+    PDXLog::report({.what = "notes", .where = legacyPath_, .why = outcome.why});
   return notes;
 }
 

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <stop_token>
@@ -48,6 +50,9 @@ class PDXIOS9NoteDatabaseReader {
   /// The same, unsorted: the newer store's rows, then the older's.
   std::vector<PDXIOS9NoteDetail> getNotesArray();
 
+  /// How many notes of the newer store the last list had.
+  std::size_t newerNoteCount() const { return newerNoteCount_; }
+
   /// Fills in the note's pieces and copies its attachments out of the backup.
   void extractMediaForNote(PDXIOS9NoteDetail& note);
 
@@ -69,6 +74,8 @@ class PDXIOS9NoteDatabaseReader {
   bool connectToDataSource_();
   void connectToFiles_();
   void addMissingIndex_(const char* table, const char* column) const;
+  void readObjects_(const std::string& columns, const std::string& condition, const std::string& what,
+                    const std::function<void(const PDXSQLiteStatement&)>& use) const;
   Accounts getDictionaryOfAccounts_() const;
   std::vector<PDXIOS9NoteDetail> loadNotesAndLinkWithAccounts_(const Accounts& accounts) const;
   Folders getDictionaryOfFolders_() const;
@@ -83,6 +90,8 @@ class PDXIOS9NoteDatabaseReader {
   std::stop_token stop_;
   PDXDeviceData* deviceBackup_ = nullptr;
   std::shared_ptr<const PDXNoteFiles> files_;
+  std::size_t newerNoteCount_ = 0;
+  bool isForAnotherThread_ = false;  ///< Then what is wrong with the store was said already.
 
   std::optional<PDXSQLiteDatabase> store_;  ///< Nothing until it was connected.
   PDXNoteStoreKeyData keys_;

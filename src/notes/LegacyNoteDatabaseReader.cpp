@@ -3,23 +3,39 @@
 #include <optional>
 #include <utility>
 
+#include "backup/ReachableRows.h"
 #include "backup/SQLiteHelper.h"
 #include "notes/LegacyNoteBody.h"
 #include "platform/Files.h"
 
 namespace {
 
-constexpr const char* kNewerLayout =
-    "SELECT b.ZCONTENT, a.ZTITLE, a.ZINTEGERID, a.ZSUMMARY, a.ZMODIFICATIONDATE, a.ZCREATIONDATE FROM ZNOTE "
-    "a "
-    "JOIN ZNOTEBODY b ON b.ZOWNER = a.Z_PK";
-constexpr const char* kOldestLayout =
-    "SELECT data, title FROM note_bodies body INNER JOIN Note ON Note.ROWID = body.note_id";
+const PDXReachableRows::Query& newerLayout() {
+  static const std::string columns =
+      "a.ZTITLE, a.ZINTEGERID, a.ZSUMMARY, a.ZMODIFICATIONDATE, a.ZCREATIONDATE FROM ZNOTE a";
+  static const PDXReachableRows::Query query{
+      .table = "ZNOTE",
+      .select = "SELECT a.Z_PK, b.ZCONTENT, " + columns + " JOIN ZNOTEBODY b ON b.ZOWNER = a.Z_PK WHERE 1",
+      .number = "a.Z_PK",
+      .bare = "SELECT a.Z_PK, NULL AS ZCONTENT, " + columns + " WHERE 1"};
+  return query;
+}
 
-/// The query for the layout that the store has; "" when it holds no notes.
-const char* queryForLayout(const PDXSQLiteDatabase& store) {
-  if (PDXSQLiteHelper::doesDatabaseContainTable(store, "ZNOTE")) return kNewerLayout;
-  return PDXSQLiteHelper::doesDatabaseContainTable(store, "Note") ? kOldestLayout : "";
+const PDXReachableRows::Query& oldestLayout() {
+  static const PDXReachableRows::Query query{
+      .table = "Note",
+      .select =
+          "SELECT Note.ROWID AS number, data, title FROM note_bodies body INNER JOIN Note ON Note.ROWID = "
+          "body.note_id WHERE 1",
+      .number = "Note.ROWID",
+      .bare = "SELECT Note.ROWID AS number, NULL AS data, title FROM Note WHERE 1"};
+  return query;
+}
+
+/// The query for the layout that the store has; null when it holds no notes.
+const PDXReachableRows::Query* queryForLayout(const PDXSQLiteDatabase& store) {
+  if (PDXSQLiteHelper::doesDatabaseContainTable(store, "ZNOTE")) return &newerLayout();
+  return PDXSQLiteHelper::doesDatabaseContainTable(store, "Note") ? &oldestLayout() : nullptr;
 }
 
 /// Where the query has what; -1 where it does not.
@@ -75,17 +91,18 @@ PDXLegacyNoteDatabaseReader::PDXLegacyNoteDatabaseReader(std::string notesDbPath
 std::vector<PDXLegacyNoteDetail> PDXLegacyNoteDatabaseReader::getAllNotes() const {
   if (notesDbPath_.empty() || !PDXFiles::exists(notesDbPath_)) return {};
   const PDXSQLiteDatabase store(notesDbPath_);
-  auto rows = store.prepare(queryForLayout(store));
-  if (!rows.isValid()) {
+  const auto* query = queryForLayout(store);
+  if (query == nullptr || !store.prepare(query->select).isValid()) {
     const std::string why = store.whyUnreadable();
     PDXLog::report(
         {.what = "notes", .where = notesDbPath_, .why = why.empty() ? "it has no tables of notes" : why});
     return {};
   }
   std::vector<PDXLegacyNoteDetail> notes;
-  const Columns columns(rows);
-  while (rows.step()) notes.push_back(noteOf(rows, columns));
-  if (rows.failed()) PDXLog::report({.what = "notes", .where = notesDbPath_, .why = rows.error()});
+  const auto outcome = PDXReachableRows::forEach(
+      store, *query, [&](const PDXSQLiteStatement& row) { notes.push_back(noteOf(row, Columns(row))); });
+  if (!outcome.isWhole() && !outcome.isInterrupted)
+    PDXLog::report({.what = "notes", .where = notesDbPath_, .why = outcome.why});
   return notes;
 }
 

@@ -12,13 +12,15 @@ struct NamedKey {
   std::int32_t PDXNoteStoreKeyData::*key;
   std::int32_t version10;  ///< What it is in the system's version 10.
   std::int32_t version9;
+  const char*
+      column;  ///< One that its objects have filled, and other kinds of objects do not; null for none.
 };
 
-constexpr NamedKey kKeys[] = {{"ICNote", &PDXNoteStoreKeyData::noteKey, 8, 9},
-                              {"ICAccount", &PDXNoteStoreKeyData::accountKey, 10, 11},
-                              {"ICFolder", &PDXNoteStoreKeyData::folderKey, 11, 12},
-                              {"ICNoteData", &PDXNoteStoreKeyData::noteDataKey, 15, 18},
-                              {"ICMedia", &PDXNoteStoreKeyData::mediaKey, 7, 8}};
+constexpr NamedKey kKeys[] = {{"ICNote", &PDXNoteStoreKeyData::noteKey, 8, 9, "ZTITLE1"},
+                              {"ICAccount", &PDXNoteStoreKeyData::accountKey, 10, 11, "ZNAME"},
+                              {"ICFolder", &PDXNoteStoreKeyData::folderKey, 11, 12, "ZTITLE2"},
+                              {"ICNoteData", &PDXNoteStoreKeyData::noteDataKey, 15, 18, nullptr},
+                              {"ICMedia", &PDXNoteStoreKeyData::mediaKey, 7, 8, "ZFILENAME"}};
 
 }  // namespace
 
@@ -31,8 +33,22 @@ PDXNoteStoreKeyData::PDXNoteStoreKeyData(const PDXSQLiteDatabase& connection) {
                                        [&](const NamedKey& key) { return name == key.name; });
       if (known != std::end(kKeys)) this->*known->key = static_cast<std::int32_t>(rows.int64(0));
     }
+    damage = rows.error();
   }
+  if (damage.empty() && noteKey == 0) damage = "it does not name the kinds of its objects";
+  tryDetermineDataFromRows_(connection);
   tryDetermineDataFromConnection_(connection);
+}
+
+void PDXNoteStoreKeyData::tryDetermineDataFromRows_(const PDXSQLiteDatabase& connection) {
+  for (const NamedKey& key : kKeys) {
+    if (this->*key.key != 0 || key.column == nullptr) continue;
+    // A store without the column has no such objects; what damage hides is said with the objects themselves.
+    auto rows =
+        connection.prepare("SELECT Z_ENT FROM ZICCLOUDSYNCINGOBJECT WHERE " + std::string(key.column) +
+                           " IS NOT NULL AND Z_ENT > 0 GROUP BY Z_ENT ORDER BY count(*) DESC");
+    if (rows.step()) this->*key.key = static_cast<std::int32_t>(rows.int64(0));
+  }
 }
 
 void PDXNoteStoreKeyData::tryDetermineDataFromConnection_(const PDXSQLiteDatabase& connection) {

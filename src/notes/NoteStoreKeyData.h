@@ -16,8 +16,11 @@ struct PDXNoteStoreKeyData {
 
   PDXNoteStoreKeyData() = default;
 
-  /// Source: Z_PRIMARYKEY. A kind that it does not name gets the number of the system version that the tables
-  /// look like.
+  /// What was wrong with Z_PRIMARYKEY, so that the rows had to tell the numbers; "" when nothing was.
+  std::string damage;
+
+  /// Source: Z_PRIMARYKEY. A kind that it does not name gets the number of the objects that have the kind's
+  /// columns filled; without such objects that of the system version that the tables look like.
   explicit PDXNoteStoreKeyData(const PDXSQLiteDatabase& connection);
 
   /// The table that says which note lies in which folder, and its columns. Newer stores have none.
@@ -26,5 +29,6 @@ struct PDXNoteStoreKeyData {
   std::string fnNotesColumnTableName() const;
 
  private:
+  void tryDetermineDataFromRows_(const PDXSQLiteDatabase& connection);
   void tryDetermineDataFromConnection_(const PDXSQLiteDatabase& connection);
 };

@@ -222,7 +222,7 @@ TEST_F(MusicReader, ReadsWhatIsThereOfADamagedLibrary) {
       {"of another kind", PDXSampleDatabase().table("song", "title"), "absent",
        "it has no table of tracks\n"},
       {"titles only", PDXSampleDatabase().table("item_extra", "item_pid, title").row("item_extra", 1, "A"),
-       "1 A|||| 0 0 0 0 0 0 0 - - - -\n", "record 1: its row in the table of items is not in the library\n"},
+       "1 A|||| 0 0 0 0 0 0 0 - - - -\n", "tables that every store has are missing: item, item_stats\n"},
       {"no table of places",
        PDXSampleDatabase()
            .table("item_extra", "item_pid, title, media_kind")
@@ -231,7 +231,7 @@ TEST_F(MusicReader, ReadsWhatIsThereOfADamagedLibrary) {
            .row("item", 1)
            .row("item_extra", 2, "film", 2)
            .row("item", 2),
-       "1 A|||| 0 0 0 0 0 0 0 - - - -\n", ""},
+       "1 A|||| 0 0 0 0 0 0 0 - - - -\n", "tables that every store has are missing: item_stats\n"},
       {"no row for the item, none for its place",
        whole.row("item_extra", 1, "A", "a", 1).row("item_extra", 2, "B", "b", 1).row("item", 2, 99),
        "1 A|||| 0 0 0 0 0 0 0 - - - -\n2 B|||| 0 0 0 0 0 0 0 - - - -\n",

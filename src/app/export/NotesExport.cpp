@@ -307,9 +307,11 @@ PDXNoteList PDXNotesExport::read(PDXDeviceData& deviceData) {
   list.reader = std::make_unique<PDXIOS9NoteDatabaseReader>(store, legacy);
   list.reader->setDeviceBackup(&deviceData);
   if (!store.empty()) list.counts = PDXNoteRowCounts::ofStores(store, legacy);
-  // A device that never moved its notes may have an empty newer store all the same.
-  const bool livesInOlder = !legacy.empty() && (!list.counts || list.counts->isNewerEmpty);
   auto notes = list.reader->getAllNotes();
+  // A device that never moved its notes may have an empty newer store all the same. One that cannot be
+  // counted gives way only when not a single note of it can be read.
+  const bool isNewerEmpty = list.reader->newerNoteCount() == 0 && (!list.counts || list.counts->isNewerEmpty);
+  const bool livesInOlder = !legacy.empty() && isNewerEmpty;
   if (livesInOlder) {
     list.reader.reset();
     list.counts = PDXNoteRowCounts::ofLegacyStore(legacy);
