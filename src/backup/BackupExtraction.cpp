@@ -1,6 +1,7 @@
 #include "backup/BackupExtraction.h"
 
 #include <algorithm>
+#include <cerrno>
 
 #include "backup/ScratchFolder.h"
 #include "platform/Log.h"
@@ -21,7 +22,7 @@ bool isCompanion(const std::string& name) { return name.ends_with("-wal") || nam
 
 std::string PDXBackupExtraction::extractFile(const PDXBackupFile& file) const {
   const std::string name = file.fileName();
-  if (storedPath(file).empty() || name.empty() || name == "." || name == ".." || !PDXScratchFolder::isSafe())
+  if (!isStored(file) || name.empty() || name == "." || name == ".." || !PDXScratchFolder::isSafe())
     return "";
   std::string destination = PDXFiles::joined(PDXScratchFolder::path(), name);
   if (!isCompanion(name)) PDXScratchFolder::makeRoomFor(destination);
@@ -36,21 +37,23 @@ std::string PDXBackupExtraction::extractFile(const PDXBackupFile& file) const {
   return "";
 }
 
-std::string PDXBackupExtraction::storedPath(const PDXBackupFile& file) const {
-  std::string flat = flatPath_(file);
-  return flat.empty() ? nestedPath_(file) : flat;
+PDXBackupExtraction::Stored PDXBackupExtraction::open(const PDXBackupFile& file) const {
+  if (isIdentifier(file.fileId)) {
+    for (const std::string& place : placesFor_(file.fileId)) {
+      if (place.empty()) continue;
+      PDXFileReader reader = folder_.open(place);
+      if (!reader.isMissing()) return {PDXFiles::joined(folder_.path(), place), std::move(reader)};
+    }
+  }
+  return {"", PDXFileReader::failed(ENOENT)};
 }
 
-std::string PDXBackupExtraction::flatPath_(const PDXBackupFile& file) const {
+std::string PDXBackupExtraction::placeOf_(const PDXBackupFile& file) const {
   if (!isIdentifier(file.fileId)) return "";
-  std::string flat = PDXFiles::joined(folder_, file.fileId);
-  return PDXFiles::isMissing(flat) ? "" : flat;
-}
-
-std::string PDXBackupExtraction::nestedPath_(const PDXBackupFile& file) const {
-  if (!isIdentifier(file.fileId)) return "";
-  std::string nested = PDXFiles::joined(PDXFiles::joined(folder_, file.fileId.substr(0, 2)), file.fileId);
-  return PDXFiles::isMissing(nested) ? "" : nested;
+  for (std::string& place : placesFor_(file.fileId)) {
+    if (!place.empty() && folder_.whatIs(place) != PDXGuardedFolder::What::nothing) return std::move(place);
+  }
+  return "";
 }
 
 void PDXBackupExtraction::setAppIsClosing(bool isClosing) {
@@ -65,12 +68,14 @@ PDXFiles::CopyResult PDXBackupExtractionDirectCopy::write_(const PDXBackupFile& 
                                                            const std::string& destination,
                                                            PDXFileDeciphering::Tail,
                                                            const std::stop_token& stop) const {
-  const std::string stored = storedPath(file);
-  if (stored.empty()) return {PDXFiles::CopyResult::Outcome::noSource, "the backup folder does not hold it"};
-  return PDXFiles::copy(stored, destination, stop);
+  const Stored stored = open(file);
+  if (stored.path.empty())
+    return {PDXFiles::CopyResult::Outcome::noSource, "the backup folder does not hold it"};
+  return PDXFiles::copy(stored.reader, destination, stop);
 }
 
 std::string PDXBackupExtractionDirectCopy::pathInPlace(const PDXBackupFile& file) const {
-  std::string stored = storedPath(file);
-  return PDXFiles::isRegularFile(stored) ? stored : "";
+  const std::string place = placeOf_(file);
+  if (place.empty() || folder().whatIs(place) != PDXGuardedFolder::What::file) return "";
+  return PDXFiles::joined(folder().path(), place);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <stop_token>
 #include <string>
 #include <utility>
@@ -7,6 +8,7 @@
 #include "backup/BackupFile.h"
 #include "backup/FileDeciphering.h"
 #include "platform/Files.h"
+#include "platform/GuardedFolder.h"
 
 /// Turns a file record into a readable local copy. Everything rests on one operation, `write_`; each way of
 /// storing files (plain, enciphered) has its own.
@@ -31,9 +33,16 @@ class PDXBackupExtraction {
     return write_(file, destination, PDXFileDeciphering::Tail::trimmed, stop);
   }
 
-  /// Where the backup folder holds the file: beside the manifest, or in a folder named by the first two
-  /// characters of its identifier. "" when it holds none, or the identifier is none.
-  virtual std::string storedPath(const PDXBackupFile& file) const;
+  /// The file as the backup folder holds it: beside the manifest, or in a folder named by the first two
+  /// characters of its identifier.
+  struct Stored {
+    std::string path;      ///< "" when the folder holds none, or the identifier is none.
+    PDXFileReader reader;  ///< Open, or with the reason why it cannot be read.
+  };
+  Stored open(const PDXBackupFile& file) const;
+
+  /// Whether the backup folder holds the file, readable or not.
+  bool isStored(const PDXBackupFile& file) const { return !placeOf_(file).empty(); }
 
   /// The stored file when it can be read where it lies: it is a regular file and its bytes are the file's
   /// own.
@@ -47,14 +56,18 @@ class PDXBackupExtraction {
   virtual PDXFiles::CopyResult write_(const PDXBackupFile& file, const std::string& destination,
                                       PDXFileDeciphering::Tail tail, const std::stop_token& stop) const = 0;
 
-  const std::string& folder() const { return folder_; }
+  /// The places below the backup folder where a file may be stored, the likelier one first; "" is none.
+  using Places = std::array<std::string, 2>;
+  virtual Places placesFor_(const std::string& fileId) const { return {fileId, nestedPlace_(fileId)}; }
+  static std::string nestedPlace_(const std::string& fileId) { return fileId.substr(0, 2) + "/" + fileId; }
 
-  /// The places where a file may be stored; "" when there is none, or the identifier is none.
-  std::string flatPath_(const PDXBackupFile& file) const;
-  std::string nestedPath_(const PDXBackupFile& file) const;
+  /// The place where something lies; "" when there is none.
+  std::string placeOf_(const PDXBackupFile& file) const;
+
+  const PDXGuardedFolder& folder() const { return folder_; }
 
  private:
-  std::string folder_;
+  PDXGuardedFolder folder_;
   std::stop_source closing_;
 };
 

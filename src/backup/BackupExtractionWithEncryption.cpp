@@ -27,30 +27,25 @@ PDXFiles::CopyResult PDXBackupExtractionWithEncryption::write_(const PDXBackupFi
                                                                PDXFileDeciphering::Tail tail,
                                                                const std::stop_token& stop) const {
   using Outcome = PDXFiles::CopyResult::Outcome;
-  const std::string stored = storedPath(file);
-  if (stored.empty()) return {Outcome::noSource, "the backup folder does not hold it"};
+  Stored stored = open(file);
+  if (stored.path.empty()) return {Outcome::noSource, "the backup folder does not hold it"};
   std::string why;
   const PDXBytes keyRecord = keyRecordOf(file, why);
   if (keyRecord.empty()) return {Outcome::readFailed, why};
-  return encryption_.decipher(stored, destination, keyRecord, tail, stop);
+  return encryption_.decipher(stored.reader, destination, keyRecord, tail, stop);
 }
 
 PDXBackupExtractionIOS10Encrypted::PDXBackupExtractionIOS10Encrypted(std::string fullBackupPath,
                                                                      PDXByteView password,
                                                                      PDXManifestPlace place)
     : PDXBackupExtractionWithEncryption(std::move(fullBackupPath), password, std::move(place)) {
-  if (!PDXFiles::sizeOf(manifestPath())) return;
+  if (!PDXFiles::isRegularFile(manifestPath())) return;
   manifestDatabase_ = PDXSQLiteDatabase(manifestPath(), PDXSQLiteAccess::immutable);
   auto salt = manifestDatabase_.prepare(
       "SELECT Value, LENGTH(Value) AS saltLength FROM Properties WHERE KEY = 'salt'");
   if (salt.step()) fileAttributeSalt_ = salt.blob(0);
   statement_.emplace(
       manifestDatabase_.prepare("SELECT file, LENGTH(file) AS fileLength FROM Files WHERE fileID = ?"));
-}
-
-std::string PDXBackupExtractionIOS10Encrypted::storedPath(const PDXBackupFile& file) const {
-  std::string nested = nestedPath_(file);
-  return nested.empty() ? flatPath_(file) : nested;
 }
 
 PDXBytes PDXBackupExtractionIOS10Encrypted::keyRecordOf(const PDXBackupFile& file, std::string& why) const {

@@ -49,10 +49,10 @@ class PDXBackupExtractionIOS10Encrypted final : public PDXBackupExtractionWithEn
   PDXBackupExtractionIOS10Encrypted(std::string fullBackupPath, PDXByteView password,
                                     PDXManifestPlace place = {});
 
-  /// In the folder named by the identifier's first two characters, or else beside the manifest.
-  std::string storedPath(const PDXBackupFile& file) const override;
-
   PDXBytes keyRecordOf(const PDXBackupFile& file, std::string& why) const override;
+
+ protected:
+  Places placesFor_(const std::string& fileId) const override { return {nestedPlace_(fileId), fileId}; }
 
  private:
   PDXBytes attributesOf_(const PDXBackupFile& file, std::string& why) const;
@@ -70,8 +70,8 @@ class PDXBackupExtractionMbdbWithEncryption final : public PDXBackupExtractionWi
  public:
   using PDXBackupExtractionWithEncryption::PDXBackupExtractionWithEncryption;
 
-  /// Beside the manifest.
-  std::string storedPath(const PDXBackupFile& file) const override { return flatPath_(file); }
-
   PDXBytes keyRecordOf(const PDXBackupFile& file, std::string& why) const override;
+
+ protected:
+  Places placesFor_(const std::string& fileId) const override { return {fileId, ""}; }
 };

@@ -39,7 +39,7 @@ PDXBackupInformation PDXBackupInformation::ofFolder(const std::string& folder) {
 
 bool PDXBackupInformation::isBackupFolder(const std::string& folder) {
   for (const char* name : {"Manifest.db", "Manifest.mbdb", "Manifest.plist", "Info.plist", "Status.plist"}) {
-    if (PDXFiles::sizeOf(PDXFiles::joined(folder, name))) return true;
+    if (PDXFiles::isRegularFile(PDXFiles::joined(folder, name))) return true;
   }
   return false;
 }
@@ -47,7 +47,10 @@ bool PDXBackupInformation::isBackupFolder(const std::string& folder) {
 PDXPropertyList PDXBackupInformation::listIn_(const std::string& folder, const char* name) {
   const std::string path = PDXFiles::joined(folder, name);
   auto list = PDXPropertyList::parseFile(path);
-  if (!list && PDXFiles::exists(path)) unreadableLists_.emplace_back(name);
+  if (!list && !PDXFiles::isMissing(path)) {
+    unreadableLists_.push_back(
+        {name, PDXFiles::isLink(path) ? "is a link, which a backup never contains" : "is damaged"});
+  }
   return list ? std::move(*list) : PDXPropertyList();
 }
 

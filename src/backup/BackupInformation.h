@@ -46,8 +46,12 @@ class PDXBackupInformation {
   /// Status.plist: SnapshotState, "finished" when all is well; "" when unknown.
   const std::string& snapshotState() const { return snapshotState_; }
 
-  /// Those of the lists that are there but are no property lists, by name.
-  const std::vector<std::string>& unreadableLists() const { return unreadableLists_; }
+  /// One of the lists that is there but cannot be read.
+  struct UnreadableList {
+    std::string name;  ///< E.g. "Info.plist".
+    std::string why;   ///< E.g. "is damaged".
+  };
+  const std::vector<UnreadableList>& unreadableLists() const { return unreadableLists_; }
 
   /// Whether the state tells that the backup was broken off before its end.
   bool isUnfinished() const { return !snapshotState_.empty() && snapshotState_ != "finished"; }
@@ -65,5 +69,5 @@ class PDXBackupInformation {
   std::optional<PDXDate> lastBackupDate_;
   std::string manifestVersion_;
   std::string snapshotState_;
-  std::vector<std::string> unreadableLists_;
+  std::vector<UnreadableList> unreadableLists_;
 };

@@ -9,8 +9,11 @@
 
 namespace {
 
-/// Whether changes wait in a write-ahead log beside a database.
-bool hasLog(const std::string& path) { return PDXFiles::sizeOf(path + "-wal").value_or(0) > 0; }
+/// Whether changes wait in a write-ahead log beside a database, or something stands in its place.
+bool hasLog(const std::string& path) {
+  const std::string log = path + "-wal";
+  return PDXFiles::isLink(log) || PDXFiles::sizeOf(log).value_or(0) > 0;
+}
 
 PDXBackupFile recordOf(const PDXSQLiteStatement& rows) { return {rows.text(1), rows.text(0), rows.text(2)}; }
 
@@ -84,8 +87,10 @@ void PDXBackupNavigationManifestDb::closeDatabase_() {
 PDXSQLiteDatabase PDXBackupNavigationManifestDb::openManifest_() {
   const std::lock_guard guard(scratchLock_);
   manifestPath_ = pathToOpen_();
-  if (!PDXFiles::sizeOf(manifestPath_)) {
-    reportOnce_("there is no such file");
+  // SQLite opens by path and would follow a link: it is looked at before.
+  if (!PDXFiles::isRegularFile(manifestPath_)) {
+    reportOnce_(PDXFileReader(manifestPath_).isMissing() ? "there is no such file"
+                                                         : PDXFileReader(manifestPath_).error());
     return {};
   }
   if (hasLog(manifestPath_)) return PDXSQLiteDatabase(scratchCopyOf_(manifestPath_));
@@ -101,7 +106,7 @@ std::string PDXBackupNavigationManifestDb::pathToOpen_() const {
   std::string usual = PDXFiles::joined(fullBackupPath_, "Manifest_d.db");
   // Where names differ by their case, a copy made elsewhere may have come in the other spelling.
   std::string other = PDXFiles::joined(fullBackupPath_, "manifest_d.db");
-  return PDXFiles::sizeOf(usual) || !PDXFiles::sizeOf(other) ? usual : other;
+  return PDXFiles::isRegularFile(usual) || !PDXFiles::isRegularFile(other) ? usual : other;
 }
 
 void PDXBackupNavigationManifestDb::setDecipheredManifest(const std::string& path) {
@@ -120,7 +125,7 @@ std::string PDXBackupNavigationManifestDb::scratchCopyOf_(const std::string& man
   PDXFiles::makePrivateFolder(scratchFolder_);
   for (const char* companion : {"-wal", ""}) {
     const std::string source = manifest + companion;
-    if (PDXFiles::sizeOf(source).value_or(0) == 0) continue;
+    if (!PDXFiles::isLink(source) && PDXFiles::sizeOf(source).value_or(0) == 0) continue;
     if (const auto result = PDXFiles::copy(source, copy + companion); !result) reportOnce_(result.why);
   }
   return copy;

@@ -44,7 +44,7 @@ bool PDXBackupNavigationMbdb::readManifestMbdb_() {
     PDXLog::report({.what = "scratch folder", .where = PDXScratchFolder::path(), .why = cache_.error()});
     return false;
   }
-  if (!PDXFiles::exists(manifest)) {
+  if (PDXFiles::isMissing(manifest)) {
     PDXLog::report({.what = "manifest", .where = manifest, .why = "there is no such file"});
     return false;
   }

@@ -107,8 +107,8 @@ std::unique_ptr<PDXBackupExtraction> PDXDeviceData::extractorFor_(std::int32_t t
 /// The kind of manifest by what lies in the folder, where "Status.plist" does not tell.
 std::int32_t PDXDeviceData::manifestKind_() const {
   if (backupTypeVersion_ == 2 || backupTypeVersion_ == 3) return backupTypeVersion_;
-  if (PDXFiles::exists(PDXFiles::joined(backupPath_, "Manifest.db"))) return 3;
-  return PDXFiles::exists(PDXFiles::joined(backupPath_, "Manifest.mbdb")) ? 2 : backupTypeVersion_;
+  if (!PDXFiles::isMissing(PDXFiles::joined(backupPath_, "Manifest.db"))) return 3;
+  return PDXFiles::isMissing(PDXFiles::joined(backupPath_, "Manifest.mbdb")) ? backupTypeVersion_ : 2;
 }
 
 void PDXDeviceData::makeReady_() {
@@ -221,7 +221,7 @@ std::string PDXDeviceData::databaseOfFeature(int feature) {
   }
   const auto log =
       readyFinder_().findFile(keyFile.relativePath + "-wal", keyFile.domain.value_or(kHomeDomain));
-  if (log && !reader.storedPath(*log).empty()) reader.extractFile(withKey_(*log, readyFinder_()));
+  if (log && reader.isStored(*log)) reader.extractFile(withKey_(*log, readyFinder_()));
   return database;
 }
 
@@ -241,10 +241,9 @@ bool PDXDeviceData::hasLog_(const std::vector<PDXBackupFile>& files) {
   const PDXBackupFile& keyFile = files.front();
   const auto listed =
       readyFinder_().findFile(keyFile.relativePath + "-wal", keyFile.domain.value_or(kHomeDomain));
-  return (listed && !readyReader_().storedPath(*listed).empty()) ||
-         std::any_of(files.begin() + 1, files.end(), [&](const PDXBackupFile& sibling) {
-           return !readyReader_().storedPath(sibling).empty();
-         });
+  return (listed && readyReader_().isStored(*listed)) ||
+         std::any_of(files.begin() + 1, files.end(),
+                     [&](const PDXBackupFile& sibling) { return readyReader_().isStored(sibling); });
 }
 
 bool PDXDeviceData::reportIfLost(int feature) {
@@ -254,7 +253,7 @@ bool PDXDeviceData::reportIfLost(int feature) {
 
 bool PDXDeviceData::reportIfLost(const std::string& path, const std::string& domain) {
   const auto listed = readyFinder_().findFile(path, domain);
-  if (!listed || !readyReader_().storedPath(*listed).empty()) return false;
+  if (!listed || readyReader_().isStored(*listed)) return false;
   PDXLog::report({.what = "file",
                   .where = path,
                   .why = "the manifest lists it, but the backup folder does not hold it"});
@@ -279,13 +278,13 @@ PDXFiles::CopyResult PDXDeviceData::copyOfFileByRelativePathInDomain(const std::
 
 bool PDXDeviceData::holdsFileByRelativePathInDomain(const std::string& path, const std::string& domain) {
   const auto file = readyFinder_().findFile(path, domain);
-  return file && !readyReader_().storedPath(*file).empty();
+  return file && readyReader_().isStored(*file);
 }
 
 bool PDXDeviceData::hasReadableManifest() {
   const bool isOlder = manifestKind_() == 2;
   const std::string manifest = PDXFiles::joined(backupPath_, isOlder ? "Manifest.mbdb" : "Manifest.db");
-  if (!PDXFiles::exists(manifest)) {
+  if (PDXFiles::isMissing(manifest)) {
     PDXLog::report({.what = "manifest", .where = manifest, .why = "there is no such file"});
     return false;
   }
@@ -294,7 +293,7 @@ bool PDXDeviceData::hasReadableManifest() {
 
 bool PDXDeviceData::holdsFeature(int feature) {
   const auto files = readyNavigator_().GetFilesByFeatureType(feature);
-  return files && !readyReader_().storedPath(files->front()).empty();
+  return files && readyReader_().isStored(files->front());
 }
 
 std::string PDXDeviceData::LocateFileByRelativePathInDomain(const std::string& path,
@@ -343,7 +342,8 @@ std::optional<std::vector<PDXBackupFile>> PDXDeviceData::listedFiles() {
 }
 
 PDXDeviceData::StoredFile PDXDeviceData::storedFile(const PDXBackupFile& file) {
-  StoredFile stored{.path = readyReader_().storedPath(file), .key = {}};
+  auto opened = readyReader_().open(file);
+  StoredFile stored{.path = std::move(opened.path), .reader = std::move(opened.reader), .key = {}};
   if (const auto* enciphered = encryptedReader_(); enciphered != nullptr && !stored.path.empty())
     stored.key = enciphered->fileKeyOf(file);
   return stored;

@@ -109,6 +109,7 @@ class PDXDeviceData {
   /// How the backup folder keeps a file of the listing above.
   struct StoredFile {
     std::string path;                        ///< "" when it is not stored.
+    PDXFileReader reader;                    ///< Open, or with the reason why it cannot be read.
     PDXBackupEncryptionWorker::FileKey key;  ///< Of an encrypted backup's file.
   };
 

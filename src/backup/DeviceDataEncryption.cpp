@@ -69,7 +69,8 @@ void PDXDeviceDataEncryption::decipherManifest_(const PDXBytes& keyRecord) {
   const std::string folder = place_.folder.empty() ? PDXScratchFolder::path() : place_.folder;
   const std::string copy = PDXFiles::joined(folder, "Manifest_d.db");
   PDXFiles::makePrivateFolder(folder);
-  const auto result = decipher(enciphered, copy, keyRecord, PDXFileDeciphering::Tail::kept, place_.stop);
+  PDXFileReader source(enciphered);
+  const auto result = decipher(source, copy, keyRecord, PDXFileDeciphering::Tail::kept, place_.stop);
   if (!result || !isDatabase(copy)) {
     PDXFiles::remove(copy);
     reportManifest_(enciphered, keyRecord, result);
@@ -107,7 +108,7 @@ bool PDXDeviceDataEncryption::GetEncryptedFileFromBackupWithKeyToWithEncryptionK
   return worker_.DecryptItemWithKeyToDestinationPath(from, keyRecord, to);
 }
 
-PDXFiles::CopyResult PDXDeviceDataEncryption::decipher(const std::string& from, const std::string& to,
+PDXFiles::CopyResult PDXDeviceDataEncryption::decipher(PDXFileReader& from, const std::string& to,
                                                        PDXByteView keyRecord, PDXFileDeciphering::Tail tail,
                                                        const std::stop_token& stop) const {
   const auto fileKey = worker_.fileKey(keyRecord);

@@ -56,7 +56,7 @@ class PDXDeviceDataEncryption {
 
   /// The same with the padding as it is wanted, and with a reason when it fails. A key that is not right
   /// deciphers nothing unless `tail` is kept.
-  PDXFiles::CopyResult decipher(const std::string& from, const std::string& to, PDXByteView keyRecord,
+  PDXFiles::CopyResult decipher(PDXFileReader& from, const std::string& to, PDXByteView keyRecord,
                                 PDXFileDeciphering::Tail tail, const std::stop_token& stop) const;
 
   const PDXBackupEncryptionWorker& worker() const { return worker_; }

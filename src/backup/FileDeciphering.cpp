@@ -157,6 +157,12 @@ namespace PDXFileDeciphering {
 PDXFiles::CopyResult decipher(const std::string& source, PDXByteView key, const std::string& destination,
                               Tail tail, const std::stop_token& stop) {
   PDXFileReader reader(source);
+  return decipher(reader, key, destination, tail, stop);
+}
+
+PDXFiles::CopyResult decipher(PDXFileReader& reader, PDXByteView key, const std::string& destination,
+                              Tail tail, const std::stop_token& stop) {
+  reader.seek(0);
   if (!reader.error().empty()) return {Outcome::readFailed, reader.error()};
   if (reader.size() % kBlock != 0)
     return {Outcome::readFailed, "it was cut off: its size is no whole number of cipher blocks"};

@@ -17,10 +17,15 @@ enum class Tail {
   trimmed,  ///< It goes, where it is one (PKCS #7): for files that are handed to a person.
 };
 
-/// Writes the deciphered bytes of `source` to `destination`, whole or not at all, in place of an older file.
+/// Writes the deciphered bytes of `source`, from its beginning on, to `destination`, whole or not at all, in
+/// place of an older file.
 /// @param key  32 bytes.
 /// @return  a source whose size is no whole number of cipher blocks, or a key of another size, is
 /// `readFailed`.
+PDXFiles::CopyResult decipher(PDXFileReader& source, PDXByteView key, const std::string& destination,
+                              Tail tail, const std::stop_token& stop = {});
+
+/// The same of the file at a path.
 PDXFiles::CopyResult decipher(const std::string& source, PDXByteView key, const std::string& destination,
                               Tail tail, const std::stop_token& stop = {});
 

@@ -12,6 +12,8 @@
 #include "platform/Bytes.h"
 #include "platform/Date.h"
 
+class PDXFileReader;
+
 /// Files and folders. Paths are UTF-8. Nothing here throws: a failure is false, nothing or an empty text.
 namespace PDXFiles {
 
@@ -23,6 +25,9 @@ bool isMissing(const std::string& path);
 
 /// Whether a regular file, and no link to one, lies at the path.
 bool isRegularFile(const std::string& path);
+
+/// Whether a link lies at the path, wherever it leads.
+bool isLink(const std::string& path);
 
 /// Asks the system to fetch a file that will be read here and there: a disk is much quicker from front to
 /// end.
@@ -87,6 +92,9 @@ struct CopyResult {
 /// The target appears whole or not at all, replaces an older one, and is readable and writable for its owner.
 CopyResult copy(const std::string& from, const std::string& to, const std::stop_token& stop = {});
 
+/// The same of a file that is open at its beginning.
+CopyResult copy(const PDXFileReader& from, const std::string& to, const std::stop_token& stop = {});
+
 /// Puts a copy of a file's bytes at `to` with no other name showing up in that folder, not even for a moment.
 /// An older file there is replaced; a link there is replaced, not followed.
 CopyResult copyUnseen(const std::string& from, const std::string& to);
@@ -118,12 +126,22 @@ void setTemporary(const std::string& folder);
 class PDXFileReader {
  public:
   explicit PDXFileReader(const std::string& path);
+
+  /// Reads from an open file descriptor, which it takes over.
+  explicit PDXFileReader(int descriptor);
+
+  /// One of a file that did not open, for the system's reason of that number.
+  static PDXFileReader failed(int code);
+
   ~PDXFileReader();
-  PDXFileReader(const PDXFileReader&) = delete;
-  PDXFileReader& operator=(const PDXFileReader&) = delete;
+  PDXFileReader(PDXFileReader&& other) noexcept;
+  PDXFileReader& operator=(PDXFileReader&& other) noexcept;
 
   /// Why the file did not open or a `read` failed; empty when neither did.
   const std::string& error() const { return error_; }
+
+  /// Whether it did not open because nothing lies there.
+  bool isMissing() const { return isMissing_; }
 
   /// Bytes of the file when it was opened; 0 when it did not open.
   std::uint64_t size() const { return size_; }
@@ -134,8 +152,18 @@ class PDXFileReader {
   /// Goes on reading at that byte.
   void seek(std::uint64_t position);
 
+  /// The whole file; nothing when it cannot be read or is larger than `limit` bytes.
+  std::optional<PDXBytes> all(std::uint64_t limit = std::uint64_t{256} << 20);
+
+  /// For calls of the system; -1 when it did not open.
+  int descriptor() const { return descriptor_; }
+
  private:
+  PDXFileReader() = default;
+  void fail_(int code);
+
   int descriptor_ = -1;
+  bool isMissing_ = false;
   std::uint64_t size_ = 0;
   std::string error_;
 };

@@ -67,6 +67,11 @@ int openRegular(const std::string& path) {
   return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
 }
 
+/// The system's text for a failure to read; its own for a link speaks of levels.
+std::string textFor(int code) {
+  return code == ELOOP ? "it is a link, which a backup never contains" : std::strerror(code);
+}
+
 /// What a failure in the middle of copying means: a full target is told from a source that cannot be read.
 PDXFiles::CopyResult resultOf(int code) {
   using Outcome = PDXFiles::CopyResult::Outcome;
@@ -132,6 +137,11 @@ bool isMissing(const std::string& path) {
 bool isRegularFile(const std::string& path) {
   struct stat info {};
   return ::lstat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode);
+}
+
+bool isLink(const std::string& path) {
+  struct stat info {};
+  return ::lstat(path.c_str(), &info) == 0 && S_ISLNK(info.st_mode);
 }
 
 void readAhead(const std::string& path) {
@@ -263,18 +273,18 @@ void removeAbandonedParts(const std::string& folder) {
 }
 
 CopyResult copy(const std::string& from, const std::string& to, const std::stop_token& stop) {
+  return copy(PDXFileReader(from), to, stop);
+}
+
+CopyResult copy(const PDXFileReader& from, const std::string& to, const std::stop_token& stop) {
   using Outcome = CopyResult::Outcome;
-  if (isMissing(from)) return {Outcome::noSource, std::strerror(ENOENT)};
-  const Descriptor source(openRegular(from));
-  if (source.get() < 0) return {Outcome::readFailed, std::strerror(errno)};
-  struct stat info {};
-  if (::fstat(source.get(), &info) != 0 || !S_ISREG(info.st_mode))
-    return {Outcome::readFailed, "it is no regular file"};
+  if (!from.error().empty())
+    return {from.isMissing() ? Outcome::noSource : Outcome::readFailed, from.error()};
 
   const std::string part = besidePath(to);
   Descriptor target(::open(part.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
   if (target.get() < 0) return {Outcome::writeFailed, std::strerror(errno)};
-  CopyResult result = resultOf(PDXFileCopy::contents(source.get(), target.get(), stop));
+  CopyResult result = resultOf(PDXFileCopy::contents(from.descriptor(), target.get(), stop));
   if (result && (!target.close() || ::rename(part.c_str(), to.c_str()) != 0)) {
     result = {Outcome::writeFailed, std::strerror(errno)};
   }
@@ -344,15 +354,42 @@ void setTemporary(const std::string& folder) {
 
 }  // namespace PDXFiles
 
-PDXFileReader::PDXFileReader(const std::string& path) : descriptor_(openRegular(path)) {
+PDXFileReader::PDXFileReader(const std::string& path) : PDXFileReader(openRegular(path)) {}
+
+PDXFileReader::PDXFileReader(int descriptor) : descriptor_(descriptor) {
   struct stat info {};
   if (descriptor_ < 0 || ::fstat(descriptor_, &info) != 0) {
-    error_ = std::strerror(errno);
+    fail_(errno);
   } else if (!S_ISREG(info.st_mode)) {
     error_ = "it is no regular file";
   } else {
     size_ = static_cast<std::uint64_t>(info.st_size);
   }
+}
+
+PDXFileReader PDXFileReader::failed(int code) {
+  PDXFileReader reader;
+  reader.fail_(code);
+  return reader;
+}
+
+PDXFileReader::PDXFileReader(PDXFileReader&& other) noexcept
+    : descriptor_(std::exchange(other.descriptor_, -1)),
+      isMissing_(other.isMissing_),
+      size_(other.size_),
+      error_(std::move(other.error_)) {}
+
+PDXFileReader& PDXFileReader::operator=(PDXFileReader&& other) noexcept {
+  std::swap(descriptor_, other.descriptor_);
+  isMissing_ = other.isMissing_;
+  size_ = other.size_;
+  error_ = std::move(other.error_);
+  return *this;
+}
+
+void PDXFileReader::fail_(int code) {
+  isMissing_ = code == ENOENT || code == ENOTDIR;
+  error_ = textFor(code);
 }
 
 PDXFileReader::~PDXFileReader() {
@@ -368,6 +405,13 @@ std::size_t PDXFileReader::read(std::uint8_t* to, std::size_t count) {
     if (got < 0 && errno != EINTR) error_ = std::strerror(errno);
   }
   return filled;
+}
+
+std::optional<PDXBytes> PDXFileReader::all(std::uint64_t limit) {
+  if (!error_.empty() || size_ > limit) return std::nullopt;
+  PDXBytes bytes(static_cast<std::size_t>(size_));
+  if (read(bytes.data(), bytes.size()) != bytes.size()) return std::nullopt;
+  return bytes;
 }
 
 void PDXFileReader::seek(std::uint64_t position) {

@@ -164,7 +164,7 @@ std::optional<PDXPropertyList> PDXPropertyList::parse(const PDXBytes& bytes) {
 }
 
 std::optional<PDXPropertyList> PDXPropertyList::parseFile(const std::string& path) {
-  const auto bytes = PDXFiles::read(path);
+  const auto bytes = PDXFileReader(path).all();
   return bytes ? parse(*bytes) : std::nullopt;
 }
 

@@ -42,7 +42,7 @@ class PDXPropertyList {
   /// for far more than they hold (see PDXPropertyListMeasure::isSafe).
   static std::optional<PDXPropertyList> parse(const PDXBytes& bytes);
 
-  /// The same for a file of at most 256 MB; nothing when it cannot be read.
+  /// The same for a file of at most 256 MB; nothing when it cannot be read or is a link.
   static std::optional<PDXPropertyList> parseFile(const std::string& path);
 
   /// The bytes of a file that holds this value. Dictionaries keep their order.

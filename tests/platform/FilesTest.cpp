@@ -1,13 +1,17 @@
 #include "platform/Files.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <stop_token>
 #include <string>
 #include <vector>
 
+#include "platform/FileOpening.h"
+#include "platform/GuardedFolder.h"
 #include "tests/support/TestFolder.h"
 
 namespace {
@@ -123,6 +127,54 @@ TEST(Files, ReadingRefusesWhatIsNoFileOrTooLarge) {
     EXPECT_EQ(PDXFiles::read(odd), std::nullopt) << odd;
     EXPECT_EQ(PDXFiles::readBeginning(odd, 1), PDXBytes()) << odd;
   }
+}
+
+TEST(GuardedFolder, OpensNothingThroughALink) {
+  const PDXTestFolder folder;
+  folder.write("outside/inner/secret", "x");
+  folder.write("real/ab/file", "12345");
+  ASSERT_EQ(::symlink((folder / "real").c_str(), (folder / "backup").c_str()), 0);
+  ASSERT_EQ(::symlink((folder / "outside").c_str(), (folder / "real/out").c_str()), 0);
+  ASSERT_EQ(::symlink("ab", (folder / "real/within").c_str()), 0);
+  ASSERT_EQ(::symlink("file", (folder / "real/ab/link").c_str()), 0);
+  const struct {
+    const char* name;
+    int code;  ///< 0: it opens.
+  } cases[] = {
+      {"ab/file", 0},
+      {"out/inner/secret", ELOOP},
+      {"out/inner", ELOOP},
+      {"out", ELOOP},
+      {"within/file", ELOOP},
+      {"ab/link", ELOOP},
+      {"ab/none", ENOENT},
+      {"none/file", ENOENT},
+      {"ab/file/x", ENOTDIR},
+      {"../outside", EXDEV},
+      {"ab/../../outside/inner/secret", EXDEV},
+      {"/etc/passwd", EXDEV},
+      {"", ENOENT},
+  };
+  const int root = ::open((folder / "backup").c_str(), O_RDONLY | O_DIRECTORY);
+  for (const auto& [name, code] : cases) {
+    for (const auto open : {PDXFileOpening::beneath, PDXFileOpening::beneathByWalking}) {
+      errno = 0;
+      const int file = open(root, name, O_RDONLY);
+      EXPECT_EQ(file < 0 ? errno : 0, code) << name;
+      if (file >= 0) ::close(file);
+    }
+  }
+  ::close(root);
+
+  using What = PDXGuardedFolder::What;
+  const PDXGuardedFolder guarded(folder / "backup");
+  EXPECT_EQ(guarded.open("ab/file").all(), (PDXBytes{'1', '2', '3', '4', '5'}));
+  EXPECT_EQ(guarded.open("out/inner/secret").error(), "it is a link, which a backup never contains");
+  EXPECT_EQ(guarded.whatIs("ab/file"), What::file);
+  EXPECT_EQ(guarded.whatIs("out/none"), What::link) << "whether it is there is nobody's business";
+  EXPECT_EQ(guarded.whatIs("ab/none"), What::nothing);
+  EXPECT_EQ(guarded.list(""), (Names{"ab", "out", "within"}));
+  EXPECT_EQ(guarded.list("out"), Names());
 }
 
 TEST(TemporaryRun, InnerOnesGiveTheOuterBack) {

@@ -13,6 +13,7 @@
 #include "backup/FileDeciphering.h"
 #include "backup/ScratchFolder.h"
 #include "platform/Files.h"
+#include "platform/GuardedFolder.h"
 #include "platform/Log.h"
 #include "platform/PropertyList.h"
 #include "platform/Sqlite.h"
@@ -57,17 +58,15 @@ class FileCheck {
   FileCheck& operator=(const FileCheck&) = delete;
 
   std::optional<PDXCheckFinding> finding(const PDXBackupFile& file) {
-    const auto stored = deviceData_.storedFile(file);
+    auto stored = deviceData_.storedFile(file);
     if (stored.path.empty()) {
       // A device does not always store a file that is empty.
       if (file.size == 0U) return std::nullopt;
       return found(Kind::missing, file, "the folder does not hold it");
     }
-    PDXFileReader reader(stored.path);
-    if (!reader.error().empty()) return found(Kind::unreadable, file, reader.error());
-    if (reader.size() == 0 && file.size.value_or(0) == 0) return std::nullopt;
-    return deviceData_.IsEncrypted() ? findingInEnciphered(file, stored, reader)
-                                     : findingInPlain(file, stored, reader);
+    if (!stored.reader.error().empty()) return found(Kind::unreadable, file, stored.reader.error());
+    if (stored.reader.size() == 0 && file.size.value_or(0) == 0) return std::nullopt;
+    return deviceData_.IsEncrypted() ? findingInEnciphered(file, stored) : findingInPlain(file, stored);
   }
 
   std::uint64_t databases() const { return databases_; }
@@ -83,8 +82,8 @@ class FileCheck {
   }
 
   std::optional<PDXCheckFinding> findingInPlain(const PDXBackupFile& file,
-                                                const PDXDeviceData::StoredFile& stored,
-                                                PDXFileReader& reader) {
+                                                PDXDeviceData::StoredFile& stored) {
+    PDXFileReader& reader = stored.reader;
     PDXBytes beginning(kBlock);
     beginning.resize(reader.read(beginning.data(), kBlock));
     if (!reader.error().empty()) return found(Kind::unreadable, file, reader.error());
@@ -93,8 +92,8 @@ class FileCheck {
   }
 
   std::optional<PDXCheckFinding> findingInEnciphered(const PDXBackupFile& file,
-                                                     const PDXDeviceData::StoredFile& stored,
-                                                     PDXFileReader& reader) {
+                                                     PDXDeviceData::StoredFile& stored) {
+    PDXFileReader& reader = stored.reader;
     if (!stored.key.isIntact) return found(Kind::undecipherable, file, stored.key.why);
     if (reader.size() % kBlock != 0 || reader.size() == 0) {
       return found(Kind::undecipherable, file,
@@ -112,10 +111,10 @@ class FileCheck {
   }
 
   std::optional<PDXCheckFinding> findingInEncipheredDatabase(const PDXBackupFile& file,
-                                                             const PDXDeviceData::StoredFile& stored) {
+                                                             PDXDeviceData::StoredFile& stored) {
     if (scratch_.empty()) return found(Kind::unreadable, file, "it needs a scratch folder: set TMPDIR");
     const std::string copy = PDXFiles::joined(scratch_, "database");
-    const auto result = PDXFileDeciphering::decipher(stored.path, stored.key.key, copy,
+    const auto result = PDXFileDeciphering::decipher(stored.reader, stored.key.key, copy,
                                                      PDXFileDeciphering::Tail::trimmed, stop_);
     if (result.outcome == PDXFiles::CopyResult::Outcome::writeFailed) {
       return found(Kind::unreadable, file,
@@ -151,27 +150,33 @@ std::vector<PDXCheckFinding> findingsInLists(const std::string& folder) {
   for (const char* name : {"Info.plist", "Manifest.plist", "Status.plist"}) {
     const std::string path = PDXFiles::joined(folder, name);
     if (PDXPropertyList::parseFile(path)) continue;
+    const PDXFileReader file(path);
     findings.push_back({Kind::list, "", "", name,
-                        PDXFiles::isMissing(path) ? "there is no such file" : "it is no property list"});
+                        file.isMissing()       ? "there is no such file"
+                        : file.error().empty() ? "it is no property list"
+                                               : file.error()});
   }
   return findings;
 }
 
 /// Stored files that the manifest does not list, by name.
-std::vector<PDXCheckFinding> orphansIn(const std::string& folder, const std::vector<PDXBackupFile>& listed) {
+std::vector<PDXCheckFinding> orphansIn(const PDXGuardedFolder& folder,
+                                       const std::vector<PDXBackupFile>& listed) {
+  using What = PDXGuardedFolder::What;
   std::unordered_set<std::string_view> known;
   for (const PDXBackupFile& file : listed) known.insert(file.fileId);
   std::vector<PDXCheckFinding> orphans;
   const auto look = [&](const std::string& place, const std::string& name) {
-    if (known.contains(name) || PDXFiles::isFolder(PDXFiles::joined(folder, place))) return;
+    if (known.contains(name) || folder.whatIs(place) == What::folder) return;
     orphans.push_back(
         {Kind::orphan, isIdentifier(name) ? name : "", "", place, "the manifest does not list it"});
   };
-  for (const std::string& name : PDXFiles::list(folder)) {
+  for (const std::string& name : folder.list("")) {
     if (isIdentifier(name)) look(name, name);
-    if (name.size() != 2 || !PDXFiles::isFolder(PDXFiles::joined(folder, name))) continue;
-    for (const std::string& inner : PDXFiles::list(PDXFiles::joined(folder, name)))
-      look(PDXFiles::joined(name, inner), inner);
+    if (name.size() != 2) continue;
+    if (folder.whatIs(name) == What::link)
+      orphans.push_back({Kind::orphan, "", "", name, "it is a link, which a backup never contains"});
+    for (const std::string& inner : folder.list(name)) look(PDXFiles::joined(name, inner), inner);
   }
   return orphans;
 }
@@ -220,7 +225,7 @@ PDXCheckResult PDXBackupCheck::run(const Progress& progress, const std::stop_tok
   for (auto& finding : found) {
     if (finding) result.findings.push_back(std::move(*finding));
   }
-  auto orphans = orphansIn(deviceData_.backupPath(), *listed);
+  auto orphans = orphansIn(PDXGuardedFolder(deviceData_.backupPath()), *listed);
   std::move(orphans.begin(), orphans.end(), std::back_inserter(result.findings));
   result.wasStopped = stop.stop_requested();
   return result;

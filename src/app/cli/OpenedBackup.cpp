@@ -94,9 +94,9 @@ std::unique_ptr<PDXDeviceData> PDXOpenedBackup::open(const PDXBackupOptions& opt
 }
 
 void PDXOpenedBackup::warnOfState() const {
-  for (const std::string& list : information_.unreadableLists()) {
-    PDXConsole::error("warning: " + PDXFiles::joined(path_, list) +
-                      " is damaged; what it says of the backup is not known");
+  for (const auto& list : information_.unreadableLists()) {
+    PDXConsole::error("warning: " + PDXFiles::joined(path_, list.name) + " " + list.why +
+                      "; what it says of the backup is not known");
   }
   if (!information_.isUnfinished()) return;
   PDXConsole::error("warning: this backup was not finished (its state is \"" + information_.snapshotState() +

@@ -51,8 +51,8 @@ PDXExportJob::PDXExportJob(PDXDeviceData& deviceData, const PDXBackupInformation
 PDXExportJob::~PDXExportJob() = default;
 
 std::optional<std::string> PDXExportJob::prepare() {
-  for (const std::string& list : information_.unreadableLists()) {
-    PDXLog::report({.what = "property list", .where = list, .why = "it is damaged"});
+  for (const auto& list : information_.unreadableLists()) {
+    PDXLog::report({.what = "property list", .where = list.name, .why = "it " + list.why});
   }
   deviceData_.hasReadableManifest();  // Says in the log when not: the report names it.
   if (!takes_("messages")) return std::nullopt;

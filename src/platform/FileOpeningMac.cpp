@@ -1,0 +1,5 @@
+#include "platform/FileOpening.h"
+
+int PDXFileOpening::beneath(int folder, const std::string& name, int flags) {
+  return beneathByWalking(folder, name, flags);
+}
