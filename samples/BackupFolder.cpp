@@ -16,7 +16,7 @@
 namespace {
 
 constexpr std::size_t kSaltSize = 20;
-constexpr std::int64_t kMostRounds = 1'000'000'000;
+constexpr std::int64_t kMostRounds = 90'000'000;  // With the second stage's still below what is opened.
 constexpr std::int64_t kFirstInode = 1000;
 
 int modeOf(PDXSampleEntryKind kind) {
@@ -69,7 +69,7 @@ bool isAscii(std::string_view text) {
 /// What cannot be done; "" when all can.
 std::string mistakeIn(const PDXSampleOptions& options) {
   if (options.rounds < 1 || options.rounds > kMostRounds) {
-    return "the number of rounds is not between 1 and a thousand million";
+    return "the number of rounds is not between 1 and ninety million";
   }
   if (options.password && options.password->empty()) return "the password of the backup is empty";
   if (options.enciphersAttributes && !(options.password && isAscii(*options.password))) {

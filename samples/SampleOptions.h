@@ -18,7 +18,7 @@ struct PDXSampleOptions {
   /// What the backup is encrypted with; nothing for a plain one. Not empty.
   std::optional<std::string> password = std::nullopt;
 
-  /// Of the first stage of the key's derivation, from 1 up to a thousand million. A device takes as many as
+  /// Of the first stage of the key's derivation, from 1 up to ninety million. A device takes as many as
   /// it does here, which is more than a second of work.
   std::int64_t rounds = 10'000'000;
 

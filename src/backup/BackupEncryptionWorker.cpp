@@ -109,12 +109,14 @@ void PDXBackupEncryptionWorker::keep_(std::optional<PDXProtectionClassInfo>& inf
 }
 
 std::optional<PDXSecret> PDXBackupEncryptionWorker::DerivePasskeyFromPassword_(PDXByteView password) const {
-  return PDXPasswordKey::derive(password,
-                                {.firstSalt = firstSalt_,
-                                 .firstRounds = firstIterations_,
-                                 .secondSalt = salt_,
-                                 .secondRounds = iterations_.value_or(0)},
-                                stop_);
+  return PDXPasswordKey::derive(password, derivation_(), stop_);
+}
+
+PDXPasswordKey::Parameters PDXBackupEncryptionWorker::derivation_() const {
+  return {.firstSalt = firstSalt_,
+          .firstRounds = firstIterations_,
+          .secondSalt = salt_,
+          .secondRounds = iterations_.value_or(0)};
 }
 
 bool PDXBackupEncryptionWorker::UnlockwithPassKey_(PDXByteView passKey) {
@@ -139,17 +141,16 @@ bool PDXBackupEncryptionWorker::UnlockwithPassKey_(PDXByteView passKey) {
 
 /// Why no password could open the key bag, or all of it; "" when one could.
 std::string PDXBackupEncryptionWorker::damageOf_() const {
-  const auto isCount = [](std::int32_t rounds) {
-    return rounds > 0 && rounds <= PDXPasswordKey::kMostRounds;
-  };
   bool hasWrapped = false;
   for (const auto& [number, info] : classes_) {
     hasWrapped = hasWrapped || (info.isPasswordWrapped() && info.wrappedKey.size() == kWrappedKeyBytes);
   }
   if (salt_.empty()) return "it has no salt";
-  if (!isCount(iterations_.value_or(0)) ||
-      (firstIterations_ && !firstSalt_.empty() && !isCount(*firstIterations_)))
+  if (iterations_.value_or(0) <= 0 || (firstIterations_ && !firstSalt_.empty() && *firstIterations_ <= 0))
     return "its count of rounds is none";
+  if (const std::int64_t rounds = PDXPasswordKey::roundsOf(derivation_());
+      rounds > PDXPasswordKey::kMostRounds)
+    return "it asks for " + std::to_string(rounds) + " rounds, far more than a device takes";
   if (!hasWrapped) return "it holds no key that a password opens";
   return isCut_ ? "it was cut off" : "";
 }

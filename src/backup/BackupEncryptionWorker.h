@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "backup/FileDeciphering.h"
+#include "backup/PasswordKey.h"
 #include "platform/Bytes.h"
 #include "platform/Secret.h"
 
@@ -107,6 +108,7 @@ class PDXBackupEncryptionWorker {
                                         const PDXBytes& data);
   void keep_(std::optional<PDXProtectionClassInfo>& info);
   std::optional<PDXSecret> DerivePasskeyFromPassword_(PDXByteView password) const;
+  PDXPasswordKey::Parameters derivation_() const;
   bool UnlockwithPassKey_(PDXByteView passKey);
   std::string damageOf_() const;
 

@@ -78,18 +78,25 @@ std::shared_ptr<Derivation> begun(Inputs inputs) {
   return derivation;
 }
 
-bool isCount(std::int32_t rounds) { return rounds > 0 && rounds <= PDXPasswordKey::kMostRounds; }
+bool hasFirstStage(const PDXPasswordKey::Parameters& parameters) {
+  return parameters.firstRounds && !parameters.firstSalt.empty();
+}
 
 }  // namespace
 
 namespace PDXPasswordKey {
 
+std::int64_t roundsOf(const Parameters& parameters) {
+  const std::int64_t first = hasFirstStage(parameters) ? *parameters.firstRounds : 0;
+  return first + parameters.secondRounds;
+}
+
 std::optional<PDXSecret> derive(PDXByteView password, const Parameters& parameters,
                                 const std::stop_token& stop) {
-  const bool hasFirst = parameters.firstRounds && !parameters.firstSalt.empty();
-  if (password.empty() || parameters.secondSalt.empty() || !isCount(parameters.secondRounds))
-    return std::nullopt;
-  if (hasFirst && !isCount(*parameters.firstRounds)) return std::nullopt;
+  const bool hasFirst = hasFirstStage(parameters);
+  if (password.empty() || parameters.secondSalt.empty() || parameters.secondRounds <= 0) return std::nullopt;
+  if (hasFirst && *parameters.firstRounds <= 0) return std::nullopt;
+  if (roundsOf(parameters) > kMostRounds) return std::nullopt;
   const auto derivation = begun({.password = secretOf(password),
                                  .firstSalt = hasFirst ? secretOf(parameters.firstSalt) : PDXSecret(),
                                  .secondSalt = secretOf(parameters.secondSalt),

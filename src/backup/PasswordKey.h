@@ -18,12 +18,15 @@ struct Parameters {
   std::int32_t secondRounds = 0;
 };
 
-/// Rounds above this are no device's: years of work.
-constexpr std::int32_t kMostRounds = 1'000'000'000;
+/// More rounds in all are no device's, which takes ten million: a crafted key bag would keep us for years.
+constexpr std::int64_t kMostRounds = 100'000'000;
 
-/// 32 bytes. Nothing when a count is not between 1 and `kMostRounds`, a salt is missing, the password is
-/// empty, or a stop was asked for: the derivation runs aside and is abandoned, for it cannot be stopped.
-/// Threads: any; the second to ask for the same key waits for the first.
+/// The rounds of both stages together.
+std::int64_t roundsOf(const Parameters& parameters);
+
+/// 32 bytes. Nothing when a stage has no rounds, both have more than `kMostRounds`, a salt is missing, the
+/// password is empty, or a stop was asked for: the derivation runs aside and is abandoned, for it cannot be
+/// stopped. Threads: any; the second to ask for the same key waits for the first.
 std::optional<PDXSecret> derive(PDXByteView password, const Parameters& parameters,
                                 const std::stop_token& stop);
 

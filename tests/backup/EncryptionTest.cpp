@@ -118,7 +118,8 @@ TEST_F(KeyBag, TellsApartWhyItDoesNotOpen) {
   } damaged[] = {
       {"its count of rounds is none", with("DPIC", {0, 0, 0, 0})},
       {"its count of rounds is none", with("ITER", {0, 0, 0, 0})},
-      {"its count of rounds is none", with("ITER", {0x3B, 0x9A, 0xCA, 0x01})},
+      {"it asks for 1000000003 rounds, far more than a device takes", with("ITER", {0x3B, 0x9A, 0xCA, 0x01})},
+      {"it asks for 100000001 rounds, far more than a device takes", with("DPIC", {0x05, 0xF5, 0xB9, 0xF1})},
       {"its count of rounds is none", with("DPIC", {0xFF, 0xFF, 0xFF, 0xFF})},
       {"it has no salt", {}},
       {"it has no salt", PDXBytes(100, 0xFF)},
