@@ -9,6 +9,11 @@
 /// Other programs. Paths are UTF-8. Nothing here throws.
 namespace PDXProcess {
 
+/// What this process does before anything else: the three standard descriptors are open, so that no file of
+/// ours gets one of their numbers and what is printed; a file that grows beyond its limit is a failed write,
+/// as a closed pipe is, not the end; and nobody finds a password in a core dump.
+void prepare();
+
 /// How a program ended.
 struct Result {
   bool isStarted = false;

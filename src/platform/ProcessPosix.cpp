@@ -3,6 +3,10 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
+#ifdef __linux__
+#include <sys/prctl.h>
+#endif
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -162,6 +166,24 @@ void readRest(Child& child, const std::function<void(std::string_view)>& output)
 }  // namespace
 
 namespace PDXProcess {
+
+void prepare() {
+  for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (::fcntl(standard, F_GETFD) >= 0 || errno != EBADF) continue;
+    // Takes the lowest number, which is free. The wrong way round, so that reading and writing still fail;
+    // only errors go nowhere, as who closed their descriptor wants it.
+    ::open("/dev/null", standard == STDOUT_FILENO ? O_RDONLY : O_WRONLY);
+  }
+  std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);
+  rlimit cores{};
+  ::getrlimit(RLIMIT_CORE, &cores);
+  cores.rlim_cur = 0;
+  ::setrlimit(RLIMIT_CORE, &cores);
+#ifdef __linux__
+  ::prctl(PR_SET_DUMPABLE, 0);  // A dump that goes to a program has no limit.
+#endif
+}
 
 Result run(const std::vector<std::string>& command, const std::function<void(std::string_view)>& output,
            const std::stop_token& stop) {

@@ -9,6 +9,16 @@
 #include "platform/Log.h"
 #include "platform/Text.h"
 
+namespace {
+
+/// Whether the text arrives is nobody's concern: what a run did must not depend on who reads its errors.
+void say(const std::string& text) {
+  std::fputs(text.c_str(), stderr);
+  std::fflush(stderr);
+}
+
+}  // namespace
+
 void PDXConsole::line(const std::string& text) const {
   const std::string shown = PDXText::printable(text) + "\n";
   std::fwrite(shown.data(), 1, shown.size(), stdout);
@@ -19,7 +29,7 @@ void PDXConsole::note(const std::string& text) const {
 }
 
 void PDXConsole::error(const std::string& text) {
-  fmt::print(stderr, "pocketdex: {}\n", PDXText::printable(text));
+  say(fmt::format("pocketdex: {}\n", PDXText::printable(text)));
 }
 
 void PDXConsole::problem(const PDXProblem& problem) {
@@ -36,15 +46,13 @@ void PDXConsole::progress(const std::string& what, std::size_t done, std::size_t
   isShowing_ = true;
   const auto filled = static_cast<std::size_t>(percent * kWidth / 100);
   const std::string bar = std::string(filled, '#') + std::string(kWidth - filled, '.');
-  fmt::print(stderr, "\r{} [{}] {}/{}", what, bar, done, total);
-  std::fflush(stderr);
+  say(fmt::format("\r{} [{}] {}/{}", what, bar, done, total));
 }
 
 void PDXConsole::progressText(const std::string& text) {
   if (isHidden_()) return;
   isShowing_ = true;
-  fmt::print(stderr, "\r{}\x1B[K", PDXText::printable(text));
-  std::fflush(stderr);
+  say(fmt::format("\r{}\x1B[K", PDXText::printable(text)));
 }
 
 bool PDXConsole::isHidden_() const { return quiet || noProgress || ::isatty(STDERR_FILENO) == 0; }
@@ -57,7 +65,6 @@ bool PDXConsole::outputArrived() {
 
 void PDXConsole::endProgress() {
   if (!isShowing_) return;
-  fmt::print(stderr, "\r\x1B[K");
-  std::fflush(stderr);
+  say("\r\x1B[K");
   isShowing_ = false;
 }

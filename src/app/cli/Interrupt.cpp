@@ -10,11 +10,14 @@
 #include "platform/Files.h"
 #include "platform/Terminal.h"
 
-PDXInterrupt::PDXInterrupt(std::string scratchFolder) : scratchFolder_(std::move(scratchFolder)) {
+PDXInterrupt::PDXInterrupt() {
   sigemptyset(&signals_);
   for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) sigaddset(&signals_, signal);
   pthread_sigmask(SIG_BLOCK, &signals_, nullptr);
-  std::signal(SIGPIPE, SIG_IGN);  // A closed pipe is a failed write, not the end of the run.
+}
+
+void PDXInterrupt::watch(std::string scratchFolder) {
+  scratchFolder_ = std::move(scratchFolder);
   watcher_ = std::jthread([this](const std::stop_token& end) { watch_(end); });
 }
 

@@ -9,12 +9,16 @@
 /// in order. A second signal ends the program at once, with its scratch folder removed.
 class PDXInterrupt {
  public:
-  /// Made before any other thread, whose signals it takes over.
-  /// @param scratchFolder  removed with all it holds on a second signal.
-  explicit PDXInterrupt(std::string scratchFolder);
+  /// Made before any other thread, whose signals it takes over, and before there is anything to put in
+  /// order: a signal waits from now on until `watch`.
+  PDXInterrupt();
   ~PDXInterrupt();
   PDXInterrupt(const PDXInterrupt&) = delete;
   PDXInterrupt& operator=(const PDXInterrupt&) = delete;
+
+  /// Begins to answer signals.
+  /// @param scratchFolder  removed with all it holds on a second signal.
+  void watch(std::string scratchFolder);
 
   std::stop_token token() const { return stop_.get_token(); }
 

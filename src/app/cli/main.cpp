@@ -10,6 +10,7 @@
 #include "platform/Files.h"
 #include "platform/Localisation.h"
 #include "platform/Log.h"
+#include "platform/Process.h"
 #include "platform/Sqlite.h"
 
 namespace {
@@ -102,13 +103,14 @@ PDXExitStatus saysMistake(const CLI::App& app, const CLI::ParseError& error, int
 }
 
 PDXExitStatus runParsed(Parsed& parsed) {
+  PDXInterrupt interrupt;
   const PDXTemporaryRun scratch;
   if (scratch.path().empty()) {
     PDXConsole::error("cannot make a scratch folder in " + PDXFiles::temporary() +
                       ": make room there, or set TMPDIR");
     return PDXExitStatus::unwritable;
   }
-  const PDXInterrupt interrupt(scratch.path());
+  interrupt.watch(scratch.path());
   PDXSQLiteDatabase::interruptWith(interrupt.token());
   PDXLog::setVerbose(parsed.verbose);
   PDXConsole console;
@@ -144,6 +146,7 @@ int run(int count, char** arguments) {
 }  // namespace
 
 int main(int count, char** arguments) {
+  PDXProcess::prepare();
   try {
     return run(count, arguments);
   } catch (const std::exception& error) {  // Memory that ran out, say: files that were begun are taken back.
