@@ -1,11 +1,13 @@
 #include "backup/BackupInformation.h"
 
+#include <algorithm>
 #include <initializer_list>
 #include <utility>
 
 #include "backup/DeviceData.h"
 #include "backup/UnfinishedMark.h"
 #include "platform/Files.h"
+#include "platform/FolderIdentity.h"
 #include "platform/PropertyList.h"
 #include "platform/Text.h"
 
@@ -42,6 +44,20 @@ bool PDXBackupInformation::isBackupFolder(const std::string& folder) {
     if (PDXFiles::isRegularFile(PDXFiles::joined(folder, name))) return true;
   }
   return false;
+}
+
+std::string PDXBackupInformation::backupAround(const std::string& path) {
+  const auto hasAny = [](const std::string& folder, std::initializer_list<const char*> names) {
+    return std::any_of(names.begin(), names.end(), [&](const char* name) {
+      return PDXFiles::isRegularFile(PDXFiles::joined(folder, name));
+    });
+  };
+  for (const std::string& folder : PDXFolderIdentity::foldersAround(path)) {
+    if (hasAny(folder, {"Manifest.db", "Manifest.mbdb"}) &&
+        hasAny(folder, {"Manifest.plist", "Info.plist", "Status.plist"}))
+      return folder;
+  }
+  return "";
 }
 
 PDXPropertyList PDXBackupInformation::listIn_(const std::string& folder, const char* name) {

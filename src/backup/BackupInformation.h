@@ -21,6 +21,10 @@ class PDXBackupInformation {
   /// Whether a folder looks like a backup: it holds a manifest or one of the lists above.
   static bool isBackupFolder(const std::string& folder);
 
+  /// The backup in which a path lies or would lie, itself when it is one; "" when it lies in none. Where
+  /// people put files one list alone may be anything: here a backup has a manifest and a list.
+  static std::string backupAround(const std::string& path);
+
   /// Manifest.plist: IsEncrypted.
   bool IsEncrypted() const { return isEncrypted_; }
 

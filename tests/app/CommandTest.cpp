@@ -4,8 +4,10 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <set>
 #include <sstream>
 
 #include "app/export/ContentKinds.h"
@@ -180,6 +182,73 @@ TEST_F(Command, AListFromADamagedManifestIsSaidToBeOne) {
   }
   const auto files = nlohmann::json::parse(run("files old --json").output);
   EXPECT_EQ(files["problems"].size(), 1U);
+}
+
+TEST_F(Command, WritesIntoNoBackup) {
+  PDXFiles::makeFolders(folder_ / "par");
+  for (const char* copy : {"par/Messages", "other"})
+    std::filesystem::copy(folder_ / "phone", folder_ / copy, std::filesystem::copy_options::recursive);
+  folder_.write("linked/export.json", "{}");
+  std::filesystem::create_directory_symlink("../phone", folder_ / "linked/Messages");
+  const auto files = [this] {
+    std::set<std::string> paths;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder_.path()))
+      paths.insert(entry.path());
+    return paths;
+  };
+  const struct {
+    const char* arguments;
+    const char* says;
+  } cases[] = {
+      {"export par/Messages messages --to par", "the backup lies in it"},
+      {"export phone --to .", "the backup lies in it"},
+      {"get phone Library/SMS/sms.db --domain HomeDomain --to .", "the backup lies in it"},
+      {"export phone calls --to linked/Messages/out", "it lies in the backup"},
+      {"export phone messages --to linked", "linked/Messages leads to the backup"},
+      {"export phone calls --to other/out", "it lies in another backup"},
+      {"get phone Library/SMS/sms.db --domain HomeDomain --to other", "it lies in another backup"},
+      {"sample phone/inner --messages 1", "it lies in the backup"},
+      {"make 00008120-EB403754AC060D99 --root phone", "it lies in the backup"},
+  };
+  run("info phone");  // Makes the files that the test itself leaves.
+  const auto before = files();
+  for (const auto& c : cases) {
+    const Ran ran = run(c.arguments);
+    EXPECT_EQ(ran.status, 2) << c.arguments << "\n" << ran.errors;
+    EXPECT_NE(ran.errors.find(c.says), std::string::npos) << c.arguments << "\n" << ran.errors;
+    EXPECT_EQ(files(), before) << c.arguments;
+  }
+}
+
+TEST_F(Command, StatusesHoldWhereverStandardDescriptorsLead) {
+  folder_.write("password", "right");
+  ASSERT_EQ(run("sample locked --messages 10 --encrypted password --rounds 3").status, 0);
+  const struct {
+    const char* arguments;
+    int status;
+  } cases[] = {
+      {"exprot phone 2>&-", 2},
+      {"info nothing-here 2>&-", 3},
+      {"list locked calls 2>&-", 4},
+      {"list locked calls 2>/dev/full", 4},
+      {"info phone >&- 2>&-", 5},
+      {"export phone calls --to all-closed <&- >&- 2>&-", 5},
+      {"export phone calls --to all-open >/dev/null 2>&1", 0},
+  };
+  for (const auto& [arguments, status] : cases) {
+    const std::string line = "cd '" + folder_.path() + "' && '" POCKETDEX_COMMAND "' " + arguments;
+    EXPECT_EQ(WEXITSTATUS(std::system(line.c_str())), status) << arguments;
+  }
+  EXPECT_EQ(fileText(folder_ / "all-closed/export.json"), fileText(folder_ / "all-open/export.json"))
+      << "what is printed goes into no file";
+}
+
+TEST_F(Command, AFileThatMayNotGrowIsAFailedWrite) {
+  const std::string line = "cd '" + folder_.path() +
+                           "' && (ulimit -f 100 && '" POCKETDEX_COMMAND
+                           "' sample big --messages 2000) 2>errors";
+  EXPECT_EQ(WEXITSTATUS(std::system(line.c_str())), 5);
+  EXPECT_NE(fileText(folder_ / "errors"), "");
 }
 
 TEST_F(Command, AKilledRunIsClearedAway) {

@@ -11,6 +11,8 @@
 #include "app/export/BackupJson.h"
 #include "app/export/ExportReport.h"
 #include "app/export/NearestNames.h"
+#include "platform/Files.h"
+#include "platform/FolderIdentity.h"
 
 namespace {
 
@@ -203,6 +205,11 @@ class GetCommand final : public PDXCommand {
       return PDXExitStatus::usage;
     }
     const std::string target = PDXFiles::joined(PDXFiles::joined(PDXFiles::absolute(folder_), domain_), path);
+    if (PDXFolderIdentity::isWithin(PDXFiles::folderOf(target), deviceData.backupPath())) {
+      PDXConsole::error("cannot write to " + target +
+                        ": it lies in the backup, which is never changed; choose another folder");
+      return PDXExitStatus::usage;
+    }
     if (!deviceData.holdsFileByRelativePathInDomain(path, domain_)) {
       PDXConsole::error("the backup does not hold \"" + path + "\" in " + domain_ +
                         " (`pocketdex files BACKUP --domain " + domain_ + "` names what it holds)");

@@ -72,6 +72,12 @@ class MakeCommand final : public PDXCommand {
                                   "\" is no identifier of a device (`pocketdex make --list` lists them)");
       return PDXExitStatus::usage;
     }
+    const std::string around = root_.empty() ? "" : PDXBackupInformation::backupAround(root_);
+    if (!around.empty()) {
+      PDXConsole::error("cannot make a backup in " + root_ + ": it lies in the backup " + around +
+                        ", which would change; choose another folder with --root");
+      return PDXExitStatus::usage;
+    }
     std::string why;
     const auto tool = PDXBackupTool::find(why);
     if (!tool) {

@@ -9,6 +9,7 @@
 #include "app/export/NearestNames.h"
 #include "backup/BackupLocations.h"
 #include "platform/Files.h"
+#include "platform/FolderIdentity.h"
 #include "platform/Text.h"
 
 namespace {
@@ -104,9 +105,17 @@ void PDXOpenedBackup::warnOfState() const {
 }
 
 bool PDXOpenedBackup::refusesOutput(const std::string& folder) const {
-  const std::string target = PDXFiles::absolute(folder);
-  if (target != path_ && !target.starts_with(path_ + "/")) return false;
-  PDXConsole::error("cannot write to " + folder +
-                    ": it lies in the backup, which is never changed; choose another folder");
+  std::string why;
+  if (PDXFolderIdentity::isWithin(folder, path_)) {
+    why = "it lies in the backup, which is never changed; choose another folder";
+  } else if (PDXFolderIdentity::isWithin(path_, folder)) {
+    why = "the backup lies in it, which is never changed; choose another folder, beside the backup say";
+  } else if (const std::string other = PDXBackupInformation::backupAround(folder); !other.empty()) {
+    why = "it lies in another backup, " + other + ", which is never changed; choose another folder";
+  } else if (const std::string detour = PDXFolderIdentity::detourTo(folder, path_); !detour.empty()) {
+    why = detour + " leads to the backup, which is never changed; remove it, or choose another folder";
+  }
+  if (why.empty()) return false;
+  PDXConsole::error("cannot write to " + folder + ": " + why);
   return true;
 }

@@ -28,8 +28,8 @@ class PDXOpenedBackup {
   std::unique_ptr<PDXDeviceData> open(const PDXBackupOptions& options, const std::stop_token& stop,
                                       PDXExitStatus& status) const;
 
-  /// Whether a folder that is to be written to is the backup's own or lies inside it; says so on standard
-  /// error.
+  /// Whether a folder must not be written to, since it is the backup's own, lies in this or another backup,
+  /// contains the backup, or leads there through a link inside it; says so on standard error.
   bool refusesOutput(const std::string& folder) const;
 
   /// Says on standard error that the backup was never finished, or that a list of it is damaged.

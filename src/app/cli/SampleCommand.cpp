@@ -4,6 +4,8 @@
 #include <string>
 
 #include "app/cli/Command.h"
+#include "backup/BackupInformation.h"
+#include "platform/Files.h"
 #include "platform/Terminal.h"
 #include "samples/SampleBackup.h"
 
@@ -27,13 +29,20 @@ class SampleCommand final : public PDXCommand {
                                      "Encrypt it; the first line of this file is the password (- is standard "
                                      "input)");
     app.add_option("--rounds", options_.rounds, "Rounds of the first stage of the password's key")
-        ->check(CLI::Range(1, 1'000'000'000))
+        ->check(CLI::Range(1, 90'000'000))
         ->needs(encrypted);
     app.add_option("--generation", generation_, "modern, or legacy: as systems before 10 made it")
         ->check(CLI::IsMember({"modern", "legacy"}));
   }
 
   PDXExitStatus run(PDXCommandContext& context) override {
+    const std::string around =
+        PDXBackupInformation::backupAround(PDXFiles::folderOf(PDXFiles::absolute(options_.folder)));
+    if (!around.empty()) {
+      PDXConsole::error("cannot write to " + options_.folder + ": it lies in the backup " + around +
+                        ", which is never changed; choose another folder");
+      return PDXExitStatus::usage;
+    }
     if (!passwordFile_.empty()) {
       const auto password = PDXTerminal::firstLineOf(passwordFile_, context.stop);
       if (context.stop.stop_requested()) return PDXExitStatus::interrupted;
