@@ -17,6 +17,7 @@
 #include <vector>
 #include <vips/vips8>
 
+#include "platform/ImageFrames.h"
 #include "platform/ImageLimits.h"
 #include "platform/ImageOrientation.h"
 #include "platform/Images.h"
@@ -203,11 +204,15 @@ void writeInTheMiddle(PDXFacePicture& face, const Pixels& text) {
   }
 }
 
-/// Whether decoding the picture stays within what a picture may cost.
-bool isAffordable(const PDXBytes& file, std::uint64_t pixels) {
-  if (!PDXImageLimits::canHold(file.size(), pixels)) return false;
-  if (PDXImages::extensionFor(file) != "jpg") return true;
-  return pixels * PDXImageLimits::scanCount(file) <= PDXImageLimits::kMostWork;
+PDXImageLimits::Claim claimOf(const PDXBytes& file, int width, int height, std::uint64_t pixelSize = 3) {
+  const std::string format = PDXImages::extensionFor(file);
+  return {.fileSize = file.size(),
+          .width = static_cast<std::uint64_t>(std::max(width, 0)),
+          .height = static_cast<std::uint64_t>(std::max(height, 0)),
+          .pixelSize = pixelSize,
+          .pages = 1,
+          .scans = format == "jpg" ? PDXImageLimits::scanCount(file) : 1,
+          .isTiled = format == "heic"};
 }
 
 vips::VImage opened(const PDXBytes& file, vips::VOption* options) {
@@ -354,16 +359,17 @@ std::optional<PDXFacePicture> ordinaryJpeg(const PDXBytes& file, int size) {
   if (decoder == nullptr || tjDecompressHeader3(decoder.get(), file.data(), bytes, &picture.width,
                                                 &picture.height, &sampling, &colours) != 0)
     return std::nullopt;
-  const auto pixels = static_cast<std::uint64_t>(picture.width) * static_cast<std::uint64_t>(picture.height);
+  const PDXImageLimits::Claim claim = claimOf(file, picture.width, picture.height);
   const int side = std::min(picture.width, picture.height);
-  if (side < size || colours == TJCS_CMYK || colours == TJCS_YCCK || !isAffordable(file, pixels))
+  if (side < size || colours == TJCS_CMYK || colours == TJCS_YCCK || !PDXImageLimits::isAffordable(claim))
     return std::nullopt;
   const tjscalingfactor scale = scaleFor(side, size);
   picture.width = TJSCALED(picture.width, scale);
   picture.height = TJSCALED(picture.height, scale);
   picture.bands = 3;
   if (std::max(picture.width, picture.height) > kMostSide) return std::nullopt;
-  const auto turn = PDXImageLimits::turnFor(pixels);
+  const auto turn = PDXImageLimits::turnFor(claim.pixels());
+  if (!PDXImageLimits::hasRoomFor(claim)) return std::nullopt;
   PDXBytes decoded(static_cast<std::size_t>(picture.width) * static_cast<std::size_t>(picture.height) * 3);
   picture.bytes = decoded.data();
   if (tjDecompress2(decoder.get(), file.data(), bytes, decoded.data(), picture.width, 0, picture.height,
@@ -388,7 +394,8 @@ std::optional<PDXFacePicture> ordinaryPng(const PDXBytes& file, int size) {
   const png_uint_32 least = std::min(image.width, image.height);
   const png_uint_32 most = std::max(image.width, image.height);
   if (least < static_cast<png_uint_32>(size) || most > kMostSide || mayBeTurned(file)) return std::nullopt;
-  if (!isAffordable(file, std::uint64_t{image.width} * image.height)) return std::nullopt;
+  const auto claim = claimOf(file, static_cast<int>(image.width), static_cast<int>(image.height));
+  if (!PDXImageLimits::isAffordable(claim) || !PDXImageLimits::hasRoomFor(claim)) return std::nullopt;
   image.format = PNG_FORMAT_RGB;
   constexpr auto kLevel = static_cast<png_byte>(kBehind);
   const png_color behind{kLevel, kLevel, kLevel};
@@ -453,13 +460,16 @@ std::optional<PDXFacePicture> fromPicture(const PDXBytes& file, int size) {
   const std::string format = PDXImages::extensionFor(file);
   if (size <= 0 || format.empty()) return std::nullopt;
   if (auto face = ordinaryPicture(file, format, size)) return face;
-  if (!PDXImages::isReady()) return std::nullopt;
+  constexpr std::uint64_t kMost = PDXImageLimits::kMostPages;
+  if (PDXImageFrames::count(file, format, kMost + 1) > kMost) return std::nullopt;
+  if (!PDXImageLimits::hasRoomFor({}) || !PDXImages::isReady()) return std::nullopt;
   try {
     const vips::VImage header = opened(file, vips::VImage::option());
-    const auto pixels =
-        static_cast<std::uint64_t>(header.width()) * static_cast<std::uint64_t>(header.height());
-    if (!isAffordable(file, pixels)) return std::nullopt;
-    const auto turn = PDXImageLimits::turnFor(pixels);
+    const auto claim =
+        claimOf(file, header.width(), header.height(), VIPS_IMAGE_SIZEOF_PEL(header.get_image()));
+    if (!PDXImageLimits::isAffordable(claim)) return std::nullopt;
+    const auto turn = PDXImageLimits::turnFor(claim.pixels());
+    if (!PDXImageLimits::hasRoomFor(claim)) return std::nullopt;
     requireWhole(file);
     const Pixels square = opaque(thumbnail(file, size));
     if (square.width < size || square.height < size || square.bands < 3) return std::nullopt;

@@ -4,9 +4,23 @@
 #include <mutex>
 
 #include "platform/Bytes.h"
+#include "platform/Memory.h"
 
-/// How much memory a picture may claim. For this folder's own sources.
+/// What a picture may cost, for all that decode one. For this folder's own sources.
 namespace PDXImageLimits {
+
+/// What a picture says of itself ahead of its pixels.
+struct Claim {
+  std::uint64_t fileSize = 0;
+  std::uint64_t width = 0;
+  std::uint64_t height = 0;
+  std::uint64_t pixelSize = 3;  ///< Bytes that a decoded pixel takes.
+  std::uint64_t pages = 1;      ///< Or frames, of which only the first is decoded.
+  std::uint64_t scans = 1;      ///< How often the decoder goes through all pixels.
+  bool isTiled = false;         ///< HEIC: large areas of one colour cost next to nothing.
+
+  std::uint64_t pixels() const { return width * height; }
+};
 
 /// Larger ones are not decoded.
 constexpr std::uint64_t kMostPixels = 200'000'000;
@@ -15,14 +29,37 @@ constexpr std::uint64_t kMostPixels = 200'000'000;
 /// pixel.
 constexpr std::uint64_t kLargePixels = 25'000'000;
 
-/// Even an empty picture costs a bit for each block of 64 pixels. A header that claims more is made up.
-constexpr bool canHold(std::uint64_t fileSize, std::uint64_t pixels) {
-  return pixels <= kMostPixels && pixels / 512 <= fileSize;
-}
+/// Memory of all decoded pixels.
+constexpr std::uint64_t kMostBytes = 6 * kMostPixels;
+
+/// Even an empty picture of most formats costs a bit for each block of 64 pixels. Some pack a single colour
+/// into a few bytes whatever its size; a screen of that costs little. A header that claims more is made up.
+constexpr std::uint64_t kPixelsForNothing = 4'000'000;
+constexpr std::uint64_t kPixelsPerByte = 512;
+constexpr std::uint64_t kTiledPixelsPerByte = 4096;
 
 /// A progressive picture is gone through once for each scan, and a few bytes make a scan: no real one has
 /// more pixels times scans.
 constexpr std::uint64_t kMostWork = 4'000'000'000;
+
+/// The libraries look for each frame from the first one on when they count them.
+constexpr std::uint64_t kMostPages = 10'000;
+
+constexpr bool isAffordable(const Claim& claim) {
+  constexpr std::uint64_t kMostSide = 1 << 20;  // Products stay far below what a number holds.
+  if (claim.width > kMostSide || claim.height > kMostSide || claim.pages > kMostPages) return false;
+  const std::uint64_t pixels = claim.pixels();
+  return pixels <= kMostPixels &&
+         (pixels <= kPixelsForNothing ||
+          pixels / (claim.isTiled ? kTiledPixelsPerByte : kPixelsPerByte) <= claim.fileSize) &&
+         claim.pixelSize <= kMostBytes / (pixels + 1) && claim.scans <= kMostWork / (pixels + 1);
+}
+
+/// Whether there is memory for it: for the pixels as decoded, turned and about to be written.
+inline bool hasRoomFor(const Claim& claim) {
+  constexpr std::uint64_t kCopies = 3;
+  return PDXMemory::hasRoomFor(claim.pixels() * claim.pixelSize * kCopies + claim.fileSize);
+}
 
 /// Scans of all pictures in a JPEG file, its thumbnail included.
 inline std::uint64_t scanCount(const PDXBytes& jpeg) {

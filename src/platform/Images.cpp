@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/Files.h"
+#include "platform/ImageFrames.h"
 #include "platform/ImageLimits.h"
 
 namespace {
@@ -104,6 +105,57 @@ std::optional<int> ownOrientation(const std::string& path, const vips::VImage& i
   return orientation >= 1 && orientation <= 8 ? orientation : 1;
 }
 
+bool isHeic(const vips::VImage& image) {
+  return image.get_typeof(VIPS_META_LOADER) != 0 &&
+         std::string_view(image.get_string(VIPS_META_LOADER)).starts_with("heif");
+}
+
+/// Thrown by `requireAffordable`.
+struct TooLarge {};
+
+/// Throws unless decoding the picture, of which only the header was read, stays within what a picture may
+/// cost. What it answers is held while the pixels are in memory.
+std::unique_lock<std::mutex> requireAffordable(const vips::VImage& image, const std::string& path,
+                                               std::uint64_t scans) {
+  const PDXImageLimits::Claim claim{.fileSize = PDXFileReader(path).size(),
+                                    .width = static_cast<std::uint64_t>(image.width()),
+                                    .height = static_cast<std::uint64_t>(image.height()),
+                                    .pixelSize = VIPS_IMAGE_SIZEOF_PEL(image.get_image()),
+                                    .pages = 1,
+                                    .scans = scans,
+                                    .isTiled = isHeic(image)};
+  if (!PDXImageLimits::isAffordable(claim)) throw TooLarge();
+  auto turn = PDXImageLimits::turnFor(claim.pixels());
+  if (!PDXImageLimits::hasRoomFor(claim)) throw TooLarge();
+  return turn;
+}
+
+/// Starts the library, looks at what can be told without it, and runs `rewrite`, which gives the bytes of a
+/// file.
+/// @param format  of the file, as `extensionFor` tells it.
+template <typename Rewrite>
+PDXRewrittenPicture rewritten(const std::string& path, const std::string& format, Rewrite rewrite) {
+  using Outcome = PDXRewrittenPicture::Outcome;
+  std::uint64_t scans = 1;
+  if (format == "jpg" || format == "gif" || format == "webp" || format == "tiff") {
+    const auto file = PDXFiles::read(path);
+    if (!file) return {};
+    constexpr std::uint64_t kMost = PDXImageLimits::kMostPages;
+    if (PDXImageFrames::count(*file, format, kMost + 1) > kMost) return {Outcome::tooLarge, {}};
+    if (format == "jpg") scans = PDXImageLimits::scanCount(*file);
+  }
+  if (!PDXImageLimits::hasRoomFor({})) return {Outcome::tooLarge, {}};
+  if (!start()) return {};
+  try {
+    return {Outcome::done, rewrite(scans)};
+  } catch (const TooLarge&) {
+    return {Outcome::tooLarge, {}};
+  } catch (const vips::VError&) {
+    vips_error_clear();
+    return {};
+  }
+}
+
 /// On white, since the format knows nothing that can be seen through.
 vips::VImage withoutHoles(const vips::VImage& image) {
   if (!image.has_alpha()) return image;
@@ -158,14 +210,11 @@ std::optional<PDXBytes> encoded(const PDXRaster& raster, PDXPictureFormat format
   }
 }
 
-std::optional<PDXBytes> turned(const std::string& path, PDXPictureFormat format, int orientation) {
-  if (!start()) return std::nullopt;
-  try {
+PDXRewrittenPicture turned(const std::string& path, PDXPictureFormat format, int orientation) {
+  const std::string name = format == PDXPictureFormat::heic ? "heic" : "jpg";
+  return rewritten(path, name, [&](std::uint64_t scans) {
     const vips::VImage image = opened(path, format);
-    const auto pixels =
-        static_cast<std::uint64_t>(image.width()) * static_cast<std::uint64_t>(image.height());
-    if (pixels > PDXImageLimits::kMostPixels) return std::nullopt;
-    const auto turn = PDXImageLimits::turnFor(pixels);
+    const auto turn = requireAffordable(image, path, scans);
     void* buffer = nullptr;
     std::size_t size = 0;
     turnedImage(image, orientation)
@@ -173,22 +222,15 @@ std::optional<PDXBytes> turned(const std::string& path, PDXPictureFormat format,
             ".jpg", &buffer, &size,
             vips::VImage::option()->set("Q", kQuality)->set("subsample_mode", coloursOf(image, format)));
     return takenFrom(buffer, size);
-  } catch (const vips::VError&) {
-    vips_error_clear();
-    return std::nullopt;
-  }
+  });
 }
 
-std::optional<PDXBytes> converted(const std::string& path, PDXPictureFormat format, int orientation) {
-  if (!start()) return std::nullopt;
-  try {
+PDXRewrittenPicture converted(const std::string& path, PDXPictureFormat format, int orientation) {
+  return rewritten(path, extensionFor(PDXFiles::readBeginning(path, 256)), [&](std::uint64_t scans) {
     vips::VImage image = vips::VImage::new_from_file(
         path.c_str(),
         vips::VImage::option()->set("access", VIPS_ACCESS_SEQUENTIAL)->set("fail_on", VIPS_FAIL_ON_WARNING));
-    const auto pixels =
-        static_cast<std::uint64_t>(image.width()) * static_cast<std::uint64_t>(image.height());
-    if (pixels > PDXImageLimits::kMostPixels) return std::nullopt;
-    const auto turn = PDXImageLimits::turnFor(pixels);
+    const auto turn = requireAffordable(image, path, scans);
     image = turnedImage(image, ownOrientation(path, image).value_or(orientation));
     if (format == PDXPictureFormat::jpeg) image = withoutHoles(image);
     image = image.copy();
@@ -200,10 +242,7 @@ std::optional<PDXBytes> converted(const std::string& path, PDXPictureFormat form
       options->set("Q", 100)->set("subsample_mode", VIPS_FOREIGN_SUBSAMPLE_OFF);
     image.write_to_buffer(suffixFor(format), &buffer, &size, options);
     return takenFrom(buffer, size);
-  } catch (const vips::VError&) {
-    vips_error_clear();
-    return std::nullopt;
-  }
+  });
 }
 
 std::string extensionFor(const PDXBytes& picture) {

@@ -15,6 +15,16 @@ struct PDXRaster {
   PDXBytes pixels;
 };
 
+/// A picture in another form.
+struct PDXRewrittenPicture {
+  enum class Outcome {
+    done,
+    damaged,  ///< Cut, damaged or of another format.
+    tooLarge  ///< It would cost more than `PDXImageLimits` allow, or than there is memory.
+  } outcome = Outcome::damaged;
+  PDXBytes file;  ///< Empty unless done.
+};
+
 /// Pictures. The image library starts when the first picture needs it.
 namespace PDXImages {
 
@@ -24,16 +34,14 @@ namespace PDXImages {
 std::optional<PDXBytes> encoded(const PDXRaster& raster, PDXPictureFormat format, int quality = 85);
 
 /// The picture in a JPEG or HEIC file as a JPEG of high quality, with its metadata as it was. Decoded by
-/// libraries that are kept up against hostile files; see `PDXUprightPicture` for the limits.
+/// libraries that are kept up against hostile files, once its size is known.
 /// @param orientation  1 to 8, as EXIF counts them: how the decoded pixels have to be turned.
-/// @return nothing when the file is cut, damaged, larger than its kind may be or of another format.
-std::optional<PDXBytes> turned(const std::string& path, PDXPictureFormat format, int orientation);
+PDXRewrittenPicture turned(const std::string& path, PDXPictureFormat format, int orientation);
 
 /// The picture in a JPEG, PNG, GIF, HEIC, TIFF or WebP file as a JPEG of the highest quality or a PNG,
-/// upright. Its metadata stays.
+/// upright; of several frames or pages the first. Its metadata stays.
 /// @param orientation  1 to 8: how to turn a picture that does not say so itself.
-/// @return nothing when the file is cut, damaged, too large or of another format.
-std::optional<PDXBytes> converted(const std::string& path, PDXPictureFormat format, int orientation);
+PDXRewrittenPicture converted(const std::string& path, PDXPictureFormat format, int orientation);
 
 /// The file extension ("jpg", "png", "heic", "avif", "gif", "tiff", "webp") that the first bytes of a picture
 /// call for; "" when they are no picture's. Some 64 bytes are enough.

@@ -13,6 +13,7 @@ namespace {
 using Why = std::optional<std::string>;
 
 constexpr const char* kDamaged = "the picture is cut or damaged";
+constexpr const char* kTooLarge = "the picture is too large or claims to be";
 
 std::string formatOf(const std::string& path) {
   return PDXImages::extensionFor(PDXFiles::readBeginning(path, 256));
@@ -40,20 +41,31 @@ Why writeUpright(PDXBytes jpeg, const std::string& to) {
   return writeBytes(jpeg, to);
 }
 
+/// Why there is no picture; nothing when there is.
+Why failureOf(const PDXRewrittenPicture& picture) {
+  using Outcome = PDXRewrittenPicture::Outcome;
+  if (picture.outcome == Outcome::done) return std::nullopt;
+  return picture.outcome == Outcome::tooLarge ? kTooLarge : kDamaged;
+}
+
 Why writeEncoded(const std::string& from, PDXPictureFormat format, int orientation, const std::string& to) {
   auto encoded = PDXImages::turned(from, format, orientation);
-  return encoded ? writeUpright(std::move(*encoded), to) : kDamaged;
+  const Why why = failureOf(encoded);
+  return why ? why : writeUpright(std::move(encoded.file), to);
 }
 
 Why writeTurned(const std::string& from, const PDXJpegHead& head, const std::string& to) {
   using Outcome = PDXImageTransform::Turned::Outcome;
-  const std::uint64_t pixels = std::uint64_t{head.width} * head.height;
   {
     const auto jpeg = PDXFiles::read(from);
-    if (!jpeg || !PDXImageLimits::canHold(jpeg->size(), pixels) ||
-        pixels * PDXImageLimits::scanCount(*jpeg) > PDXImageLimits::kMostWork)
-      return "the picture is too large or claims to be";
-    const auto turn = PDXImageLimits::turnFor(pixels);
+    if (!jpeg) return kDamaged;
+    const PDXImageLimits::Claim claim{.fileSize = jpeg->size(),
+                                      .width = head.width,
+                                      .height = head.height,
+                                      .scans = PDXImageLimits::scanCount(*jpeg)};
+    if (!PDXImageLimits::isAffordable(claim)) return kTooLarge;
+    const auto turn = PDXImageLimits::turnFor(claim.pixels());
+    if (!PDXImageLimits::hasRoomFor(claim)) return kTooLarge;
     auto turned = PDXImageTransform::turned(*jpeg, head.orientation);
     if (turned.outcome == Outcome::done) return writeUpright(std::move(turned.jpeg), to);
     if (turned.outcome == Outcome::damaged) return kDamaged;
@@ -74,9 +86,9 @@ Why writeJpeg(const std::string& from, const std::string& to, int orientation = 
 /// Through pixels, for every other pair of formats.
 Why writeConverted(const std::string& from, PDXPictureFormat format, int orientation, const std::string& to) {
   auto converted = PDXImages::converted(from, format, orientation);
-  if (!converted) return kDamaged;
-  return format == PDXPictureFormat::jpeg ? writeUpright(std::move(*converted), to)
-                                          : writeBytes(*converted, to);
+  if (const Why why = failureOf(converted)) return why;
+  return format == PDXPictureFormat::jpeg ? writeUpright(std::move(converted.file), to)
+                                          : writeBytes(converted.file, to);
 }
 
 Why copied(const std::string& from, const std::string& to) {

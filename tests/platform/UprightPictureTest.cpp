@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 #include <turbojpeg.h>
+#include <zlib.h>
 
+#include "platform/FacePicture.h"
 #include "platform/ImageOrientation.h"
 #include "platform/ImageTransform.h"
 #include "platform/Images.h"
@@ -196,6 +198,61 @@ TEST(UprightPicture, PicturesThatCannotBeReadGiveNoFile) {
     EXPECT_FALSE(PDXUprightPicture::isUpright(from)) << bytes.size();
     EXPECT_EQ(PDXUprightPicture::write(from, folder / "to.jpg"), why) << bytes.size();
     EXPECT_FALSE(PDXFiles::exists(folder / "to.jpg")) << bytes.size();
+  }
+}
+
+std::string little(unsigned value, int size) { return Exif{false, ""}.number(value, size).bytes; }
+std::string big(unsigned value, int size) { return Exif{true, ""}.number(value, size).bytes; }
+
+/// A picture of one colour, whose pixels cost nothing: every code has a single symbol.
+std::string webp(unsigned width, unsigned height) {
+  std::string pixels = "\x2F" + little((width - 1) | (height - 1) << 14, 4);
+  pixels += std::string("\x88\x88\x08\0", 4);  // No transforms, no cache, five codes of four bits.
+  const std::string chunk = "VP8L" + little(static_cast<unsigned>(pixels.size()), 4) + pixels + '\0';
+  return "RIFF" + little(static_cast<unsigned>(chunk.size() + 4), 4) + "WEBP" + chunk;
+}
+
+std::string png(unsigned width, unsigned height) {
+  const std::string head = "IHDR" + big(width, 4) + big(height, 4) + std::string("\x08\x02\0\0\0", 5);
+  const auto check = static_cast<unsigned>(crc32(0, reinterpret_cast<const Bytef*>(head.data()), 17));
+  return "\x89PNG\r\n\x1A\n" + big(13, 4) + head + big(check, 4) + big(99, 4) + "IDAT\x78\x9C";
+}
+
+std::string gif(unsigned side, int frames) {
+  const std::string size = little(side, 2) + little(side, 2);
+  std::string bytes = "GIF89a" + size + std::string("\x80\0\0\xFF\0\0\0\0\0", 9);
+  for (int i = 0; i < frames; ++i)
+    bytes += std::string(",\0\0\0\0", 5) + size + std::string("\0\2\2\x44\1\0", 6);
+  return bytes + ';';
+}
+
+TEST(UprightPicture, BombsAreNotDecoded) {
+  std::string claimed = stored(48, 32, 1);
+  claimed.replace(claimed.find("\xFF\xC0") + 5, 4, "\xFF\xDC\xFF\xDC");
+  const struct {
+    const char* fault;
+    std::string file;
+    const char* why;
+  } cases[] = {
+      {"a small picture of one colour", webp(100, 100), ""},
+      {"the same with 196 million pixels", webp(14'000, 14'000), "the picture is too large or claims to be"},
+      {"a large claim without pixels", png(14'000, 14'000), "the picture is too large or claims to be"},
+      {"the same of another format", claimed, "the picture is too large or claims to be"},
+      {"an animation of which the first frame is shown", gif(1, 9), ""},
+      {"more frames than a day has", gif(1, 90'000), "the picture is too large or claims to be"},
+      {"a canvas of 4.3 thousand million pixels", gif(65'500, 1), "the picture is too large or claims to be"},
+      {"pages that follow themselves", std::string("II*\0\x08\0\0\0\0\0\x08\0\0\0", 14),
+       "the picture is too large or claims to be"},
+  };
+  const PDXTestFolder folder;
+  for (const auto& c : cases) {
+    const std::string from = folder.write("from", c.file);
+    const auto why = PDXUprightPicture::writeAs(from, PDXPictureFormat::png, 6, folder / "to");
+    EXPECT_EQ(why.value_or(""), c.why) << c.fault;
+    EXPECT_EQ(PDXFiles::exists(folder / "to"), why == std::nullopt) << c.fault;
+    PDXFiles::remove(folder / "to");
+    const bool hasFace = PDXFaces::fromPicture(bytesOf(c.file), 1).has_value();
+    EXPECT_EQ(hasFace, why == std::nullopt) << c.fault;
   }
 }
 
