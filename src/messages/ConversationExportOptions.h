@@ -19,6 +19,10 @@ struct PDXConversationExportOptions {
   std::int32_t exportLayout = 0;   ///< 1 compact, anything else bubbles.
   std::int32_t fontSizeStyle = 1;  ///< An index into PDXMessageFontSizes.
 
+  /// An attachment that a browser would open as a page gets ".txt" behind its name, since a page reads what
+  /// lies around it and asks others for more.
+  bool savesPagesAsText = false;
+
   std::string path;       ///< The output file; "" for a preview.
   std::string mediaPath;  ///< The folder for attachments; "" for the one beside the page.
 

@@ -405,11 +405,17 @@ std::optional<std::string> PDXConversationHTMLExporter::copyAttachment_(
     return PDXText::pathForHtmlLink(Utilities::relativePathForMediaPath(copy));
   }
   PDXFiles::makeFolders(options.mediaPath);
-  const std::string destination = mediaFileFor_(location, options);
+  std::string destination = mediaFileFor_(location, options);
+  const bool isSavedAsText = options.savesPagesAsText && PDXFileName::isPage(destination);
+  if (isSavedAsText) destination += PDXFileName::kTextExtension;
   const auto copied = copyToMediaFolder_(location, destination);
   if (copied) {
     ++attachmentCounter_;
     ++result_.attachments;
+    if (isSavedAsText) {
+      result_.savedAsText.push_back(
+          {.what = "attachment saved as text", .where = location, .why = PDXFileName::kWhySavedAsText});
+    }
     const std::string file = uprightPicture_(destination, imageType, location);
     return PDXText::pathForHtmlLink(Utilities::relativePathForMediaPath(file));
   }

@@ -34,11 +34,12 @@ struct PDXConversationExportResult {
   std::string pagePath;
   std::string why;  ///< Why the page or its media folder could not be written; empty otherwise.
 
-  std::size_t messages = 0;            ///< Messages on the page.
-  std::size_t attachments = 0;         ///< Attachment files copied.
-  std::size_t neverDownloaded = 0;     ///< Attachments that the store lists without a file name.
-  std::vector<PDXProblem> missing;     ///< Attachments that the backup does not hold.
-  std::vector<PDXProblem> unreadable;  ///< Attachments that it holds and that could not be read.
+  std::size_t messages = 0;             ///< Messages on the page.
+  std::size_t attachments = 0;          ///< Attachment files copied.
+  std::size_t neverDownloaded = 0;      ///< Attachments that the store lists without a file name.
+  std::vector<PDXProblem> missing;      ///< Attachments that the backup does not hold.
+  std::vector<PDXProblem> unreadable;   ///< Attachments that it holds and that could not be read.
+  std::vector<PDXProblem> savedAsText;  ///< Attachments that a browser would open as a page.
   std::vector<PDXProblem>
       notTurned;  ///< Pictures copied as they are, since they could not be turned upright.
 };

@@ -103,6 +103,16 @@ std::string safeWithExtension(std::string_view name) {
   return safe(stem, 200 - extension.size() - 1) + "." + extension;
 }
 
+bool isPage(std::string_view name) {
+  const std::string type = PDXText::lowercased(PDXText::pathExtension(name));
+  constexpr std::string_view kTypes[] = {"xht",  "xml", "xsl",  "xslt", "xbl",        "xul", "rss", "atom",
+                                         "rdf",  "svg", "svgz", "mml",  "mathml",     "mht", "xsd", "wml",
+                                         "opml", "gpx", "kml",  "eml",  "webarchive", "hta"};
+  // All names of HTML have this in them, as "shtml", "xhtml" and "mhtml" do.
+  return type.find("htm") != std::string::npos ||
+         std::find(std::begin(kTypes), std::end(kTypes), type) != std::end(kTypes);
+}
+
 }  // namespace PDXFileName
 
 std::string PDXUniqueFileNames::nameFor(std::string_view title) {

@@ -21,6 +21,15 @@ std::string safe(std::string_view name, std::size_t limit = 200);
 /// `name` as above, where what follows its last dot is a file extension that a cut must not touch.
 std::string safeWithExtension(std::string_view name);
 
+/// Whether a browser opens a file of that name as a page, which may then run what is in it and ask the folder
+/// around it for more: HTML, and XML with whatever of it browsers show. Browsers go by the name alone for
+/// files on a disk.
+bool isPage(std::string_view name);
+
+/// Put behind such a name, it has browsers show the text of the file instead.
+constexpr std::string_view kTextExtension = ".txt";
+constexpr const char* kWhySavedAsText = "a browser would open it as a page, which may run programs";
+
 }  // namespace PDXFileName
 
 /// The names given out in one folder so far: the second of a name gets " (1)", the third " (2)", without

@@ -6,6 +6,9 @@
 #include "platform/Text.h"
 #include "samples/BackupFolder.h"
 #include "samples/Calendars.h"
+#include "samples/MessageStore.h"
+#include "samples/NoteBody.h"
+#include "samples/NoteStore.h"
 #include "tests/contacts/AddressBookSample.h"
 #include "tests/support/SampleDatabase.h"
 #include "tests/support/TestFolder.h"
@@ -140,6 +143,89 @@ TEST_F(HostileValues, PlaylistsStayInTheirFolder) {
   EXPECT_EQ(lines(written("Music/a_etc_passwdb.m3u8")),
             "#EXTM3U|#EXTENC:UTF-8|#PLAYLIST:a /etc/passwd b|# Not in the backup: One file:///etc/passwd|"
             "#EXTINF:0,Two /etc/passwd|http_/Untitled/b.example/ab.mp3|");
+}
+
+TEST_F(HostileValues, NoAttachmentOpensAsAPage) {
+  PDXSampleBackupFolder backup(folder_ / "phone");
+  {
+    PDXSampleMessageStore store(folder_ / "sms.db");
+    const std::int64_t ann = store.addHandle("+447700900001", "iMessage");
+    store.addParticipant(store.addChat({.address = "+447700900001", .service = "iMessage", .name = ""}, ""),
+                         ann);
+    const std::pair<const char*, const char*> files[] = {{"a.HTML", "text/html"},
+                                                         {"b.svg", "image/svg+xml"},
+                                                         {"c.mhtml", "video/mp4"},
+                                                         {"d.pdf", "text/html"}};
+    for (const auto& [name, type] : files) {
+      PDXSampleMessage message;
+      message.chat = 1;
+      message.handle = ann;
+      message.guid = name;
+      message.text = std::string_view("a\0b", 3);
+      message.service = "iMessage";
+      message.date = 7'000'000'000'000'000;
+      message.hasAttachments = true;
+      const std::string path = std::string("Library/SMS/Attachments/") + name;
+      PDXSampleAttachmentRow attachment;
+      attachment.message = store.addMessage(message);
+      attachment.guid = name;
+      attachment.filename = "~/" + path;
+      attachment.mimeType = type;
+      store.addAttachment(attachment);
+      backup.addFile("MediaDomain", path, std::string_view("<script>alert(1)</script>"));
+    }
+    ASSERT_TRUE(store.finish()) << store.error();
+  }
+  backup.addFileFrom("HomeDomain", "Library/SMS/sms.db", folder_ / "sms.db");
+  const std::string shown = "7B1A5C14-0000-4000-8000-000000000001";
+  using Object = PDXSampleNoteObject;
+  const std::string_view text("Title\nzero\0byte\n\xEF\xBF\xBC\n", 20);
+  ASSERT_EQ(
+      PDXSampleNoteStore::write(
+          folder_ / "notes", PDXSampleNoteStore::generations().back(),
+          {{.kind = Object::Kind::note,
+            .row = 1,
+            .identifier = "n",
+            .title = "Title",
+            .body = PDXSampleNoteBody::packed(PDXSampleNoteBody::record(text, {{shown, "public.jpeg"}}))},
+           {.kind = Object::Kind::attachment,
+            .row = 2,
+            .identifier = shown,
+            .title = {},
+            .owner = 1,
+            .media = 3,
+            .type = "public.jpeg"},
+           {.kind = Object::Kind::media, .row = 3, .identifier = "m", .title = "x.xhtml"},
+           {.kind = Object::Kind::attachment,
+            .row = 4,
+            .identifier = "other",
+            .title = {},
+            .owner = 1,
+            .media = 5,
+            .type = "public.html"},
+           {.kind = Object::Kind::media, .row = 5, .identifier = "k", .title = "page.html"}}),
+      "");
+  const char* domain = "AppDomainGroup-group.com.apple.notes";
+  backup.addFileFrom(domain, "NoteStore.sqlite", folder_ / "notes");
+  for (const char* path : {"Media/m/x.xhtml", "Media/k/page.html"})
+    backup.addFile(domain, path, std::string_view("<script>alert(1)</script>"));
+  ASSERT_TRUE(backup.finish());
+
+  const PDXExportReport report = exported({"messages", "notes"});
+  EXPECT_EQ(PDXFiles::list(out_ + "/Messages/+447700900001 Media"),
+            (std::vector<std::string>{"1.HTML.txt", "2.svg.txt", "3.mhtml.txt", "4.pdf"}));
+  EXPECT_EQ(PDXFiles::list(out_ + "/Notes/No Account/No Folder/Title - Attachments"),
+            (std::vector<std::string>{"1.xhtml.txt", "page.html.txt"}));
+  ASSERT_EQ(report.kinds.size(), 2U);
+  EXPECT_EQ(report.kinds[0].savedAsText.size(), 3U);
+  EXPECT_EQ(report.kinds[1].savedAsText.size(), 2U);
+  for (const char* page : {"Messages/+447700900001.html", "Notes/No Account/No Folder/Title.html"}) {
+    const std::string html = written(page);
+    EXPECT_EQ(html.find('\0'), std::string::npos) << page;
+    for (const char* link : {"HTML'", "svg'", "mhtml'", "html\""})
+      EXPECT_EQ(html.find(link), std::string::npos) << page << link;
+  }
+  EXPECT_NE(written("index.html").find("3 attachments were saved as text"), std::string::npos);
 }
 
 }  // namespace

@@ -240,6 +240,11 @@ class ExportCommand final : public PDXCommand {
                                       : counted(kind.missing.size(), "attachment is", "attachments are");
       console.note(fmt::format("  {} not in the backup: export.json names them", missing));
     }
+    if (!kind.savedAsText.empty()) {
+      console.note(fmt::format("  {} saved as text, since browsers would open {}: export.json names them",
+                               counted(kind.savedAsText.size(), "attachment was", "attachments were"),
+                               kind.savedAsText.size() == 1 ? "it as a page" : "them as pages"));
+    }
     if (!kind.notTurned.empty()) {
       // Of notes these may be files of any kind, where a picture was said to be.
       console.note(kind.notes

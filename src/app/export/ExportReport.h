@@ -82,10 +82,11 @@ struct PDXKindReport {
   std::size_t filtered = 0;  ///< Conversations left out because nothing in them matches.
   std::vector<PDXExportedItem> written;
 
-  std::vector<PDXProblem> missing;     ///< What the backup never held; no failure.
-  std::size_t neverDownloaded = 0;     ///< Attachments that the store lists without a file name; no failure.
-  std::vector<PDXProblem> unreadable;  ///< What it holds and could not be read.
-  std::vector<PDXProblem> notTurned;   ///< Pictures written whole, but as they lay; no failure.
+  std::vector<PDXProblem> missing;      ///< What the backup never held; no failure.
+  std::size_t neverDownloaded = 0;      ///< Attachments that the store lists without a file name; no failure.
+  std::vector<PDXProblem> unreadable;   ///< What it holds and could not be read.
+  std::vector<PDXProblem> savedAsText;  ///< Attachments that a browser would open as a page; no failure.
+  std::vector<PDXProblem> notTurned;    ///< Pictures written whole, but as they lay; no failure.
 
   /// For kinds that are written as whole files of entries; nothing for conversations.
   std::optional<PDXContactRows> rows;

@@ -112,6 +112,7 @@ class Workers {
     page.startDate = options_.startDate;
     page.endDate = options_.endDate;
     page.searchTerm = options_.searchTerm;
+    page.savesPagesAsText = true;
     return page;
   }
 
@@ -157,6 +158,7 @@ void addTo(PDXKindReport& kind, PDXExportReport& report, const Task& task, const
   kind.neverDownloaded += page.neverDownloaded;
   append(kind.missing, page.missing, task.title);
   append(kind.unreadable, page.unreadable, task.title);
+  append(kind.savedAsText, page.savedAsText, task.title);
   append(kind.notTurned, page.notTurned, task.title);
 }
 

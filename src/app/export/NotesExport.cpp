@@ -79,6 +79,7 @@ struct Result {
   std::size_t attachments = 0;
   Problems missing;
   Problems unreadable;
+  Problems savedAsText;
   Problems notTurned;
   Problems unreached;
 };
@@ -88,6 +89,25 @@ void addAbsentBody(const PDXIOS9NoteDetail& note, Result& result) {
   if (note.body == PDXNoteBody::absent)
     result.missing.push_back(
         {.what = "body", .where = "text", .why = "it was never downloaded to the device"});
+}
+
+PDXProblem savedAsText(const std::string& name) {
+  return {.what = "attachment saved as text", .where = name, .why = PDXFileName::kWhySavedAsText};
+}
+
+/// Renames what a browser would open as a page, and takes out of the text what no page may hold.
+void makeHarmless(PDXIOS9NoteDetail& note, Problems& renamed) {
+  for (PDXNoteContent& content : note.content) {
+    if (auto* line = std::get_if<PDXTextNoteContent>(&content)) {
+      if (line->textData.find('\0') != std::string::npos)
+        line->textData = PDXText::replacedAll(line->textData, std::string_view("\0", 1), "\uFFFD");
+      continue;
+    }
+    auto& piece = std::get<PDXMediaNoteContent>(content);
+    if (!piece.hasFile() || !PDXFileName::isPage(PDXFileName::safe("1." + piece.fileType))) continue;
+    renamed.push_back(savedAsText(piece.exportName + "." + piece.fileType));
+    piece.fileType += PDXFileName::kTextExtension;
+  }
 }
 
 /// The task's files. Says in the result what cannot be written.
@@ -101,6 +121,7 @@ class Writer {
 
   void write(PDXIOS9NoteDetail& note) {
     if (!makeFolder()) return;
+    makeHarmless(note, result_.savedAsText);
     removeEarlier(note);
     if (options_.writesHtml &&
         !finish(pagePath(), note.htmlExportToPathTitle(pagePath(), note.title, stop_), note))
@@ -185,7 +206,11 @@ class Writer {
     std::string_view stem = extra.name;
     if (!type.empty() && stem.ends_with("." + type)) stem.remove_suffix(type.size() + 1);
     const std::string folder = PDXMediaNoteContent::attachmentFolderForPage(pagePath());
-    const std::string file = names.nameFor(stem) + (type.empty() ? "" : "." + type);
+    std::string file = names.nameFor(stem) + (type.empty() ? "" : "." + type);
+    if (PDXFileName::isPage(file)) {
+      file += PDXFileName::kTextExtension;
+      result_.savedAsText.push_back(savedAsText(extra.name));
+    }
     const std::string target = PDXFiles::joined(folder, file);
     PDXFiles::makeFolders(folder);
     const auto copied = PDXFiles::copy(extra.path, target);
@@ -279,6 +304,7 @@ void addTo(PDXKindReport& kind, PDXExportReport& report, const Task& task, const
                           .attachments = result.attachments});
   append(kind.missing, result.missing, title);
   append(kind.unreadable, result.unreadable, title);
+  append(kind.savedAsText, result.savedAsText, title);
   append(kind.notTurned, result.notTurned, title);
   append(kind.notes->unreached, result.unreached, title);
 }

@@ -39,12 +39,19 @@ std::string deviceLine(const PDXBackupInformation& information) {
   return line;
 }
 
+/// A text of the backup between words of ours, which it must not reorder.
+std::string isolated(const std::string& text) {
+  const std::string html = PDXText::escapedForHtml(text);
+  return PDXText::changesDirection(text) ? "<bdi>" + html + "</bdi>" : html;
+}
+
 std::string problemList(const std::string& heading, const std::vector<PDXProblem>& problems) {
   if (problems.empty()) return "";
   std::string html = "<details><summary>" + PDXText::escapedForHtml(heading) + "</summary><ul>\n";
   for (const PDXProblem& problem : problems) {
-    const std::string why = problem.why.empty() ? "" : " (" + problem.why + ")";
-    html += "<li>" + PDXText::escapedForHtml(problem.what + ": " + problem.where + why) + "</li>\n";
+    html += "<li>" + PDXText::escapedForHtml(problem.what) + ": " + isolated(problem.where);
+    if (!problem.why.empty()) html += " (" + isolated(problem.why) + ")";
+    html += "</li>\n";
   }
   return html + "</ul></details>\n";
 }
@@ -105,6 +112,10 @@ std::string problemLists(const PDXKindReport& kind) {
   return problemList(missing + " not in the backup", kind.missing) +
          problemList(counted(kind.unreadable.size(), "item", "items") + " could not be read",
                      kind.unreadable) +
+         problemList(counted(kind.savedAsText.size(), "attachment was", "attachments were") +
+                         " saved as text: browsers would open " +
+                         (kind.savedAsText.size() == 1 ? "it as a page" : "them as pages"),
+                     kind.savedAsText) +
          problemList(
              kind.notes
                  ? counted(kind.notTurned.size(), "attachment was", "attachments were") + " copied unchanged"
@@ -264,6 +275,7 @@ Json notesKindJson(const PDXKindReport& kind) {
           {"notOnPages", PDXBackupJson::problems(kind.notes->unreached)},
           {"attachmentsMissing", PDXBackupJson::problems(kind.missing)},
           {"unreadable", PDXBackupJson::problems(kind.unreadable)},
+          {"attachmentsSavedAsText", PDXBackupJson::problems(kind.savedAsText)},
           {"picturesNotTurned", PDXBackupJson::problems(kind.notTurned)},
           {"pages", pages}};
 }
@@ -316,6 +328,7 @@ Json kindJson(const PDXKindReport& kind) {
           {"attachmentsNeverDownloaded", kind.neverDownloaded},
           {"attachmentsMissing", PDXBackupJson::problems(kind.missing)},
           {"unreadable", PDXBackupJson::problems(kind.unreadable)},
+          {"attachmentsSavedAsText", PDXBackupJson::problems(kind.savedAsText)},
           {"picturesNotTurned", PDXBackupJson::problems(kind.notTurned)},
           {"pages", pages}};
 }
