@@ -3,8 +3,12 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <exception>
+#include <new>
+#include <optional>
 #include <semaphore>
 #include <string_view>
+#include <system_error>
 #include <thread>
 
 #include "platform/Crypto.h"
@@ -70,6 +74,7 @@ class Plain {
 /// time.
 class Ahead {
  public:
+  /// Throws where there is no memory or no thread for it.
   explicit Ahead(Plain& plain) : plain_(plain), thread_([this] { fill_(); }) {}
 
   ~Ahead() {
@@ -80,12 +85,13 @@ class Ahead {
   Ahead(const Ahead&) = delete;
   Ahead& operator=(const Ahead&) = delete;
 
-  /// The next piece, valid until the next call; empty at the end.
+  /// The next piece, valid until the next call; empty at the end. Throws what the thread could not go on for.
   std::string_view next() {
     if (isTaken_) free_.release();
     isTaken_ = true;
     filled_.acquire();
     const Chunk& chunk = chunks_[taken_++ % kChunks];
+    if (chunk.failure != nullptr) std::rethrow_exception(chunk.failure);
     return textOf(chunk.bytes, chunk.count);
   }
 
@@ -95,14 +101,20 @@ class Ahead {
   struct Chunk {
     PDXSecret bytes = PDXSecret(kChunk);
     std::size_t count = 0;
+    std::exception_ptr failure;
   };
 
-  void fill_() {
+  void fill_() noexcept {
     for (std::size_t i = 0;; ++i) {
       free_.acquire();
       if (isAbandoned_) return;
       Chunk& chunk = chunks_[i % kChunks];
-      chunk.count = plain_.next(chunk.bytes);
+      chunk.count = 0;
+      try {
+        chunk.count = plain_.next(chunk.bytes);
+      } catch (...) {
+        chunk.failure = std::current_exception();
+      }
       const bool isLast = chunk.count == 0;
       filled_.release();
       if (isLast) return;
@@ -118,6 +130,16 @@ class Ahead {
   bool isTaken_ = false;
   std::jthread thread_;  ///< The last member, so that it ends before the others do.
 };
+
+/// Leaves it empty where there is no memory or no thread for it: the caller's thread does all of the work
+/// then.
+void begin(std::optional<Ahead>& ahead, Plain& plain) {
+  try {
+    ahead.emplace(plain);
+  } catch (const std::bad_alloc&) {
+  } catch (const std::system_error&) {
+  }
+}
 
 /// Writes what `next` gives until it gives nothing.
 template <typename Next>
@@ -138,9 +160,11 @@ PDXFiles::CopyResult pump(PDXFileReader& source, PDXAesDecipher& cipher, PDXAtom
   constexpr std::uint64_t kWorthAThread = 8 * kChunk;
   Plain plain(source, cipher, tail);
   PDXFiles::CopyResult written;
-  if (source.size() >= kWorthAThread) {
-    Ahead ahead(plain);
-    written = write([&] { return ahead.next(); }, target, stop);
+  std::optional<Ahead> ahead;
+  if (source.size() >= kWorthAThread) begin(ahead, plain);
+  if (ahead) {
+    written = write([&] { return ahead->next(); }, target, stop);
+    ahead.reset();
   } else {
     PDXSecret chunk(std::min<std::size_t>(kChunk, source.size()));
     written = write([&] { return textOf(chunk, plain.next(chunk)); }, target, stop);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <condition_variable>
 #include <cstring>
+#include <exception>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -47,6 +48,7 @@ struct Derivation {
   std::condition_variable_any isDoneOrStopped;
   bool isDone = false;
   std::optional<PDXSecret> key;
+  std::exception_ptr failure;  ///< What the thread could not go on for.
 };
 
 std::mutex keptLock;
@@ -56,10 +58,17 @@ std::vector<std::shared_ptr<Derivation>>& kept() {
   return derivations;
 }
 
-void run(const std::shared_ptr<Derivation>& derivation) {
-  auto key = derived(derivation->inputs);
+void run(const std::shared_ptr<Derivation>& derivation) noexcept {
+  std::optional<PDXSecret> key;
+  std::exception_ptr failure;
+  try {
+    key = derived(derivation->inputs);
+  } catch (...) {
+    failure = std::current_exception();
+  }
   const std::lock_guard guard(derivation->lock);
   derivation->key = std::move(key);
+  derivation->failure = failure;
   derivation->isDone = true;
   derivation->isDoneOrStopped.notify_all();
 }
@@ -74,7 +83,11 @@ std::shared_ptr<Derivation> begun(Inputs inputs) {
   auto derivation = std::make_shared<Derivation>();
   derivation->inputs = std::move(inputs);
   kept().push_back(derivation);
-  std::thread(run, derivation).detach();
+  try {
+    std::thread(run, derivation).detach();
+  } catch (const std::exception&) {  // No more threads: this one derives it, and cannot be stopped.
+    run(derivation);
+  }
   return derivation;
 }
 
@@ -104,6 +117,7 @@ std::optional<PDXSecret> derive(PDXByteView password, const Parameters& paramete
                                  .secondRounds = parameters.secondRounds});
   std::unique_lock guard(derivation->lock);
   derivation->isDoneOrStopped.wait(guard, stop, [&] { return derivation->isDone; });
+  if (derivation->failure != nullptr) std::rethrow_exception(derivation->failure);
   return derivation->key;
 }
 

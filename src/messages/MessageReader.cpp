@@ -67,6 +67,8 @@ bool PDXMessageReader::loadStandardConversations(PDXDeviceData& deviceData) {
     if (!standardReader_->loadMessages()) return false;
     append_(standardReader_->getConversationList());
     return true;
+  } catch (const std::bad_alloc&) {
+    throw;
   } catch (const std::exception& error) {
     PDXLog::report({.what = "messages",
                     .where = deviceData.backupPath(),

@@ -21,6 +21,7 @@
 #include "platform/ImageLimits.h"
 #include "platform/ImageOrientation.h"
 #include "platform/Images.h"
+#include "platform/Memory.h"
 #include "platform/Text.h"
 
 namespace {
@@ -151,6 +152,7 @@ struct Ink {
 };
 
 Pixels drawn(const std::string& letters, double fontSize) {
+  PDXMemory::requireRoomFor(PDXImageLimits::kMemoryForText);
   const std::string markup = "<span foreground=\"white\">" + PDXText::escapedForHtml(letters) + "</span>";
   vips::VImage image =
       vips::VImage::text(markup.c_str(), vips::VImage::option()
@@ -369,7 +371,7 @@ std::optional<PDXFacePicture> ordinaryJpeg(const PDXBytes& file, int size) {
   picture.bands = 3;
   if (std::max(picture.width, picture.height) > kMostSide) return std::nullopt;
   const auto turn = PDXImageLimits::turnFor(claim.pixels());
-  if (!PDXImageLimits::hasRoomFor(claim)) return std::nullopt;
+  if (!PDXMemory::hasRoomFor(PDXImageLimits::memoryFor(claim))) return std::nullopt;
   PDXBytes decoded(static_cast<std::size_t>(picture.width) * static_cast<std::size_t>(picture.height) * 3);
   picture.bytes = decoded.data();
   if (tjDecompress2(decoder.get(), file.data(), bytes, decoded.data(), picture.width, 0, picture.height,
@@ -395,7 +397,8 @@ std::optional<PDXFacePicture> ordinaryPng(const PDXBytes& file, int size) {
   const png_uint_32 most = std::max(image.width, image.height);
   if (least < static_cast<png_uint_32>(size) || most > kMostSide || mayBeTurned(file)) return std::nullopt;
   const auto claim = claimOf(file, static_cast<int>(image.width), static_cast<int>(image.height));
-  if (!PDXImageLimits::isAffordable(claim) || !PDXImageLimits::hasRoomFor(claim)) return std::nullopt;
+  if (!PDXImageLimits::isAffordable(claim)) return std::nullopt;
+  if (!PDXMemory::hasRoomFor(PDXImageLimits::memoryFor(claim))) return std::nullopt;
   image.format = PNG_FORMAT_RGB;
   constexpr auto kLevel = static_cast<png_byte>(kBehind);
   const png_color behind{kLevel, kLevel, kLevel};
@@ -462,14 +465,14 @@ std::optional<PDXFacePicture> fromPicture(const PDXBytes& file, int size) {
   if (auto face = ordinaryPicture(file, format, size)) return face;
   constexpr std::uint64_t kMost = PDXImageLimits::kMostPages;
   if (PDXImageFrames::count(file, format, kMost + 1) > kMost) return std::nullopt;
-  if (!PDXImageLimits::hasRoomFor({}) || !PDXImages::isReady()) return std::nullopt;
+  if (!PDXImages::isReady()) return std::nullopt;
   try {
     const vips::VImage header = opened(file, vips::VImage::option());
     const auto claim =
         claimOf(file, header.width(), header.height(), VIPS_IMAGE_SIZEOF_PEL(header.get_image()));
     if (!PDXImageLimits::isAffordable(claim)) return std::nullopt;
     const auto turn = PDXImageLimits::turnFor(claim.pixels());
-    if (!PDXImageLimits::hasRoomFor(claim)) return std::nullopt;
+    if (!PDXMemory::hasRoomFor(PDXImageLimits::memoryFor(claim))) return std::nullopt;
     requireWhole(file);
     const Pixels square = opaque(thumbnail(file, size));
     if (square.width < size || square.height < size || square.bands < 3) return std::nullopt;

@@ -210,6 +210,10 @@ class PDXAtomicFile {
 
   const std::string& path() const { return path_; }
 
+  /// Removes what stands beside the places of all files that are open, for a process that ends without
+  /// unwinding. Takes no lock and no memory.
+  static void removeAllParts();
+
  private:
   void flush_();
   void write_(std::string_view rest);
@@ -220,4 +224,6 @@ class PDXAtomicFile {
   std::string buffer_;
   std::string error_;
   int descriptor_ = -1;
+  PDXAtomicFile* before_ = nullptr;  ///< The file opened before that is still open.
+  PDXAtomicFile* behind_ = nullptr;
 };

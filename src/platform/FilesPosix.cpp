@@ -434,14 +434,37 @@ PDXTemporaryRun::~PDXTemporaryRun() {
   PDXFiles::removeTree(path_);
 }
 
+namespace {
+
+std::mutex openFilesLock;
+PDXAtomicFile* lastOpenFile = nullptr;
+
+}  // namespace
+
 PDXAtomicFile::PDXAtomicFile(std::string path) : path_(std::move(path)), temporaryPath_(besidePath(path_)) {
+  {
+    const std::lock_guard guard(openFilesLock);
+    before_ = std::exchange(lastOpenFile, this);
+    if (before_ != nullptr) before_->behind_ = this;
+  }
   descriptor_ = ::open(temporaryPath_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
   if (descriptor_ < 0) fail_(errno);
 }
 
 PDXAtomicFile::~PDXAtomicFile() {
+  {
+    const std::lock_guard guard(openFilesLock);
+    if (before_ != nullptr) before_->behind_ = behind_;
+    (behind_ != nullptr ? behind_->before_ : lastOpenFile) = before_;
+  }
   if (descriptor_ >= 0) ::close(descriptor_);
   if (!temporaryPath_.empty()) ::unlink(temporaryPath_.c_str());
+}
+
+void PDXAtomicFile::removeAllParts() {
+  for (const PDXAtomicFile* file = lastOpenFile; file != nullptr; file = file->before_) {
+    if (!file->temporaryPath_.empty()) ::unlink(file->temporaryPath_.c_str());
+  }
 }
 
 void PDXAtomicFile::append(std::string_view text) {

@@ -4,7 +4,6 @@
 #include <mutex>
 
 #include "platform/Bytes.h"
-#include "platform/Memory.h"
 
 /// What a picture may cost, for all that decode one. For this folder's own sources.
 namespace PDXImageLimits {
@@ -19,7 +18,7 @@ struct Claim {
   std::uint64_t scans = 1;      ///< How often the decoder goes through all pixels.
   bool isTiled = false;         ///< HEIC: large areas of one colour cost next to nothing.
 
-  std::uint64_t pixels() const { return width * height; }
+  constexpr std::uint64_t pixels() const { return width * height; }
 };
 
 /// Larger ones are not decoded.
@@ -45,6 +44,9 @@ constexpr std::uint64_t kMostWork = 4'000'000'000;
 /// The libraries look for each frame from the first one on when they count them.
 constexpr std::uint64_t kMostPages = 10'000;
 
+/// To draw a line of text: fonts are mapped, and their libraries end the process without memory.
+constexpr std::uint64_t kMemoryForText = std::uint64_t{48} << 20;
+
 constexpr bool isAffordable(const Claim& claim) {
   constexpr std::uint64_t kMostSide = 1 << 20;  // Products stay far below what a number holds.
   if (claim.width > kMostSide || claim.height > kMostSide || claim.pages > kMostPages) return false;
@@ -55,10 +57,10 @@ constexpr bool isAffordable(const Claim& claim) {
          claim.pixelSize <= kMostBytes / (pixels + 1) && claim.scans <= kMostWork / (pixels + 1);
 }
 
-/// Whether there is memory for it: for the pixels as decoded, turned and about to be written.
-inline bool hasRoomFor(const Claim& claim) {
+/// For the pixels as decoded, turned and about to be written.
+constexpr std::uint64_t memoryFor(const Claim& claim) {
   constexpr std::uint64_t kCopies = 3;
-  return PDXMemory::hasRoomFor(claim.pixels() * claim.pixelSize * kCopies + claim.fileSize);
+  return claim.pixels() * claim.pixelSize * kCopies + claim.fileSize;
 }
 
 /// Scans of all pictures in a JPEG file, its thumbnail included.

@@ -5,12 +5,15 @@
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
+#include <mutex>
+#include <new>
 #include <string_view>
 #include <vector>
 
 #include "platform/Files.h"
 #include "platform/ImageFrames.h"
 #include "platform/ImageLimits.h"
+#include "platform/Memory.h"
 
 namespace {
 
@@ -20,16 +23,27 @@ constexpr int kQuality = 92;
 /// Failures are told by our own answers; the library would write each to standard error as well.
 void swallow(const char*, GLogLevelFlags, const char*, void*) {}
 
-bool start() {
+/// The library below it ends the process when it is refused memory.
+void endInOrder(const char*, GLogLevelFlags, const char*, void*) { PDXMemory::gone(); }
+
+bool startLibrary() {
+  // With the libraries of all formats, which it loads itself and passes over where there is no room for them.
+  constexpr std::uint64_t kLibraries = std::uint64_t{160} << 20;
+  PDXMemory::requireRoomFor(kLibraries);
+  if (vips_init("pocketdex") != 0) return false;
   // The library keeps its own threads and cache; our pictures come one at a time.
-  static const bool started = [] {
-    if (vips_init("pocketdex") != 0) return false;
-    vips_concurrency_set(1);
-    vips_cache_set_max(0);
-    vips_block_untrusted_set(1);
-    g_log_set_handler("VIPS", G_LOG_LEVEL_WARNING, swallow, nullptr);
-    return true;
-  }();
+  vips_concurrency_set(1);
+  vips_cache_set_max(0);
+  vips_block_untrusted_set(1);
+  g_log_set_handler("VIPS", G_LOG_LEVEL_WARNING, swallow, nullptr);
+  g_log_set_handler("GLib", static_cast<GLogLevelFlags>(G_LOG_LEVEL_ERROR | G_LOG_FLAG_FATAL), endInOrder,
+                    nullptr);
+  return true;
+}
+
+/// Throws std::bad_alloc, now as later, where there is no memory for it.
+bool start() {
+  static const bool started = startLibrary();
   return started;
 }
 
@@ -126,7 +140,7 @@ std::unique_lock<std::mutex> requireAffordable(const vips::VImage& image, const 
                                     .isTiled = isHeic(image)};
   if (!PDXImageLimits::isAffordable(claim)) throw TooLarge();
   auto turn = PDXImageLimits::turnFor(claim.pixels());
-  if (!PDXImageLimits::hasRoomFor(claim)) throw TooLarge();
+  PDXMemory::requireRoomFor(PDXImageLimits::memoryFor(claim));
   return turn;
 }
 
@@ -144,11 +158,12 @@ PDXRewrittenPicture rewritten(const std::string& path, const std::string& format
     if (PDXImageFrames::count(*file, format, kMost + 1) > kMost) return {Outcome::tooLarge, {}};
     if (format == "jpg") scans = PDXImageLimits::scanCount(*file);
   }
-  if (!PDXImageLimits::hasRoomFor({})) return {Outcome::tooLarge, {}};
-  if (!start()) return {};
   try {
+    if (!start()) return {};
     return {Outcome::done, rewrite(scans)};
   } catch (const TooLarge&) {
+    return {Outcome::tooLarge, {}};
+  } catch (const std::bad_alloc&) {
     return {Outcome::tooLarge, {}};
   } catch (const vips::VError&) {
     vips_error_clear();

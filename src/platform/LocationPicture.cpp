@@ -8,7 +8,9 @@
 #include <string_view>
 #include <vips/vips8>
 
+#include "platform/ImageLimits.h"
 #include "platform/Images.h"
+#include "platform/Memory.h"
 #include "platform/Text.h"
 
 namespace {
@@ -98,6 +100,7 @@ struct Mask {
 };
 
 Mask maskOf(const std::string& text, const char* font) {
+  PDXMemory::requireRoomFor(PDXImageLimits::kMemoryForText);
   try {
     const vips::VImage image = vips::VImage::text(PDXText::escapedForHtml(text).c_str(),
                                                   vips::VImage::option()->set("font", font)->set("dpi", 72));

@@ -10,6 +10,7 @@
 
 #include "platform/Files.h"
 #include "platform/Log.h"
+#include "platform/Memory.h"
 #include "platform/Text.h"
 
 namespace {
@@ -96,6 +97,11 @@ void harden(sqlite3* handle, PDXSQLiteAccess access) {
   // In KiB. What belongs together lies close in a phone's stores, but not within the usual two megabytes:
   // this spares a third of the reads of a large messages store.
   sqlite3_exec(handle, "PRAGMA cache_size=-16000", nullptr, nullptr, nullptr);
+}
+
+/// What could not be read for want of memory is no damage of the store.
+void throwWithoutMemory(int result) {
+  if (result == SQLITE_NOMEM || result == SQLITE_IOERR_NOMEM) PDXMemory::throwIfLimited();
 }
 
 }  // namespace
@@ -219,6 +225,7 @@ PDXSQLiteStatement::PDXSQLiteStatement(sqlite3* database, std::string_view sql,
   sqlite3_stmt* statement = nullptr;
   sqlite3_prepare_v2(database, sql.data(), static_cast<int>(sql.size()), &statement, nullptr);
   statement_.reset(statement);
+  throwWithoutMemory(sqlite3_extended_errcode(database));
   if (statement == nullptr) error_ = sqlite3_errmsg(database);
 }
 
@@ -258,6 +265,7 @@ bool PDXSQLiteStatement::step() {
   if (statement_ == nullptr || failed_) return false;
   watch_->looks = 0;
   const int result = sqlite3_step(statement_.get());
+  throwWithoutMemory(result);
   const bool isEndless = result == SQLITE_ROW
                              ? ++rows_ > watch_->mostRows || watch_->bytes > watch_->mostBytes
                              : result == SQLITE_INTERRUPT && watch_->isExhausted();

@@ -7,6 +7,7 @@
 #include "platform/ImageOrientation.h"
 #include "platform/ImageTransform.h"
 #include "platform/Images.h"
+#include "platform/Memory.h"
 
 namespace {
 
@@ -65,7 +66,7 @@ Why writeTurned(const std::string& from, const PDXJpegHead& head, const std::str
                                       .scans = PDXImageLimits::scanCount(*jpeg)};
     if (!PDXImageLimits::isAffordable(claim)) return kTooLarge;
     const auto turn = PDXImageLimits::turnFor(claim.pixels());
-    if (!PDXImageLimits::hasRoomFor(claim)) return kTooLarge;
+    if (!PDXMemory::hasRoomFor(PDXImageLimits::memoryFor(claim))) return kTooLarge;
     auto turned = PDXImageTransform::turned(*jpeg, head.orientation);
     if (turned.outcome == Outcome::done) return writeUpright(std::move(turned.jpeg), to);
     if (turned.outcome == Outcome::damaged) return kDamaged;

@@ -33,10 +33,11 @@ class Command : public testing::Test {
     PDXFiles::makeFolders(folder_ / "tmp");
   }
 
-  Ran run(const std::string& arguments) const {
-    const std::string line = "cd '" + folder_.path() + "' && TMPDIR='" + folder_ / "tmp" + "' HOME='" +
-                             folder_ / "home" + "' XDG_DATA_HOME= '" POCKETDEX_COMMAND "' " + arguments +
-                             " 2>errors </dev/null";
+  /// @param before  what the shell does first, in the same process.
+  Ran run(const std::string& arguments, const std::string& before = "true") const {
+    const std::string line = "cd '" + folder_.path() + "' && " + before + " && TMPDIR='" + folder_ / "tmp" +
+                             "' HOME='" + folder_ / "home" + "' XDG_DATA_HOME= '" POCKETDEX_COMMAND "' " +
+                             arguments + " 2>errors </dev/null";
     Ran ran;
     FILE* pipe = popen(line.c_str(), "r");
     std::array<char, 4096> buffer{};
@@ -452,6 +453,38 @@ TEST_F(Command, ListsShowWhatHasNoTitle) {
   const std::string music = run("list phone music").output;
   EXPECT_NE(music.find("  NONE.m4a\n"), std::string::npos) << music;
 }
+
+// Programs that look for faults take all address space, so that no limit can be set on theirs: there
+// AFailedWorkerEndsTheRunInOrder stands for this.
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+TEST_F(Command, EndsInOrderWithoutMemory) {
+  folder_.write("pw", "secret\n");
+  ASSERT_FALSE(PDXSampleBackup::write(
+      {.folder = folder_ / "locked", .seed = 3, .messages = 300, .password = "secret", .rounds = 3}));
+  const char* commands[] = {"export phone --to out --contact-pictures --jobs 4",
+                            "export locked --password-file pw --to out --jobs 1",
+                            "list phone messages --json", "check locked --password-file pw --jobs 4"};
+  const auto limited = [&](const char* command, int megabytes) {
+    return run(command, "ulimit -v " + std::to_string(megabytes * 1024));
+  };
+  int least = 60;
+  while (limited("--version", least).status != 0) least += 10;
+  int ended = 0;
+  for (const char* command : commands) {
+    for (int limit = least; limit < least + 200; limit += 20) {
+      const Ran ran = limited(command, limit);
+      EXPECT_TRUE(ran.status == 0 || ran.status == 1 || ran.status == 5)
+          << command << " in " << limit << ": " << ran.status << ran.errors;
+      const bool isOut = ran.errors.starts_with("pocketdex: out of memory: ");
+      EXPECT_EQ(ran.status == 5, isOut) << ran.errors;
+      if (ran.status == 5) EXPECT_EQ(std::count(ran.errors.begin(), ran.errors.end(), '\n'), 1) << ran.errors;
+      ended += isOut ? 1 : 0;
+      EXPECT_EQ(system(("find '" + folder_.path() + "' -name '*.part' | grep -q .").c_str()), 256);
+    }
+  }
+  EXPECT_GT(ended, 4);
+}
+#endif
 
 TEST_F(Command, ExportNeverChangesTheBackup) {
   const std::string line =

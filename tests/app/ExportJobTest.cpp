@@ -232,6 +232,22 @@ TEST_F(ExportJob, StopsAndSaysWhatCannotBeWritten) {
   EXPECT_EQ(report.unwritablePath, options_.outputFolder + "/Messages");
 }
 
+// An exception that leaves a thread would end the process as it stands, with the scratch folder left behind.
+TEST_F(ExportJob, AFailedWorkerEndsTheRunInOrder) {
+  options_.jobs = 4;
+  for (const char* kind : {"messages", "notes"}) {
+    options_.kinds = {kind};
+    PDXExportJob job(*device_, *information_, options_);
+    job.prepare();
+    const auto fails = [](const std::string&, std::size_t done, std::size_t) {
+      if (done > 2) throw std::bad_alloc();
+    };
+    EXPECT_THROW(job.run(fails, {}), std::bad_alloc) << kind;
+    for (const auto& [path, bytes] : tree(options_.outputFolder))
+      EXPECT_FALSE(path.ends_with(".part")) << path;
+  }
+}
+
 TEST_F(ExportJob, WritesNotesIntoTheirFolders) {
   options_.kinds = {"notes"};
   options_.writesText = true;

@@ -4,7 +4,6 @@
 #include <atomic>
 #include <mutex>
 #include <string_view>
-#include <thread>
 #include <unordered_set>
 #include <utility>
 
@@ -15,8 +14,10 @@
 #include "platform/Files.h"
 #include "platform/GuardedFolder.h"
 #include "platform/Log.h"
+#include "platform/Memory.h"
 #include "platform/PropertyList.h"
 #include "platform/Sqlite.h"
+#include "platform/Workers.h"
 
 namespace {
 
@@ -42,6 +43,8 @@ std::string damageOfDatabase(const std::string& path) {
   if (!rows.step()) return rows.error().empty() ? database.error() : rows.error();
   std::string answer = rows.text(0);
   if (answer == "ok") return "";
+  // The code of SQLite for a page for which there was no memory: that is no damage.
+  if (answer.ends_with("error code=7")) PDXMemory::throwIfLimited();
   std::replace(answer.begin(), answer.end(), '\n', ' ');
   return answer;
 }
@@ -208,7 +211,7 @@ PDXCheckResult PDXBackupCheck::run(const Progress& progress, const std::stop_tok
   std::mutex lock;
   std::size_t done = 0;
   {
-    const auto work = [&] {
+    const auto work = [&](unsigned) {
       FileCheck check(deviceData_, stop);
       for (std::size_t i = next++; i < listed->size() && !stop.stop_requested(); i = next++) {
         found[i] = check.finding((*listed)[i]);
@@ -218,9 +221,7 @@ PDXCheckResult PDXBackupCheck::run(const Progress& progress, const std::stop_tok
       const std::lock_guard guard(lock);
       result.databases += check.databases();
     };
-    std::vector<std::jthread> workers;
-    for (unsigned i = 1; i < jobs_; ++i) workers.emplace_back(work);
-    work();
+    PDXWorkers::run(jobs_, work, [&] { next = listed->size(); });
   }
   for (auto& finding : found) {
     if (finding) result.findings.push_back(std::move(*finding));

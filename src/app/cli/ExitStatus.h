@@ -7,6 +7,6 @@ enum class PDXExitStatus : int {
   usage = 2,         ///< The command line is wrong.
   noBackup = 3,      ///< No such backup, or the folder is none.
   password = 4,      ///< The backup is encrypted and no password, or a wrong one, was given.
-  unwritable = 5,    ///< The output cannot be written.
+  unwritable = 5,    ///< The output cannot be written, or memory ran out.
   interrupted = 130  ///< Ended by Ctrl-C or another signal.
 };

@@ -2,10 +2,13 @@
 #include <cstdio>
 #include <exception>
 #include <memory>
+#include <new>
+#include <system_error>
 #include <vector>
 
 #include "app/cli/Command.h"
 #include "app/cli/Interrupt.h"
+#include "app/cli/OutOfMemory.h"
 #include "app/export/NearestNames.h"
 #include "platform/Files.h"
 #include "platform/Localisation.h"
@@ -110,6 +113,7 @@ PDXExitStatus runParsed(Parsed& parsed) {
                       ": make room there, or set TMPDIR");
     return PDXExitStatus::unwritable;
   }
+  const PDXOutOfMemory::ScratchFolder removed(scratch.path());
   interrupt.watch(scratch.path());
   PDXSQLiteDatabase::interruptWith(interrupt.token());
   PDXLog::setVerbose(parsed.verbose);
@@ -147,10 +151,17 @@ int run(int count, char** arguments) {
 
 int main(int count, char** arguments) {
   PDXProcess::prepare();
+  PDXOutOfMemory::watch();
   try {
     return run(count, arguments);
-  } catch (const std::exception& error) {  // Memory that ran out, say: files that were begun are taken back.
+  } catch (const std::bad_alloc&) {  // Files that were begun have been taken back.
+    return static_cast<int>(PDXOutOfMemory::say());
+  } catch (const std::system_error& error) {  // No thread, for which memory is missing as a rule.
+    if (error.code() == std::errc::resource_unavailable_try_again)
+      return static_cast<int>(PDXOutOfMemory::say());
     std::fprintf(stderr, "pocketdex: cannot go on: %s\n", error.what());
-    return static_cast<int>(PDXExitStatus::incomplete);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "pocketdex: cannot go on: %s\n", error.what());
   }
+  return static_cast<int>(PDXExitStatus::incomplete);
 }

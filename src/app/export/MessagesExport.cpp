@@ -4,13 +4,13 @@
 #include <atomic>
 #include <iterator>
 #include <mutex>
-#include <thread>
 #include <utility>
 
 #include "backup/DeviceData.h"
 #include "messages/ConversationHTMLExporter.h"
 #include "platform/FileName.h"
 #include "platform/Files.h"
+#include "platform/Workers.h"
 
 namespace {
 
@@ -64,11 +64,9 @@ class Workers {
 
   std::vector<Result> run(const std::vector<Task>& tasks) {
     results_.resize(tasks.size());
-    std::vector<std::jthread> others;
-    const std::size_t count = std::min<std::size_t>(options_.jobs, tasks.size());
-    for (std::size_t i = 1; i < count; ++i) others.emplace_back([&] { work(tasks); });
-    work(tasks);
-    others.clear();
+    const auto count = static_cast<unsigned>(std::min<std::size_t>(options_.jobs, tasks.size()));
+    PDXWorkers::run(
+        count, [&](unsigned) { work(tasks); }, [this] { stop_.request_stop(); });
     return std::move(results_);
   }
 

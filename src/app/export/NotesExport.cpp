@@ -5,7 +5,6 @@
 #include <functional>
 #include <map>
 #include <mutex>
-#include <thread>
 #include <utility>
 
 #include "backup/BackupNavigation.h"
@@ -14,6 +13,7 @@
 #include "platform/FileName.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
+#include "platform/Workers.h"
 
 namespace {
 
@@ -237,11 +237,9 @@ class Workers {
   std::vector<Result> run(const std::vector<Task>& tasks) {
     results_.resize(tasks.size());
     if (list_.reader != nullptr && !tasks.empty()) list_.reader->getFilesInNotesDomain();
-    std::vector<std::jthread> others;
     const auto count = static_cast<unsigned>(std::min<std::size_t>(options_.jobs, tasks.size()));
-    for (unsigned i = 1; i < count; ++i) others.emplace_back([&, i] { work(tasks, i); });
-    work(tasks, 0);
-    others.clear();
+    PDXWorkers::run(
+        count, [&](unsigned worker) { work(tasks, worker); }, [this] { stop_.request_stop(); });
     return std::move(results_);
   }
 
