@@ -169,13 +169,17 @@ std::string PDXConversationExporterUtilities::standardFileAtLocationDomainDevice
 }
 
 std::string PDXConversationExporterUtilities::rotateImageAtPath(const std::string& path, std::string* why) {
-  static std::atomic<unsigned> counter = 0;
-  const std::string folder = PDXFiles::joined(PDXDeviceData::TemporaryExtractPath(), "rotatedImages");
-  PDXFiles::makeFolders(folder);
-  const std::string copy = PDXFiles::joined(folder, std::to_string(++counter) + ".jpg");
+  const std::string copy = temporaryPicture();
   const auto failure = PDXUprightPicture::write(path, copy);
   if (failure && why != nullptr) *why = *failure;
   return failure ? "" : copy;
+}
+
+std::string PDXConversationExporterUtilities::temporaryPicture() {
+  static std::atomic<unsigned> counter = 0;
+  const std::string folder = PDXFiles::joined(PDXDeviceData::TemporaryExtractPath(), "rotatedImages");
+  PDXFiles::makeFolders(folder);
+  return PDXFiles::joined(folder, std::to_string(++counter) + ".jpg");
 }
 
 void PDXConversationExporterUtilities::deleteTemporaryFile(const std::string& path) {

@@ -86,6 +86,9 @@ class PDXConversationExporterUtilities {
   /// @return its path; "" when the picture cannot be read.
   static std::string rotateImageAtPath(const std::string& path, std::string* why = nullptr);
 
+  /// The path for a picture that is not finished yet, in the same folder; nothing lies there.
+  static std::string temporaryPicture();
+
   static void deleteTemporaryFile(const std::string& path);
 
   /// Writes the HEIC picture at `heic` as an upright JPEG to `jpeg`, which may be the same file. Files whose

@@ -405,10 +405,12 @@ std::optional<std::string> PDXConversationHTMLExporter::copyAttachment_(
     return PDXText::pathForHtmlLink(Utilities::relativePathForMediaPath(copy));
   }
   PDXFiles::makeFolders(options.mediaPath);
-  std::string destination = mediaFileFor_(location, options);
-  const bool isSavedAsText = options.savesPagesAsText && PDXFileName::isPage(destination);
-  if (isSavedAsText) destination += PDXFileName::kTextExtension;
-  const auto copied = copyToMediaFolder_(location, destination);
+  std::string file = mediaFileFor_(location, options);
+  const bool isSavedAsText = options.savesPagesAsText && PDXFileName::isPage(file);
+  if (isSavedAsText) file += PDXFileName::kTextExtension;
+  // A picture gets its name only when it is upright: one that was not rotated yet looks like a finished one.
+  const bool isPicture = isHeic(imageType, location) || isJpeg(imageType);
+  const auto copied = isPicture ? putPicture_(file, imageType, location) : copyToMediaFolder_(location, file);
   if (copied) {
     ++attachmentCounter_;
     ++result_.attachments;
@@ -416,7 +418,6 @@ std::optional<std::string> PDXConversationHTMLExporter::copyAttachment_(
       result_.savedAsText.push_back(
           {.what = "attachment saved as text", .where = location, .why = PDXFileName::kWhySavedAsText});
     }
-    const std::string file = uprightPicture_(destination, imageType, location);
     return PDXText::pathForHtmlLink(Utilities::relativePathForMediaPath(file));
   }
   if (copied.outcome == Outcome::writeFailed) {
@@ -437,26 +438,35 @@ std::string PDXConversationHTMLExporter::mediaFileFor_(const std::string& locati
   return PDXFiles::joined(options.mediaPath, name);
 }
 
-/// Turns a picture in the media folder upright, and makes a JPEG of a HEIC one. Answers its path, which then
-/// is another; the picture stays as it is when that fails.
-std::string PDXConversationHTMLExporter::uprightPicture_(const std::string& copy, const std::string& type,
-                                                         const std::string& location) {
-  std::string why;
-  if (isHeic(type, location)) {
-    std::string jpeg =
-        PDXFiles::joined(PDXFiles::folderOf(copy), std::to_string(attachmentCounter_) + ".jpg");
-    if (Utilities::convertHeicImageToJpeg(copy, jpeg, &why)) {
-      if (jpeg != copy) PDXFiles::remove(copy);
-      return jpeg;
-    }
-    noteNotTurned_(location, why);
-  } else if (isJpeg(type) && !PDXUprightPicture::isUpright(copy)) {
-    const std::string upright = Utilities::rotateImageAtPath(copy, &why);
-    if (!upright.empty()) why = PDXFiles::copy(upright, copy).why;
-    Utilities::deleteTemporaryFile(upright);
-    if (!why.empty()) noteNotTurned_(location, why);
+/// Writes a picture upright to `file`, and a HEIC one as a JPEG, whose path `file` then is. It stays as it is
+/// when that fails.
+PDXFiles::CopyResult PDXConversationHTMLExporter::putPicture_(std::string& file, const std::string& type,
+                                                              const std::string& location) {
+  using Outcome = PDXFiles::CopyResult::Outcome;
+  const std::string stored = Utilities::temporaryPicture();
+  auto copied = copyToMediaFolder_(location, stored);
+  if (copied.outcome == Outcome::writeFailed) {
+    noteNotTurned_(location, "there is no room for it in the scratch folder: " + copied.why);
+    return copyToMediaFolder_(location, file);
   }
-  return copy;
+  if (!copied) return copied;
+  std::string why;
+  std::string upright = stored;
+  if (isHeic(type, location)) {
+    const std::string jpeg =
+        PDXFiles::joined(PDXFiles::folderOf(file), std::to_string(attachmentCounter_ + 1) + ".jpg");
+    if (Utilities::convertHeicImageToJpeg(stored, jpeg, &why)) {
+      file = jpeg;
+      upright.clear();
+    }
+  } else if (!PDXUprightPicture::isUpright(stored)) {
+    if (std::string rotated = Utilities::rotateImageAtPath(stored, &why); !rotated.empty()) upright = rotated;
+  }
+  if (!why.empty()) noteNotTurned_(location, why);
+  if (!upright.empty()) copied = PDXFiles::copy(upright, file, stop_.get_token());
+  if (upright != stored) Utilities::deleteTemporaryFile(upright);
+  Utilities::deleteTemporaryFile(stored);
+  return copied;
 }
 
 void PDXConversationHTMLExporter::noteNotTurned_(const std::string& location, const std::string& why) {

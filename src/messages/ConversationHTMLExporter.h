@@ -137,7 +137,7 @@ class PDXConversationHTMLExporter {
                                              const PDXConversationExportOptions& options, std::string& html,
                                              const std::string& imageType = "");
   std::string mediaFileFor_(const std::string& location, const PDXConversationExportOptions& options) const;
-  std::string uprightPicture_(const std::string& copy, const std::string& type, const std::string& location);
+  PDXFiles::CopyResult putPicture_(std::string& file, const std::string& type, const std::string& location);
   void noteNotTurned_(const std::string& location, const std::string& why);
   PDXFiles::CopyResult copyToMediaFolder_(const std::string& location, const std::string& destination);
   std::string readableCard_(const std::string& location, std::string& html);

@@ -102,8 +102,8 @@ CopyResult copyUnseen(const std::string& from, const std::string& to);
 /// Whether two regular files hold the same bytes.
 bool haveSameBytes(const std::string& one, const std::string& other);
 
-/// Removes what a run that was killed left directly in a folder: the files it was writing. What belongs to a
-/// process that still lives stays.
+/// Removes what runs that were killed left in a folder and all below it: the files they were writing. What
+/// belongs to a process that still lives stays, and so does whatever we did not write. Follows no links.
 void removeAbandonedParts(const std::string& folder);
 
 /// The user's home folder.

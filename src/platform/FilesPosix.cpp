@@ -8,6 +8,7 @@
 #include <atomic>
 #include <cerrno>
 #include <charconv>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -16,6 +17,7 @@
 
 #include "platform/FileCopy.h"
 #include "platform/Files.h"
+#include "platform/Process.h"
 
 namespace fs = std::filesystem;
 
@@ -95,19 +97,24 @@ std::optional<pid_t> ownerOf(std::string_view name, std::string_view prefix) {
   return process;
 }
 
-bool isDead(const std::optional<pid_t>& process) {
-  return process && ::kill(*process, 0) != 0 && errno == ESRCH;
+/// Whether what lies at the path is this user's and its process has ended. Systems give numbers out again, a
+/// container the same to nearly every run: what is older than the process of its number is another's.
+bool isAbandoned(const std::string& path, const std::optional<pid_t>& process) {
+  struct stat info {};
+  if (!process || ::lstat(path.c_str(), &info) != 0 || info.st_uid != ::geteuid()) return false;
+  if (::kill(*process, 0) != 0 && errno == ESRCH) return true;
+  // Clocks of file systems may be a little behind.
+  constexpr std::chrono::seconds kLag(5);
+  const auto start = PDXProcess::startOf(*process);
+  return start && PDXDate(std::chrono::seconds(info.st_mtime)) + kLag < *start;
 }
 
-bool isOurs(const std::string& path) {
-  struct stat info {};
-  return ::lstat(path.c_str(), &info) == 0 && info.st_uid == ::geteuid();
-}
+bool isPart(const std::string& path) { return path.ends_with(".part") && PDXFiles::isRegularFile(path); }
 
 void removeAbandonedRuns(const std::string& folder) {
   for (const std::string& name : PDXFiles::list(folder)) {
     const std::string path = PDXFiles::joined(folder, name);
-    if (isDead(ownerOf(name, kRunPrefix)) && isOurs(path)) PDXFiles::removeTree(path);
+    if (isAbandoned(path, ownerOf(name, kRunPrefix))) PDXFiles::removeTree(path);
   }
 }
 
@@ -267,9 +274,16 @@ void removeTree(const std::string& path) {
 }
 
 void removeAbandonedParts(const std::string& folder) {
-  for (const std::string& name : list(folder)) {
-    if (name.ends_with(".part") && isDead(ownerOf(name, kPartPrefix))) remove(joined(folder, name));
+  std::vector<std::string> parts;
+  std::error_code failed;
+  fs::recursive_directory_iterator entry(folder, fs::directory_options::skip_permission_denied, failed);
+  for (const fs::recursive_directory_iterator end; !failed && entry != end; entry.increment(failed)) {
+    const std::string name = entry->path().filename().string();
+    const auto process = ownerOf(name, kPartPrefix);
+    const std::string path = process ? entry->path().string() : "";
+    if (process && isPart(path) && isAbandoned(path, process)) parts.push_back(path);
   }
+  for (const std::string& part : parts) remove(part);
 }
 
 CopyResult copy(const std::string& from, const std::string& to, const std::stop_token& stop) {

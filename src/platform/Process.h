@@ -1,10 +1,13 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <stop_token>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "platform/Date.h"
 
 /// Other programs. Paths are UTF-8. Nothing here throws.
 namespace PDXProcess {
@@ -34,6 +37,10 @@ struct Result {
 ///                 seconds is ended, at last by force.
 Result run(const std::vector<std::string>& command, const std::function<void(std::string_view)>& output,
            const std::stop_token& stop = {});
+
+/// When a process began, as the files that it writes tell time; nothing when there is none, or the system
+/// does not tell.
+std::optional<PDXDate> startOf(int process);
 
 /// The path of a program in the folders where the system looks for them; "" when there is none.
 std::string find(const std::string& name);

@@ -1,4 +1,10 @@
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdint>
+#include <ctime>
 #include <fstream>
+#include <sstream>
 #include <string>
 
 #include "platform/Files.h"
@@ -29,6 +35,27 @@ class SystemProcesses final : public PDXRunningProcesses {
 };
 
 }  // namespace
+
+std::optional<PDXDate> PDXProcess::startOf(int process) {
+  std::string line;
+  std::getline(std::ifstream("/proc/" + std::to_string(process) + "/stat"), line);
+  // The program's name, which may hold anything, stands in brackets; the start is the twentieth field behind.
+  const std::size_t end = line.rfind(')');
+  if (end == std::string::npos) return std::nullopt;
+  std::istringstream fields(line.substr(end + 1));
+  std::string skipped;
+  for (int i = 0; i < 19; ++i) fields >> skipped;
+  std::int64_t ticks = -1;
+  fields >> ticks;
+  const long ticksPerSecond = ::sysconf(_SC_CLK_TCK);
+  timespec sinceBoot{};
+  if (ticks < 0 || ticksPerSecond <= 0 || ::clock_gettime(CLOCK_BOOTTIME, &sinceBoot) != 0)
+    return std::nullopt;
+  using std::chrono::microseconds;
+  const microseconds started(ticks * 1'000'000 / ticksPerSecond);
+  const microseconds now(std::int64_t{sinceBoot.tv_sec} * 1'000'000 + sinceBoot.tv_nsec / 1000);
+  return std::chrono::floor<microseconds>(std::chrono::system_clock::now()) - (now - started);
+}
 
 const PDXRunningProcesses& PDXRunningProcesses::system() {
   static const SystemProcesses processes;

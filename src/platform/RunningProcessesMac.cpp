@@ -26,6 +26,15 @@ class SystemProcesses final : public PDXRunningProcesses {
 
 }  // namespace
 
+std::optional<PDXDate> PDXProcess::startOf(int process) {
+  int query[] = {CTL_KERN, KERN_PROC, KERN_PROC_PID, process};
+  kinfo_proc found{};
+  std::size_t size = sizeof(found);
+  if (::sysctl(query, 4, &found, &size, nullptr, 0) != 0 || size == 0) return std::nullopt;
+  const timeval& start = found.kp_proc.p_starttime;
+  return PDXDate(std::chrono::microseconds(std::int64_t{start.tv_sec} * 1'000'000 + start.tv_usec));
+}
+
 const PDXRunningProcesses& PDXRunningProcesses::system() {
   static const SystemProcesses processes;
   return processes;

@@ -1,4 +1,5 @@
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -254,11 +255,33 @@ TEST_F(Command, AFileThatMayNotGrowIsAFailedWrite) {
 
 TEST_F(Command, AKilledRunIsClearedAway) {
   PDXFiles::makeFolders(folder_ / "tmp/pocketdex-999999999-abc/Pocketdex");
-  PDXFiles::makeFolders(folder_ / "out/Messages");
-  folder_.write("out/Messages/.pocketdex-999999999-4.part", "half a page");
-  EXPECT_EQ(run("export phone --to out").status, 0);
-  for (const std::string& name : PDXFiles::list(folder_ / "out/Messages"))
-    EXPECT_FALSE(name.ends_with(".part")) << name;
+  ASSERT_EQ(run("export phone calls --to out").status, 0);
+  // The test lives, and something as old as this must be of another process of that number.
+  const std::string mine = ".pocketdex-" + std::to_string(getpid()) + "-4.part";
+  PDXFiles::setLastModified(folder_.write("out/Music/" + mine, "half a table"),
+                            std::chrono::sys_days(std::chrono::year(2020) / 1 / 1));
+  for (const char* folder : {"", "Messages/", "Messages/Ann Media/", "Notes/A/B/C - Attachments/", "Calls/",
+                             "Contacts/pictures/", "Music/iTunes_Control/Music/F00/"})
+    folder_.write("out/" + std::string(folder) + ".pocketdex-999999999-4.part", "half a file");
+  const std::set<std::string> kept = {
+      folder_.write("out/Calls/" + mine, "somebody writes this"),
+      folder_.write("out/Calls/holiday.part", "a person's own"),
+      folder_.write("out/Calls/.pocketdex-mine.part", "a person's own"),
+      folder_.write("out/Calls/.pocketdex-999999999-4.txt", "a person's own"),
+      folder_.write("out/Calls/.pocketdex-999999999-5.part/file", "in a folder"),
+  };
+  folder_.write("elsewhere/.pocketdex-999999999-4.part", "behind a link");
+  std::filesystem::create_directory_symlink("../elsewhere", folder_ / "out/link");
+  run("export phone calls --to out");
+  std::set<std::string> left;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder_ / "out")) {
+    const std::string name = entry.path().filename();
+    if (entry.is_regular_file() && (name.find(".part") != std::string::npos || name.starts_with('.')))
+      left.insert(entry.path());
+  }
+  left.insert(folder_ / "out/Calls/.pocketdex-999999999-5.part/file");
+  EXPECT_EQ(left, kept);
+  EXPECT_EQ(PDXFiles::list(folder_ / "elsewhere").size(), 1U);
 }
 
 TEST_F(Command, StopsWhileItWaitsForThePassword) {

@@ -1,5 +1,12 @@
 #include "messages/ConversationHTMLExporter.h"
 
+#ifdef __linux__
+#include <sys/inotify.h>
+#endif
+#include <unistd.h>
+
+#include <array>
+
 #include "backup/DeviceData.h"
 #include "platform/UprightPicture.h"
 #include "samples/BackupFolder.h"
@@ -227,6 +234,30 @@ TEST_F(ConversationHTMLExporter, TurnsPicturesUprightAndSaysWhichItCannot) {
                                       "it is neither a JPEG nor a HEIC picture"}}));
   EXPECT_TRUE(PDXFiles::list(folder_ / "Pocketdex/rotatedImages").empty());
 }
+
+#ifdef __linux__
+// A run that is killed leaves what has its name by then.
+TEST_F(ConversationHTMLExporter, GivesPicturesTheirNamesOnceTheyAreUpright) {
+  options_.mediaPath = folder_ / "out/media";
+  PDXFiles::makeFolders(options_.mediaPath);
+  const int watch = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+  ASSERT_GE(::inotify_add_watch(watch, options_.mediaPath.c_str(), IN_CREATE | IN_MOVED_TO), 0);
+  page({attachment("image/jpeg", "~/Library/SMS/Attachments/side.jpeg"),
+        attachment("image/heic", "~/Library/SMS/Attachments/photo.HEIC"),
+        attachment("image/heic", "~/Library/SMS/Attachments/words.txt"),
+        attachment("video/mp4", "~/Library/SMS/Attachments/clip.mp4")});
+  std::vector<std::string> named;
+  alignas(inotify_event) std::array<char, 16384> events{};
+  const ssize_t size = ::read(watch, events.data(), events.size());
+  for (ssize_t at = 0; at < size;) {
+    const auto* event = reinterpret_cast<const inotify_event*>(events.data() + at);
+    if (event->name[0] != '.') named.emplace_back(event->name);
+    at += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
+  }
+  ::close(watch);
+  EXPECT_EQ(named, (std::vector<std::string>{"1.jpeg", "2.jpg", "3.txt", "4.mp4"}));
+}
+#endif
 
 TEST_F(ConversationHTMLExporter, LeavesNothingHalfDone) {
   page({attachment("image/png", "nowhere.png")});

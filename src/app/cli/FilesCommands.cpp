@@ -187,6 +187,7 @@ class GetCommand final : public PDXCommand {
       saysProblems(problems.problems());
       return PDXExitStatus::usage;
     }
+    if (staysBelow(domain_)) PDXFiles::removeAbandonedParts(PDXFiles::joined(folder_, domain_));
     for (const std::string& path : paths_) {
       const PDXExitStatus one = copy(context, *deviceData, path);
       if (one == PDXExitStatus::unwritable || one == PDXExitStatus::interrupted) return one;

@@ -105,7 +105,6 @@ std::size_t writePictures(const std::vector<PDXContactEntry>& contacts, const st
   constexpr std::string_view kExtension = ".png";
   const std::string pictures = PDXFiles::joined(folder, "pictures");
   PDXFiles::makeFolders(pictures);
-  PDXFiles::removeAbandonedParts(pictures);
   PDXUniqueFileNames names(kExtension.size());
   std::size_t count = 0;
   for (const PDXContactEntry& contact : contacts) {

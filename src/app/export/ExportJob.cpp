@@ -71,6 +71,7 @@ std::optional<std::string> PDXExportJob::prepare() {
 
 PDXExportReport PDXExportJob::run(const PDXProgressSink& progress, const std::stop_token& stop) {
   PDXExportReport report;
+  PDXFiles::removeAbandonedParts(options_.outputFolder);
   const FacesOfBackup faces(deviceData_);
   if (hasMessages_) {
     PDXKindReport kind = PDXMessagesExport::run(deviceData_, messages_->standardConversations(), options_,

@@ -170,7 +170,6 @@ PDXKindReport PDXMessagesExport::run(PDXDeviceData& deviceData,
   PDXKindReport kind;
   kind.found = conversations.size();
   const auto tasks = tasksFor(conversations, options);
-  PDXFiles::removeAbandonedParts(PDXFiles::joined(options.outputFolder, folder));
   const auto results = Workers(deviceData, options, folder, progress, stop).run(tasks);
   for (std::size_t i = 0; i < tasks.size(); ++i) addTo(kind, report, tasks[i], results[i], folder);
   return kind;
