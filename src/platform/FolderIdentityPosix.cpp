@@ -50,7 +50,7 @@ std::string detourTo(const std::string& folder, const std::string& other) {
     std::error_code unknown;
     const bool isLink = entry->is_symlink(unknown);
     if (!isLink && !entry->is_directory(unknown)) continue;
-    const std::string path = entry->path().string();
+    std::string path = entry->path().string();
     const auto identity = identityOf(path);
     if (!identity) continue;
     if (std::find(around.begin(), around.end(), *identity) != around.end()) return path;
