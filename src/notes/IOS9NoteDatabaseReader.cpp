@@ -94,6 +94,7 @@ PDXIOS9NoteDetail legacyNoteOf(const PDXSQLiteStatement& rows) {
   note.summary = PDXLegacyNoteBody::plainText(html);
   note.content = linesOf(note.summary);
   note.mediaExtracted = true;
+  note.isOfOlderStore = true;
   note.body = PDXNoteBody::read;
   if (PDXLegacyNoteBody::holdsAttachment(html)) {
     note.unreached.push_back({.what = "part of a note",

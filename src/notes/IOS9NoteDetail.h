@@ -56,6 +56,7 @@ struct PDXIOS9NoteDetail {
   std::vector<PDXNoteContent> content;
 
   /// Whether the attachments were copied out.
+  bool isOfOlderStore = false;  ///< Whether another account's note stayed there.
   bool mediaExtracted = false;
 
   PDXNoteBody body = PDXNoteBody::absent;

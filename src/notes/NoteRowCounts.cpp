@@ -1,5 +1,6 @@
 #include "notes/NoteRowCounts.h"
 
+#include "backup/ReachableRows.h"
 #include "backup/SQLiteHelper.h"
 #include "notes/NoteStoreColumns.h"
 #include "notes/NoteStoreKeyData.h"
@@ -20,9 +21,10 @@ std::vector<std::string> texts(const PDXSQLiteDatabase& store, const std::string
 }
 
 /// The older store beside a newer one, of which only other accounts' notes count.
-void addOtherAccounts(const PDXSQLiteDatabase& store, PDXNoteRowCounts& counts) {
-  const auto rows = counted(store, "SELECT count(1) FROM ZNOTE");
-  if (!rows) return;
+bool addOtherAccounts(const PDXSQLiteDatabase& store, PDXNoteRowCounts& counts) {
+  std::string why;
+  const auto rows = PDXReachableRows::count(store, "ZNOTE", why);
+  if (!rows) return false;
   const bool hasStore =
       PDXSQLiteHelper::doesDatabaseContainTableWithColumnNamed(store, "ZACCOUNT", "ZDEFAULTSTORE");
   const std::string key = hasStore ? "ZDEFAULTSTORE" : "Z_PK";
@@ -36,9 +38,15 @@ void addOtherAccounts(const PDXSQLiteDatabase& store, PDXNoteRowCounts& counts) 
       counted(store, "SELECT count(*) - count(DISTINCT n.Z_PK) FROM ZNOTE n JOIN ZACCOUNT a ON a." + key +
                          " = n.ZSTORE AND a." + key + " > 1 JOIN ZNOTEBODY b ON b.Z_PK = n.ZBODY")
           .value_or(0);
+  return true;
 }
 
 }  // namespace
+
+std::optional<PDXNoteRowCounts> PDXNoteRowCounts::ofOlderStoreBesideNewer(const std::string& legacyPath) {
+  PDXNoteRowCounts counts;
+  return addOtherAccounts(PDXSQLiteDatabase(legacyPath), counts) ? std::optional(counts) : std::nullopt;
+}
 
 std::optional<PDXNoteRowCounts> PDXNoteRowCounts::ofStores(const std::string& notesDbPath,
                                                            const std::string& legacyPath) {

@@ -24,6 +24,9 @@ struct PDXNoteRowCounts {
   static std::optional<PDXNoteRowCounts> ofStores(const std::string& notesDbPath,
                                                   const std::string& legacyPath);
 
+  /// Of other accounts' notes in the older store alone. Nothing when it cannot be read.
+  static std::optional<PDXNoteRowCounts> ofOlderStoreBesideNewer(const std::string& legacyPath);
+
   /// Of PDXLegacyNoteDatabaseReader. Nothing when the store cannot be read.
   static std::optional<PDXNoteRowCounts> ofLegacyStore(const std::string& path);
 };

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "app/export/ExportReport.h"
+
 namespace {
 
 TEST(RowAccount, WhatIsMissingIsFilteredOrUnaccounted) {
@@ -34,6 +36,23 @@ TEST(RowAccount, WhatIsMissingIsFilteredOrUnaccounted) {
     EXPECT_EQ(static_cast<std::int64_t>(account.rows + account.repeated),
               static_cast<std::int64_t>(c.written + c.leftOut) + c.unaccounted);
   }
+}
+
+TEST(StoreAccount, AddsUpOrSaysWhyNot) {
+  const PDXRowAccount rows{.rows = 10, .repeated = 1, .leftOut = {{"filtered", 2}}};
+  PDXKindReport kind;
+  kind.kind = "calls";
+  kind.accounts = {PDXStoreAccount::of("a.db", rows, 6), PDXStoreAccount::of("b.db", std::nullopt, 0)};
+  EXPECT_EQ(kind.accounts[0].unaccounted(), 3);
+  kind.settleAccounts({{.what = "notes", .where = "c.db", .why = "damaged"}});
+  EXPECT_EQ(kind.accounts[0].unaccounted(), 3) << "damage elsewhere explains nothing";
+  kind.settleAccounts({{.what = "x", .where = "a.db", .why = "damaged"}});
+  EXPECT_EQ(kind.accounts[0].unaccounted(), 0);
+  EXPECT_EQ(kind.accounts[0].text(), "3 rows of a.db could not be read");
+  EXPECT_EQ(kind.accounts[1].text(), "the rows of b.db could not be counted: a table is missing or damaged");
+  PDXExportReport report;
+  report.kinds = {kind};
+  EXPECT_FALSE(report.isComplete());
 }
 
 }  // namespace

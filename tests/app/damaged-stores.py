@@ -88,7 +88,9 @@ def account_faults(report):
     """What is wrong with the accounts of a report, which add up or say why they cannot."""
     faults = []
     for item in report["items"]:
-        for account in item.get("accounts", []):
+        if not item["accounts"]:
+            faults.append(f"{item['kind']} has no account")
+        for account in item["accounts"]:
             of = f"the account of {item['kind']} in {account.get('store')}"
             if account["rows"] is None:
                 if not account.get("why"):

@@ -154,7 +154,12 @@ class ExportCommand final : public PDXCommand {
     if (report.outcome == PDXExportReport::Outcome::unwritable) {
       return saysUnwritable(report.unwritablePath, report.why);
     }
-    for (const PDXKindReport& kind : report.kinds) summarise(console, kind);
+    for (const PDXKindReport& kind : report.kinds) {
+      summarise(console, kind);
+      for (const PDXStoreAccount& account : kind.accounts) {
+        if (const std::string text = account.text(); !text.empty()) PDXConsole::error(text);
+      }
+    }
     for (const std::string& kind : report.notHeld) PDXConsole::error("the backup holds no " + kind);
     for (const PDXProblem& problem : report.problems) PDXConsole::problem(problem);
     if (!report.notConcerned.empty()) {

@@ -87,6 +87,29 @@ std::optional<PDXRowAccount> accountOf(const PDXBookmarkList& list) {
   return account;
 }
 
+/// One for each store that the backup has.
+std::vector<PDXStoreAccount> accountsOf(const PDXBookmarkList& list) {
+  std::vector<PDXStoreAccount> accounts;
+  std::size_t tree = 0;
+  for (const auto& reader : list.readers) {
+    if (reader->storePath().empty()) continue;
+    const std::size_t stored = reader->storedItems().size();
+    const std::size_t written = stored == 0 ? 0 : list.trees[tree++].entries().size();
+    const auto counts = reader->rowCounts();
+    std::optional<PDXRowAccount> rows;
+    if (counts.rows)
+      rows = {.rows = *counts.rows,
+              .repeated = 0,
+              .leftOut = {{"hidden on the device", counts.hidden},
+                          {"the store's own root", counts.roots},
+                          {"of an unknown type", counts.ofUnknownType},
+                          {"filtered", stored - written}}};
+    const bool isOfSafari = reader == list.readers.front();
+    accounts.push_back(PDXStoreAccount::of(isOfSafari ? "Bookmarks.db" : "Bookmarks", rows, written));
+  }
+  return accounts;
+}
+
 }  // namespace
 
 PDXBookmarkList PDXBookmarksExport::read(PDXDeviceData& deviceData, PDXBookmarkTree::Order order,
@@ -146,5 +169,6 @@ PDXKindReport PDXBookmarksExport::run(PDXDeviceData& deviceData, const PDXExport
   kind.entries->written = list.entries;
   kind.entries->folders = list.folders;
   kind.entries->rows = accountOf(list);
+  kind.accounts = accountsOf(list);
   return kind;
 }

@@ -101,8 +101,9 @@ PDXKindReport PDXCalendarsExport::run(PDXDeviceData& deviceData, const PDXExport
   }
   kind.found = kind.entries->written;
   const auto counts = reader.storedEventCounts();
+  if (counts) kind.entries->rows = accountOf(*counts, kind.entries->written, hasRange);
+  kind.accounts = {PDXStoreAccount::of("Calendar.sqlitedb", kind.entries->rows, kind.entries->written)};
   if (!counts) return kind;
-  kind.entries->rows = accountOf(*counts, kind.entries->written, hasRange);
   kind.filtered = kind.entries->rows->leftOut.back().rows;
   kind.found += kind.filtered;
   return kind;

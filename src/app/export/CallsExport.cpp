@@ -9,19 +9,21 @@
 #include "calllogs/CallLogDbReader.h"
 #include "calllogs/CallLogHTMLGenerator.h"
 #include "platform/Files.h"
+#include "platform/Text.h"
 
 namespace {
 
 using Entries = std::vector<PDXCallLogEntry>;
 
-/// The rows of the older database, when the device has a newer store as well.
-std::size_t olderRows(PDXDeviceData& deviceData) {
+/// Counts the rows of the older database, when the device has a newer store as well.
+void countOlderRows(PDXDeviceData& deviceData, PDXCallList& list) {
   if (!deviceData.holdsFeature(PDXFeature::CallHistoryStore) ||
       !deviceData.holdsFeature(PDXFeature::CallHistoryLegacy)) {
-    return 0;
+    return;
   }
   const std::string database = deviceData.databaseOfFeature(PDXFeature::CallHistoryLegacy);
-  return PDXCallLogDbReader(database, "", "").storedCallCount().value_or(0);
+  list.olderRows = PDXCallLogDbReader(database, "", "").storedCallCount();
+  list.older = list.olderRows->value_or(0);
 }
 
 /// Takes out the calls outside the range, and tells how many.
@@ -135,6 +137,22 @@ PDXRowAccount accountOf(const PDXCallList& list, std::size_t written) {
   return account;
 }
 
+/// One for each store.
+std::vector<PDXStoreAccount> accountsOf(const PDXCallList& list) {
+  std::vector<PDXStoreAccount> accounts;
+  if (list.store.empty()) return accounts;
+  std::optional<PDXRowAccount> rows;
+  if (list.rows)
+    rows = {.rows = *list.rows - list.older, .repeated = 0, .leftOut = {{"filtered", list.filtered}}};
+  accounts.push_back(PDXStoreAccount::of(list.store, rows, list.calls));
+  if (!list.olderRows) return accounts;
+  std::optional<PDXRowAccount> older;
+  if (*list.olderRows)
+    older = {.rows = list.older, .repeated = 0, .leftOut = {{"in the newer store", list.older}}};
+  accounts.push_back(PDXStoreAccount::of("call_history.db", older, 0));
+  return accounts;
+}
+
 }  // namespace
 
 PDXCallList PDXCallsExport::read(PDXDeviceData& deviceData, const std::optional<PDXDate>& start,
@@ -143,7 +161,8 @@ PDXCallList PDXCallsExport::read(PDXDeviceData& deviceData, const std::optional<
   const auto reader = PDXCallLogReader::forDeviceData(deviceData);
   if (reader == nullptr) return list;
   list.logs = reader->getCallLogs();
-  list.older = olderRows(deviceData);
+  countOlderRows(deviceData, list);
+  list.store = PDXText::lastPathComponent(reader->callLogDbPath());
   list.rows = reader->storedCallCount();
   if (list.rows) *list.rows += list.older;
   for (PDXCallLog& log : list.logs) {
@@ -172,5 +191,6 @@ PDXKindReport PDXCallsExport::run(PDXDeviceData& deviceData, const PDXExportOpti
   }
   kind.entries->written = list.calls;
   if (list.rows) kind.entries->rows = accountOf(list, list.calls);
+  kind.accounts = accountsOf(list);
   return kind;
 }

@@ -24,6 +24,12 @@ struct PDXCallList {
 
   /// Rows of the older database where there is a newer store too: the device moved its calls there.
   std::size_t older = 0;
+
+  std::string store;  ///< The name of the store that the calls are from.
+
+  /// Of the older database beside it: its rows, nothing when they cannot be counted; no such value without
+  /// one.
+  std::optional<std::optional<std::size_t>> olderRows;
 };
 
 namespace PDXCallsExport {

@@ -7,6 +7,8 @@
 #include "app/export/CleanedRecords.h"
 #include "backup/BackupNavigation.h"
 #include "backup/DeviceData.h"
+#include "backup/ReachableRows.h"
+#include "backup/SQLiteHelper.h"
 #include "contacts/ContactGoogleCSVGenerator.h"
 #include "contacts/ContactImageRetriever.h"
 #include "contacts/ContactVCardGenerator.h"
@@ -64,10 +66,39 @@ bool matches(const PDXContactEntry& contact, const std::string& search) {
   });
 }
 
-std::optional<std::size_t> counted(const PDXSQLiteDatabase& database, const char* query) {
-  auto rows = database.prepare(query);
-  if (!rows.step()) return std::nullopt;
-  return static_cast<std::size_t>(rows.int64(0));
+/// How many people the store has a picture of; nothing when damage keeps them from being counted.
+std::optional<std::size_t> countPictured(const PDXSQLiteDatabase& database) {
+  const bool isOlder = PDXSQLiteHelper::doesDatabaseContainTable(database, "ABImage");
+  auto rows = database.prepare(std::string("SELECT count(DISTINCT record_id) FROM ") +
+                               (isOlder ? "ABImage" : "ABThumbnailImage") + " NOT INDEXED");
+  const bool isCounted = rows.step();
+  return isCounted ? std::optional(static_cast<std::size_t>(rows.int64(0))) : std::nullopt;
+}
+
+std::vector<PDXStoreAccount> accountsOf(const PDXContactList& list, const PDXContactRows& rows,
+                                        bool writesPictures) {
+  PDXStoreAccount people;
+  people.store = "AddressBook.sqlitedb";
+  people.rows = rows.found;
+  people.written = rows.written;
+  people.leftOut = {{"merged", rows.merged}, {"filtered", rows.filtered}, {"without content", rows.empty}};
+  if (!rows.found)
+    people = {.store = "AddressBook.sqlitedb", .rows = {}, .why = list.whyNotCounted, .leftOut = {}};
+  if (!list.hasPictureStore) return {people};
+  PDXStoreAccount pictures;
+  pictures.store = "AddressBookImages.sqlitedb";
+  pictures.rows = list.pictured;
+  if (!list.pictured) {
+    pictures.why = "a table is missing or damaged";
+    return {people, pictures};
+  }
+  const auto shown = static_cast<std::size_t>(
+      std::count_if(list.contacts.begin(), list.contacts.end(),
+                    [](const PDXContactEntry& contact) { return !contact.picture.empty(); }));
+  pictures.written = writesPictures ? shown : 0;
+  pictures.leftOut = {{"not asked for", writesPictures ? 0 : shown},
+                      {"of nobody in the list", *list.pictured - std::min(shown, *list.pictured)}};
+  return {people, pictures};
 }
 
 void removeUnmatched(PDXContactList& list, const std::string& search) {
@@ -124,15 +155,18 @@ std::size_t writePictures(const std::vector<PDXContactEntry>& contacts, const st
 PDXContactList PDXContactsExport::read(PDXDeviceData& deviceData, const std::string& search) {
   PDXContactsDatabase::loadContactsFromDeviceData(deviceData);
   const std::string path = deviceData.databaseOfFeature(PDXFeature::AddressBook);
-  PDXContactsDatabaseReader reader(path, deviceData.databaseOfFeature(PDXFeature::AddressBookImages));
+  const std::string pictures = deviceData.databaseOfFeature(PDXFeature::AddressBookImages);
+  PDXContactsDatabaseReader reader(path, pictures);
   PDXContactList list;
+  list.hasPictureStore = !pictures.empty();
+  if (list.hasPictureStore) list.pictured = countPictured(PDXSQLiteDatabase(pictures));
   list.contacts = PDXContactsDatabase::contacts();
   PDXNamelessContacts nameless = reader.readContactsWithoutName();
   list.rows.table = "ABPerson";
   list.rows.merged = nameless.namedRows - std::min(nameless.namedRows, list.contacts.size());
   list.rows.empty = nameless.emptyRows;
   // Counted apart from the reader: what it does not see would be missing from its own count as well.
-  list.rows.found = counted(PDXSQLiteDatabase(path), "SELECT count(1) FROM ABPerson NOT INDEXED");
+  list.rows.found = PDXReachableRows::count(PDXSQLiteDatabase(path), "ABPerson", list.whyNotCounted);
   for (PDXContactEntry& contact : nameless.contacts)
     contact.isBlocked = PDXContactsDatabase::isContactBlocked(contact);
   std::move(nameless.contacts.begin(), nameless.contacts.end(), std::back_inserter(list.contacts));
@@ -151,6 +185,7 @@ PDXKindReport PDXContactsExport::run(PDXDeviceData& deviceData, const PDXExportO
   kind.filtered = list.filtered;
   kind.rows = list.rows;
   kind.rows->filtered = list.filtered;
+  kind.accounts = accountsOf(list, *kind.rows, options.writesContactPictures);
   if (list.contacts.empty()) return kind;
   const std::string folder = PDXFiles::joined(options.outputFolder, kFolder);
   PDXFiles::makeFolders(folder);
@@ -161,6 +196,7 @@ PDXKindReport PDXContactsExport::run(PDXDeviceData& deviceData, const PDXExportO
             report);
   if (!isWritten) return kind;
   kind.rows->written = list.contacts.size();
+  kind.accounts = accountsOf(list, *kind.rows, options.writesContactPictures);
   kind.written = {{.title = "Contacts as vCards", .path = "Contacts/Contacts.vcf"},
                   {.title = "Contacts as a table", .path = "Contacts/Contacts.csv"}};
   if (options.writesContactPictures)

@@ -17,7 +17,11 @@ struct PDXContactList {
   std::vector<PDXContactEntry> contacts;
 
   std::size_t filtered = 0;  ///< Contacts that the search did not find.
-  PDXContactRows rows;       ///< What became of the rows of ABPerson; nothing is written yet.
+  /// Of the pictures: how many people the store has one of, nothing when they cannot be counted.
+  std::optional<std::size_t> pictured;
+  bool hasPictureStore = false;
+  std::string whyNotCounted;  ///< Why `rows` tells no number of rows; "" when it does.
+  PDXContactRows rows;        ///< What became of the rows of ABPerson; nothing is written yet.
 };
 
 namespace PDXContactsExport {

@@ -78,7 +78,10 @@ PDXExportReport PDXExportJob::run(const PDXProgressSink& progress, const std::st
                                                 "Messages", report, progress, stop);
     kind.kind = "messages";
     kind.title = "Messages";
-    if (report.outcome == PDXExportReport::Outcome::done && !stop.stop_requested()) countRows_(kind);
+    if (report.outcome == PDXExportReport::Outcome::done && !stop.stop_requested()) {
+      countRows_(kind);
+      kind.accounts = {PDXStoreAccount::of("sms.db", kind.messageRows, kind.messageCount())};
+    }
     report.kinds.push_back(std::move(kind));
   }
   const auto goesOn = [&] {
@@ -99,6 +102,7 @@ PDXExportReport PDXExportJob::run(const PDXProgressSink& progress, const std::st
     report.kinds.push_back(PDXMusicExport::run(deviceData_, options_, report, progress, stop));
   for (const PDXContentKind& kind : PDXContentKinds::all()) sayIfLeftOut_(kind, report);
   report.problems = problems_.problems();
+  for (PDXKindReport& kind : report.kinds) kind.settleAccounts(report.problems);
   if (stop.stop_requested()) report.outcome = PDXExportReport::Outcome::stopped;
   if (report.outcome != PDXExportReport::Outcome::stopped) writeOverview_(report);
   return report;

@@ -20,7 +20,8 @@ std::string withoutScratchFolder(const std::string& where) {
 
 std::int64_t PDXContactRows::unaccounted() const {
   if (!found) return 0;
-  return static_cast<std::int64_t>(*found) - static_cast<std::int64_t>(written + merged + filtered + empty);
+  return static_cast<std::int64_t>(*found) -
+         static_cast<std::int64_t>(written + merged + filtered + empty + unreadable);
 }
 
 namespace {
@@ -50,6 +51,35 @@ std::string PDXEntriesReport::notCopiedText() const {
          " in the backup: --with-files copies " + (notCopied == 1 ? "it" : "them");
 }
 
+void PDXKindReport::settleAccounts(const std::vector<PDXProblem>& problems) {
+  const std::string one = kind.substr(0, kind.size() - (kind.ends_with('s') ? 1 : 0));
+  const auto isDamaged = [&](const PDXStoreAccount& account) {
+    const auto isOfStore = [&](const PDXProblem& problem) {
+      return problem.where.find(account.store) != std::string::npos ||
+             problem.what.find(one) != std::string::npos;
+    };
+    return std::any_of(problems.begin(), problems.end(), isOfStore) ||
+           std::any_of(unreadable.begin(), unreadable.end(), isOfStore);
+  };
+  std::size_t lost = 0;
+  for (PDXStoreAccount& account : accounts) {
+    const std::size_t before = account.unreadable;
+    if (isDamaged(account)) account.takeMissingAsUnreadable();
+    lost += account.unreadable - before;
+  }
+  if (lost == 0) return;
+  const auto settle = [lost](PDXRowAccount& sum) {
+    const auto gone = static_cast<std::size_t>(std::max<std::int64_t>(sum.unaccounted, 0));
+    if (gone == 0) return;
+    sum.leftOut.push_back({"unreadable", std::min(lost, gone)});
+    sum.unaccounted -= static_cast<std::int64_t>(std::min(lost, gone));
+  };
+  if (messageRows) settle(*messageRows);
+  if (notes && notes->rows) settle(*notes->rows);
+  if (entries && entries->rows) settle(*entries->rows);
+  if (rows && !accounts.empty()) rows->unreadable = accounts.front().unreadable;
+}
+
 std::size_t PDXKindReport::messageCount() const {
   return std::accumulate(written.begin(), written.end(), std::size_t{0},
                          [](std::size_t sum, const PDXExportedItem& item) { return sum + item.messages; });
@@ -62,7 +92,10 @@ std::size_t PDXKindReport::attachmentCount() const {
 
 bool PDXExportReport::isComplete() const {
   const bool allRead = std::all_of(kinds.begin(), kinds.end(), [](const PDXKindReport& kind) {
-    return kind.unreadable.empty() && (!kind.rows || kind.rows->unaccounted() == 0) &&
+    return kind.unreadable.empty() &&
+           std::all_of(kind.accounts.begin(), kind.accounts.end(),
+                       [](const PDXStoreAccount& account) { return account.isComplete(); }) &&
+           (!kind.rows || kind.rows->unaccounted() == 0) &&
            (!kind.notes || !kind.notes->rows || kind.notes->rows->unaccounted == 0) &&
            (!kind.entries || !kind.entries->rows || kind.entries->rows->unaccounted == 0);
   });

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "app/export/RowAccount.h"
+#include "app/export/StoreAccount.h"
 #include "platform/Log.h"
 
 /// One page or file that an export wrote.
@@ -30,6 +31,7 @@ struct PDXContactRows {
   std::size_t merged = 0;    ///< Part of what another row made.
   std::size_t filtered = 0;  ///< Left out because they do not match.
   std::size_t empty = 0;     ///< Left out because they say nothing.
+  std::size_t unreadable = 0;
 
   /// Rows of which nobody knows what became; 0 when all is well, and when the rows could not be counted.
   std::int64_t unaccounted() const;
@@ -96,6 +98,12 @@ struct PDXKindReport {
   std::optional<PDXNotesReport> notes;  ///< Of notes only.
 
   std::optional<PDXEntriesReport> entries;  ///< Of such kinds only; `found` and `filtered` count entries.
+
+  /// One for each store that the kind was read from.
+  std::vector<PDXStoreAccount> accounts;
+
+  /// Where the log tells of damage in a store, rows that are missing from its account could not be read.
+  void settleAccounts(const std::vector<PDXProblem>& problems);
 
   std::size_t messageCount() const;
   std::size_t attachmentCount() const;

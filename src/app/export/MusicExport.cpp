@@ -305,6 +305,10 @@ PDXKindReport PDXMusicExport::run(PDXDeviceData& deviceData, const PDXExportOpti
   kind.kind = "music";
   kind.title = kFolder;
   kind.entries = PDXEntriesReport{.one = "track", .many = "tracks", .written = 0, .rows = {}};
+  const std::string store = options.libraryFile.empty()
+                                ? "MediaLibrary.sqlitedb"
+                                : std::string(PDXText::lastPathComponent(options.libraryFile));
+  kind.accounts = {PDXStoreAccount::of(store, std::nullopt, 0)};
   const auto library = read(deviceData, options.libraryFile);
   if (!library) return kind;
   kind.found = library->tracks.size();
@@ -315,5 +319,6 @@ PDXKindReport PDXMusicExport::run(PDXDeviceData& deviceData, const PDXExportOpti
   }
   kind.entries->written = library->tracks.size();
   if (library->rows) kind.entries->rows = accountOf(*library);
+  kind.accounts = {PDXStoreAccount::of(store, kind.entries->rows, kind.entries->written)};
   return kind;
 }

@@ -322,6 +322,40 @@ PDXRowAccount accountOf(const PDXNoteRowCounts& counts, std::size_t written, std
   return account;
 }
 
+bool isOfOlderStore(const PDXAnyNote& note) {
+  const auto* newer = std::get_if<PDXIOS9NoteDetail>(&note);
+  return newer == nullptr || newer->isOfOlderStore;
+}
+
+PDXStoreAccount accountOf(const std::string& store, const std::optional<PDXNoteRowCounts>& counts,
+                          std::size_t written, std::size_t filtered) {
+  const auto rows = counts ? std::optional(accountOf(*counts, written, filtered)) : std::nullopt;
+  return PDXStoreAccount::of(store, rows, written);
+}
+
+/// One for each store that the backup has.
+std::vector<PDXStoreAccount> accountsOf(const PDXNoteList& list, const std::vector<Task>& tasks,
+                                        const std::vector<Result>& results) {
+  struct {
+    std::size_t found = 0;
+    std::size_t taken = 0;
+    std::size_t written = 0;
+  } newer, older;
+  for (const PDXAnyNote& note : list.notes) ++(isOfOlderStore(note) ? older : newer).found;
+  for (std::size_t i = 0; i < tasks.size(); ++i) {
+    auto& sums = isOfOlderStore(*tasks[i].note) ? older : newer;
+    ++sums.taken;
+    sums.written += results[i].isWritten ? 1 : 0;
+  }
+  std::vector<PDXStoreAccount> accounts;
+  if (list.hasNewer)
+    accounts.push_back(
+        accountOf("NoteStore.sqlite", list.newerCounts, newer.written, newer.found - newer.taken));
+  if (list.hasOlder)
+    accounts.push_back(accountOf("notes.sqlite", list.olderCounts, older.written, older.found - older.taken));
+  return accounts;
+}
+
 }  // namespace
 
 PDXNoteList PDXNotesExport::read(PDXDeviceData& deviceData) {
@@ -330,7 +364,13 @@ PDXNoteList PDXNotesExport::read(PDXDeviceData& deviceData) {
   PDXNoteList list;
   list.reader = std::make_unique<PDXIOS9NoteDatabaseReader>(store, legacy);
   list.reader->setDeviceBackup(&deviceData);
-  if (!store.empty()) list.counts = PDXNoteRowCounts::ofStores(store, legacy);
+  list.hasNewer = !store.empty();
+  list.hasOlder = !legacy.empty();
+  if (list.hasNewer) {
+    list.counts = PDXNoteRowCounts::ofStores(store, legacy);
+    list.newerCounts = PDXNoteRowCounts::ofStores(store, "");
+    list.olderCounts = PDXNoteRowCounts::ofOlderStoreBesideNewer(legacy);
+  }
   auto notes = list.reader->getAllNotes();
   // A device that never moved its notes may have an empty newer store all the same. One that cannot be
   // counted gives way only when not a single note of it can be read.
@@ -338,7 +378,7 @@ PDXNoteList PDXNotesExport::read(PDXDeviceData& deviceData) {
   const bool livesInOlder = !legacy.empty() && isNewerEmpty;
   if (livesInOlder) {
     list.reader.reset();
-    list.counts = PDXNoteRowCounts::ofLegacyStore(legacy);
+    list.counts = list.olderCounts = PDXNoteRowCounts::ofLegacyStore(legacy);
     for (auto& note : PDXLegacyNoteDatabaseReader(legacy).getAllNotes())
       list.notes.emplace_back(std::move(note));
     return list;
@@ -378,6 +418,8 @@ PDXKindReport PDXNotesExport::run(PDXDeviceData& deviceData, const PDXExportOpti
   kind.filtered = kind.found - tasks.size();
   const auto results = Workers(list, options, progress, stop).run(tasks);
   for (std::size_t i = 0; i < tasks.size(); ++i) addTo(kind, report, tasks[i], results[i], options);
+  if (report.outcome == PDXExportReport::Outcome::done && !stop.stop_requested())
+    kind.accounts = accountsOf(list, tasks, results);
   if (!list.counts) return kind;
   kind.notes->locked = list.counts->locked;
   const bool isWhole = report.outcome == PDXExportReport::Outcome::done && !stop.stop_requested();

@@ -24,6 +24,12 @@ struct PDXNoteList {
   std::vector<PDXAnyNote> notes;  ///< In list order.
   std::optional<PDXNoteRowCounts> counts;
 
+  // Of each store by itself; nothing when it cannot be counted, or is not there.
+  std::optional<PDXNoteRowCounts> newerCounts;
+  std::optional<PDXNoteRowCounts> olderCounts;
+  bool hasNewer = false;
+  bool hasOlder = false;
+
   /// Of the newer store; null for a device whose notes live in the older one alone.
   std::unique_ptr<PDXIOS9NoteDatabaseReader> reader;
 };

@@ -253,7 +253,8 @@ Json fileKindJson(const PDXKindReport& kind) {
                {"merged", {{"rows", rows.merged}}},
                {"filtered", {{"contacts", rows.filtered}}},
                {"withoutContent", {{"rows", rows.empty}}},
-               {"unaccounted", {{"rows", rows.unaccounted()}}},
+               {"unreadableRows", rows.found ? Json(rows.unreadable) : Json()},
+               {"unaccounted", {{"rows", rows.found ? Json(rows.unaccounted()) : Json()}}},
                {"files", files}};
   if (kind.pictures) json["written"]["pictures"] = *kind.pictures;
   return json;
@@ -333,6 +334,38 @@ Json kindJson(const PDXKindReport& kind) {
           {"pages", pages}};
 }
 
+/// Null for figures that are not known, with the reason beside it.
+Json accountsJson(const std::vector<PDXStoreAccount>& accounts) {
+  auto json = Json::array();
+  for (const PDXStoreAccount& account : accounts) {
+    if (!account.rows) {
+      json.push_back({{"store", account.store}, {"rows", nullptr}, {"why", account.why}});
+      continue;
+    }
+    auto leftOut = Json::object();
+    for (const PDXRowAccount::Reason& reason : account.leftOut) leftOut[reason.why] = reason.rows;
+    json.push_back({{"store", account.store},
+                    {"rows", *account.rows},
+                    {"repeated", account.repeated},
+                    {"written", account.written},
+                    {"leftOut", leftOut},
+                    {"unreadable", account.unreadable},
+                    {"unaccounted", account.unaccounted()}});
+  }
+  return json;
+}
+
+std::string accountTexts(const PDXExportReport& report) {
+  std::string html;
+  for (const PDXKindReport& kind : report.kinds) {
+    for (const PDXStoreAccount& account : kind.accounts) {
+      if (const std::string text = account.text(); !text.empty())
+        html += "<p class=\"note\">" + PDXText::escapedForHtml(kind.title + ": " + text) + "</p>\n";
+    }
+  }
+  return html;
+}
+
 }  // namespace
 
 namespace PDXOverview {
@@ -364,6 +397,7 @@ std::string startPage(const PDXBackupInformation& information, const PDXExportRe
   }
   notes +=
       problemList(counted(report.problems.size(), "problem", "problems") + " while reading", report.problems);
+  notes += accountTexts(report);
   if (!notes.empty()) html += "<section><h2>Notes</h2>\n" + notes + "</section>\n";
   return html + "</main></body></html>\n";
 }
@@ -371,7 +405,10 @@ std::string startPage(const PDXBackupInformation& information, const PDXExportRe
 std::string reportJson(const PDXBackupInformation& information, const PDXExportReport& report) {
   Json document = PDXBackupJson::document("export", information);
   document["backup"]["snapshotState"] = information.snapshotState();
-  for (const PDXKindReport& kind : report.kinds) document["items"].push_back(kindJson(kind));
+  for (const PDXKindReport& kind : report.kinds) {
+    document["items"].push_back(kindJson(kind));
+    document["items"].back()["accounts"] = accountsJson(kind.accounts);
+  }
   document["notHeld"] = report.notHeld;
   document["notConcerned"] = report.notConcerned;
   document["notBuilt"] = report.notBuilt;
