@@ -1,4 +1,7 @@
 #include <fcntl.h>
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -89,6 +92,10 @@ void endWhenGone(void (*end)()) {
   theEnd = end;
   // Without a limit memory is never refused, and whatever looks for faults has handlers of its own.
   if (!left()) return;
+#ifdef M_ARENA_MAX
+  // Threads share one: each of their own sets aside 64 megabytes of address space, whatever it holds.
+  ::mallopt(M_ARENA_MAX, 1);
+#endif
   std::set_terminate(onTerminate);
   watchSignals();
 }
