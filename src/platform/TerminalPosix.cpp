@@ -3,6 +3,7 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <mutex>
 
@@ -52,6 +53,7 @@ End readLine(int descriptor, PDXSecret& line, const std::stop_token& stop, EachT
   std::uint8_t byte = 0;
   while (line.size() < kLongest && waitForInput(descriptor, stop, eachTime)) {
     const ssize_t got = ::read(descriptor, &byte, 1);
+    if (got < 0 && (errno == EAGAIN || errno == EINTR)) continue;
     if (got <= 0) return got == 0 ? End::input : End::failure;
     if (byte == '\n') return End::lineBreak;
     line.push_back(byte);
@@ -85,7 +87,8 @@ void restore() {
 }
 
 std::optional<PDXSecret> firstLineOf(const std::string& file, const std::stop_token& stop) {
-  const int descriptor = file == "-" ? STDIN_FILENO : ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
+  // Without O_NONBLOCK a pipe that nobody writes to would be waited for here, where no stop is heard.
+  const int descriptor = file == "-" ? STDIN_FILENO : ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (descriptor < 0) return std::nullopt;
   PDXSecret line;
   const End end = readLine(descriptor, line, stop, [] {});

@@ -3,7 +3,9 @@
 #include <pthread.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <ctime>
+#include <future>
 #include <utility>
 
 #include "app/cli/ExitStatus.h"
@@ -27,11 +29,21 @@ void PDXInterrupt::watch_(const std::stop_token& end) {
   constexpr timespec kLook{.tv_sec = 0, .tv_nsec = 50'000'000};
   while (!end.stop_requested()) {
     if (sigtimedwait(&signals_, nullptr, &kLook) < 0) continue;
-    if (stop_.stop_requested()) {
-      PDXTerminal::restore();
-      PDXFiles::removeTree(scratchFolder_);
-      ::_exit(static_cast<int>(PDXExitStatus::interrupted));
-    }
-    stop_.request_stop();
+    if (stopper_.joinable()) endAtOnce_();
+    // Aside, since what is done on a stop may wait for work that hangs; the next signal must still be heard.
+    stopper_ = std::jthread([this] { stop_.request_stop(); });
   }
+}
+
+void PDXInterrupt::endAtOnce_() const {
+  constexpr std::chrono::milliseconds kForTidying{500};
+  std::promise<void> tidied;
+  auto isTidy = tidied.get_future();
+  std::thread([tidied = std::move(tidied), folder = scratchFolder_]() mutable {
+    PDXTerminal::restore();
+    PDXFiles::removeTree(folder);
+    tidied.set_value();
+  }).detach();
+  isTidy.wait_for(kForTidying);
+  ::_exit(static_cast<int>(PDXExitStatus::interrupted));
 }

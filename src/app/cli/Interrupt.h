@@ -6,7 +6,8 @@
 #include <thread>
 
 /// Turns Ctrl-C and the other signals that end a program into a stop request, so that the run can put things
-/// in order. A second signal ends the program at once, with its scratch folder removed.
+/// in order. A second signal ends the program at once, whatever hangs, with its scratch folder removed as far
+/// as that is quick; the next run removes what is left.
 class PDXInterrupt {
  public:
   /// Made before any other thread, whose signals it takes over, and before there is anything to put in
@@ -24,9 +25,11 @@ class PDXInterrupt {
 
  private:
   void watch_(const std::stop_token& end);
+  [[noreturn]] void endAtOnce_() const;
 
   std::string scratchFolder_;
   sigset_t signals_{};
   std::stop_source stop_;
+  std::jthread stopper_;
   std::jthread watcher_;
 };
