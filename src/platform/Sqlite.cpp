@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <fstream>
 #include <mutex>
 #include <optional>
 #include <utility>
@@ -52,6 +53,24 @@ std::optional<Extent> extentOf(const std::string& path) {
   // The count may be an older writer's.
   const bool isCurrent = bigEndian(header, 24, 4) == bigEndian(header, 92, 4);
   return isCurrent && extent.pageSize >= 512 ? std::optional(extent) : std::nullopt;
+}
+
+/// The pages that a cut file is completed to. What SQLite needs is that none are missing of those that the
+/// header counts: a page that is not there reads as damaged whether it is empty or behind the end. So nothing
+/// is lost where a header counts more than a copy that was broken off comes short of, and the room and the
+/// time that a file may take stay in proportion to what is there.
+std::uint64_t mostPages(const Extent& extent) {
+  constexpr std::uint64_t kTimes = 16;
+  constexpr std::uint64_t kLeast = std::uint64_t{16} << 20;
+  return std::max(extent.size * kTimes, kLeast) / extent.pageSize;
+}
+
+bool writePageCount(const std::string& path, std::uint64_t pages) {
+  constexpr int kAt = 28;
+  std::string count;
+  for (int shift = 24; shift >= 0; shift -= 8) count += static_cast<char>(pages >> shift & 0xFF);
+  std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+  return file.seekp(kAt).write(count.data(), 4).flush().good();
 }
 
 constexpr int kStepsBetweenLooks = 10'000;  // Some hundred microseconds.
@@ -172,10 +191,11 @@ PDXSQLiteDatabase::PDXSQLiteDatabase(const std::string& path, PDXSQLiteAccess ac
 }
 
 std::string PDXSQLiteDatabase::completeCutFile(const std::string& path) {
-  constexpr std::uint64_t kMostBytes = std::uint64_t{1} << 40;  // A sparse file, but not an absurd one.
   const auto extent = extentOf(path);
-  if (!extent || extent->size >= extent->counted() || extent->counted() > kMostBytes) return "";
-  if (!PDXFiles::lengthen(path, extent->counted())) return "";
+  if (!extent || extent->size >= extent->counted()) return "";
+  const std::uint64_t pages = std::min(extent->pages, mostPages(*extent));
+  if (pages < extent->pages && !writePageCount(path, pages)) return "";
+  if (!PDXFiles::lengthen(path, pages * extent->pageSize)) return "";
   return "the file is cut short: " + std::to_string(extent->size / extent->pageSize) + " of " +
          std::to_string(extent->pages) + " pages are there";
 }

@@ -40,7 +40,8 @@ class PDXSQLiteDatabase {
   static void interruptWith(std::stop_token stop);
 
   /// Lengthens a scratch copy that is shorter than its header says, as a copy that was cut off is: SQLite
-  /// refuses such a file whole, but reads what is there of one with empty pages at its end.
+  /// refuses such a file whole, but reads what is there of one with empty pages at its end. A header that
+  /// counts a great many more pages than there are is made to count fewer instead.
   /// @return what was wrong, in a few words; "" when nothing was.
   static std::string completeCutFile(const std::string& path);
 

@@ -158,4 +158,19 @@ TEST(Sqlite, DamageThatNobodyAsksAboutIsSaidOnce) {
   PDXLog::listen(before);
 }
 
+TEST(Sqlite, AForgedHeaderDoesNotBlowUpACutFile) {
+  const PDXTestFolder folder;
+  const std::string path = PDXSampleDatabase().table("t", "a").row("t", 7).writeTo(folder / "a.db");
+  std::string bytes = fileText(path);
+  bytes.replace(28, 4, "\x00\x6A\xCF\xC0"s);
+  folder.write("a.db", bytes);
+  EXPECT_EQ(PDXSQLiteDatabase::completeCutFile(path), "the file is cut short: 2 of 7000000 pages are there");
+  EXPECT_EQ(PDXFiles::sizeOf(path), std::uint64_t{16} << 20);
+  EXPECT_TRUE(PDXSQLiteDatabase::isWholeFile(path));
+  const PDXSQLiteDatabase database(path);
+  auto row = database.prepare("SELECT a FROM t");
+  EXPECT_TRUE(row.step());
+  EXPECT_EQ(row.int64(0), 7);
+}
+
 }  // namespace
