@@ -12,6 +12,7 @@
 #include "platform/Files.h"
 #include "platform/Log.h"
 #include "platform/Memory.h"
+#include "platform/SqliteGuard.h"
 #include "platform/Text.h"
 
 namespace {
@@ -96,23 +97,32 @@ std::string immutableAddress(const std::string& path) {
   return (encoded.starts_with('/') ? "file://" : "file:") + encoded + "?immutable=1";
 }
 
-/// No value is longer than the file that holds it; a computed column could claim otherwise.
+/// No value is longer than the file that holds it, but for a text that is stored as UTF-16; the longest of
+/// genuine stores, pictures and bodies of notes, have some dozens of megabytes.
 void limitLengths(sqlite3* handle, std::uint64_t size) {
-  constexpr std::uint64_t kLeast = std::uint64_t{16} << 20;
-  constexpr std::uint64_t kMost = 1'000'000'000;
-  sqlite3_limit(handle, SQLITE_LIMIT_LENGTH, static_cast<int>(std::clamp(size, kLeast, kMost)));
+  constexpr std::uint64_t kLeast = std::uint64_t{1} << 20;
+  constexpr std::uint64_t kMost = std::uint64_t{128} << 20;
+  constexpr int kLongestSql = 1 << 20;
+  constexpr int kLongestPattern = 2000;  // Addresses are taken for patterns, too.
+  sqlite3_limit(handle, SQLITE_LIMIT_LENGTH, static_cast<int>(std::clamp(2 * size, kLeast, kMost)));
+  sqlite3_limit(handle, SQLITE_LIMIT_SQL_LENGTH, kLongestSql);
+  sqlite3_limit(handle, SQLITE_LIMIT_LIKE_PATTERN_LENGTH, kLongestPattern);
+  sqlite3_limit(handle, SQLITE_LIMIT_ATTACHED, 0);
 }
 
-void harden(sqlite3* handle, PDXSQLiteAccess access) {
-  sqlite3_extended_result_codes(handle, 1);
-  sqlite3_busy_timeout(handle, 2000);
-  if (access == PDXSQLiteAccess::create) return;
+void harden(sqlite3* handle) {
   sqlite3_db_config(handle, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
   sqlite3_db_config(handle, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
   sqlite3_db_config(handle, SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
   sqlite3_db_config(handle, SQLITE_DBCONFIG_ENABLE_VIEW, 0,
                     nullptr);  // One could run for ever under a table's name.
+}
+
+/// What does no harm before the schema is known to do none: some of these read it.
+void tune(sqlite3* handle) {
   sqlite3_exec(handle, "PRAGMA cell_size_check=ON", nullptr, nullptr, nullptr);
+  // A quick check would evaluate them.
+  sqlite3_exec(handle, "PRAGMA ignore_check_constraints=ON", nullptr, nullptr, nullptr);
   // In KiB. What belongs together lies close in a phone's stores, but not within the usual two megabytes:
   // this spares a third of the reads of a large messages store.
   sqlite3_exec(handle, "PRAGMA cache_size=-16000", nullptr, nullptr, nullptr);
@@ -137,6 +147,21 @@ struct PDXSQLiteWatch {
 
   std::string path;
   bool isDamageKnown = false;  ///< Whether somebody asked why a statement failed, or the log said it.
+
+  std::optional<PDXSQLiteGuard> guard;  ///< None for databases of our own.
+
+  sqlite3_stmt* compile(sqlite3* handle, std::string_view sql, std::string_view* rest = nullptr) {
+    looks = 0;
+    bytes = 0;
+    return guard ? guard->compile(sql, rest) : PDXSQLiteGuard::compileAny(handle, sql, rest);
+  }
+
+  bool isRefused() const { return guard && !guard->refusal().empty(); }
+
+  /// Why the last call failed.
+  std::string errorOf(sqlite3* handle) const {
+    return isRefused() ? guard->refusal() : PDXSQLiteGuard::errorOf(handle);
+  }
 
   bool isExhausted() const { return looks > mostLooks; }
 
@@ -179,15 +204,19 @@ PDXSQLiteDatabase::PDXSQLiteDatabase(const std::string& path, PDXSQLiteAccess ac
     handle_.reset();
     return;
   }
-  harden(handle, access);
-  watch_ = std::make_shared<PDXSQLiteWatch>(PDXSQLiteWatch{.stop = currentStop(), .path = path});
-  if (access != PDXSQLiteAccess::create) {
-    const std::uint64_t size =
-        PDXFiles::sizeOf(path).value_or(0) + PDXFiles::sizeOf(path + "-wal").value_or(0);
-    limitLengths(handle, size);
-    watch_->setLimits(size);
-  }
+  sqlite3_extended_result_codes(handle, 1);
+  sqlite3_busy_timeout(handle, 2000);
+  watch_ = std::make_shared<PDXSQLiteWatch>();
+  watch_->stop = currentStop();
+  watch_->path = path;
   sqlite3_progress_handler(handle, kStepsBetweenLooks, PDXSQLiteWatch::look, watch_.get());
+  if (access == PDXSQLiteAccess::create) return;
+  const std::uint64_t size = PDXFiles::sizeOf(path).value_or(0) + PDXFiles::sizeOf(path + "-wal").value_or(0);
+  limitLengths(handle, size);
+  watch_->setLimits(size);
+  harden(handle);
+  watch_->guard.emplace(handle, path);
+  if (!watch_->guard->refusesEverything()) tune(handle);
 }
 
 std::string PDXSQLiteDatabase::completeCutFile(const std::string& path) {
@@ -211,7 +240,11 @@ void PDXSQLiteDatabase::interruptWith(std::stop_token stop) {
 }
 
 std::string PDXSQLiteDatabase::error() const {
-  return handle_ == nullptr ? "cannot be opened" : sqlite3_errmsg(handle_.get());
+  return handle_ == nullptr ? "cannot be opened" : watch_->errorOf(handle_.get());
+}
+
+std::string PDXSQLiteDatabase::schemaDamage() const {
+  return handle_ != nullptr && watch_->guard ? watch_->guard->schemaDamage() : "";
 }
 
 std::string PDXSQLiteDatabase::whyUnreadable() const {
@@ -225,8 +258,16 @@ PDXSQLiteStatement PDXSQLiteDatabase::prepare(std::string_view sql) const {
 
 bool PDXSQLiteDatabase::run(const std::string& sql) const {
   if (handle_ == nullptr) return false;
-  watch_->looks = 0;
-  return sqlite3_exec(handle_.get(), sql.c_str(), nullptr, nullptr, nullptr) == SQLITE_OK;
+  for (std::string_view rest = sql; !rest.empty();) {
+    const std::unique_ptr<sqlite3_stmt, PDXSQLiteStatement::Finalize> statement(
+        watch_->compile(handle_.get(), rest, &rest));
+    const bool isBlank = !statement && sqlite3_errcode(handle_.get()) == SQLITE_OK && !watch_->isRefused();
+    if (isBlank) continue;
+    int result = SQLITE_ROW;
+    while (result == SQLITE_ROW) result = sqlite3_step(statement.get());
+    if (result != SQLITE_DONE) return false;
+  }
+  return true;
 }
 
 void PDXSQLiteStatement::Finalize::operator()(sqlite3_stmt* statement) const noexcept {
@@ -240,13 +281,13 @@ PDXSQLiteStatement::PDXSQLiteStatement(sqlite3* database, std::string_view sql,
     error_ = "cannot be opened";
     return;
   }
-  watch_->looks = 0;
-  watch_->bytes = 0;
-  sqlite3_stmt* statement = nullptr;
-  sqlite3_prepare_v2(database, sql.data(), static_cast<int>(sql.size()), &statement, nullptr);
-  statement_.reset(statement);
+  statement_.reset(watch_->compile(database, sql));
   throwWithoutMemory(sqlite3_extended_errcode(database));
-  if (statement == nullptr) error_ = sqlite3_errmsg(database);
+  if (statement_ != nullptr) return;
+  error_ = watch_->errorOf(database);
+  failed_ = watch_->isRefused();  // There is something to read, so that its reader or the log must say it.
+  if (watch_->guard && !watch_->guard->schemaDamage().empty())
+    error_ += " (" + watch_->guard->schemaDamage() + ")";
 }
 
 PDXSQLiteStatement::PDXSQLiteStatement(PDXSQLiteStatement&&) noexcept = default;
@@ -291,7 +332,7 @@ bool PDXSQLiteStatement::step() {
                              : result == SQLITE_INTERRUPT && watch_->isExhausted();
   failed_ = isEndless || (result != SQLITE_ROW && result != SQLITE_DONE);
   wasInterrupted_ = result == SQLITE_INTERRUPT && !isEndless;
-  if (failed_) error_ = sqlite3_errmsg(sqlite3_db_handle(statement_.get()));
+  if (failed_) error_ = PDXSQLiteGuard::errorOf(sqlite3_db_handle(statement_.get()));
   if (isEndless) error_ = "the file is damaged: its rows do not come to an end";
   return result == SQLITE_ROW && !isEndless;
 }

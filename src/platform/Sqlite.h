@@ -24,7 +24,8 @@ class PDXSQLiteStatement;
 
 /// A database handle, closed when it goes out of scope. Databases of a backup are hostile: the handle is in
 /// defensive mode and trusts no schema, and no statement works longer or gives more rows than a sound file of
-/// that size can ask for: pages that lead to each other hold rows without end in a few bytes. One that did
+/// that size can ask for: pages that lead to each other hold rows without end in a few bytes. Statements on a
+/// table with generated columns do not compile, since those compute whatever the file says. One that did
 /// not open is safe to use: it has no tables.
 class PDXSQLiteDatabase {
  public:
@@ -57,6 +58,9 @@ class PDXSQLiteDatabase {
   /// Why nothing can be read from the file; "" when it is a database.
   std::string whyUnreadable() const;
 
+  /// What is wrong with the list of its tables when only a part of it could be read; "" otherwise.
+  std::string schemaDamage() const;
+
   PDXSQLiteStatement prepare(std::string_view sql) const;
 
   /// Runs statements that give no rows. False on an error.
@@ -77,6 +81,10 @@ class PDXSQLiteDatabase {
 /// is reset or gone, the log says so, once for a handle. Who asks is to report it.
 class PDXSQLiteStatement {
  public:
+  struct Finalize {
+    void operator()(sqlite3_stmt* statement) const noexcept;
+  };
+
   /// @param watch  the handle's, null without one.
   PDXSQLiteStatement(sqlite3* database, std::string_view sql, std::shared_ptr<PDXSQLiteWatch> watch);
   ~PDXSQLiteStatement();
@@ -124,9 +132,6 @@ class PDXSQLiteStatement {
   bool isBlob(int column) const;
 
  private:
-  struct Finalize {
-    void operator()(sqlite3_stmt* statement) const noexcept;
-  };
   bool has_(int column) const;
   void reportUnlessAsked_();
 

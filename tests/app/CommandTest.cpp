@@ -298,6 +298,35 @@ TEST_F(Command, StopsWhileItWaitsForThePassword) {
   }
 }
 
+TEST_F(Command, GeneratedColumnsAreSaidAndTheRestComesOut) {
+  const std::string store = folder_ / "phone/3d/3d0d7e5fb2ce288813306e4d4636395e047a3d28";
+  const auto make = [](const std::string& path, const std::string& table, const std::string& columns) {
+    const PDXSQLiteDatabase database(path, PDXSQLiteAccess::create);
+    EXPECT_TRUE(database.run("DROP TABLE " + table + "; CREATE TABLE " + table + " (" + columns + ")"));
+  };
+  make(store, "message", "text AS ('x'), handle_id, date, is_from_me, service");
+  const std::string why = "has generated columns, which no phone makes";
+  for (const char* command : {"list phone messages", "export phone --to out", "check phone"}) {
+    const Ran ran = run(command);
+    EXPECT_EQ(ran.status, 1) << command;
+    EXPECT_NE((ran.output + ran.errors).find("the table \"message\" " + why), std::string::npos)
+        << command << "\n"
+        << ran.output << ran.errors;
+  }
+  EXPECT_TRUE(PDXFiles::exists(folder_ / "out/Contacts")) << "other stores are read";
+
+  make(folder_ / "phone/Manifest.db", "Files", "fileID, domain, relativePath AS ('x'), flags, file");
+  for (const char* command :
+       {"info phone", "list phone messages", "files phone", "domains phone", "check phone",
+        "export phone --to out2", "get phone Library/SMS/sms.db --domain HomeDomain --to out3"}) {
+    const Ran ran = run(command);
+    EXPECT_GT(ran.status, 0) << command;
+    EXPECT_NE((ran.output + ran.errors).find("the table \"Files\" " + why), std::string::npos)
+        << command << "\n"
+        << ran.output << ran.errors;
+  }
+}
+
 TEST_F(Command, InfoAndListSpeakJson) {
   const auto info = nlohmann::json::parse(run("info phone --json").output);
   EXPECT_EQ(info["schema"], 1);
@@ -345,6 +374,23 @@ std::string everythingIn(const std::string& folder, const std::string& below = "
     all += PDXFiles::isFolder(path) ? everythingIn(path, below + name + "/") : fileText(path) + "\n";
   }
   return all;
+}
+
+TEST_F(Command, ACorruptTriggerCostsNothing) {
+  const Ran before = run("export phone --to before");
+  for (const char* store :
+       {"3d/3d0d7e5fb2ce288813306e4d4636395e047a3d28", "5a/5a4935c78a5255723f707230a451d79c540d2741",
+        "31/31bb7ba8914766d4ba40d6dfb6113c8b614be442"}) {
+    const PDXSQLiteDatabase database(folder_ / ("phone/" + std::string(store)), PDXSQLiteAccess::create);
+    EXPECT_TRUE(database.run(
+        "CREATE TABLE added (a); CREATE TRIGGER added AFTER INSERT ON added BEGIN SELECT 1; END; PRAGMA "
+        "writable_schema=ON; UPDATE sqlite_master SET sql = 'CREATE TRI@@ER' WHERE type = 'trigger'"))
+        << store;
+  }
+  const Ran after = run("export phone --to after");
+  EXPECT_EQ(after.status, before.status) << after.errors;
+  EXPECT_EQ(everythingIn(folder_ / "after"), everythingIn(folder_ / "before"));
+  EXPECT_NE(run("check phone").output.find("malformed database schema (added)"), std::string::npos);
 }
 
 TEST_F(Command, EveryFormOfABackupGivesTheSameAnswers) {

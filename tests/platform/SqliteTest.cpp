@@ -83,6 +83,11 @@ TEST(Sqlite, StatementsThatCannotWorkSaySo) {
   EXPECT_FALSE(wrong.isValid());
   EXPECT_FALSE(wrong.step());
 
+  EXPECT_EQ(database.prepare("SELECT * FROM \"\xFF\a\n\"").error(), "no such table: \xEF\xBF\xBD??")
+      << "it quotes what may be anything";
+  EXPECT_EQ(database.prepare("SELECT length(zeroblob(4000000))").step(), false)
+      << "no value is longer than the file";
+
   auto fails = database.prepare("SELECT abs(CASE a WHEN 2 THEN -9223372036854775807 - 1 ELSE a END) FROM t");
   EXPECT_TRUE(fails.step());
   EXPECT_FALSE(fails.step());
@@ -171,6 +176,160 @@ TEST(Sqlite, AForgedHeaderDoesNotBlowUpACutFile) {
   auto row = database.prepare("SELECT a FROM t");
   EXPECT_TRUE(row.step());
   EXPECT_EQ(row.int64(0), 7);
+}
+
+/// The first column of all rows, or why there are none.
+std::string answer(const PDXSQLiteDatabase& database, const std::string& sql) {
+  auto rows = database.prepare(sql);
+  std::string text;
+  while (rows.step()) text += rows.text(0) + ";";
+  return rows.error().empty() ? text : rows.error();
+}
+
+TEST(Sqlite, NothingIsReadFromATableWithGeneratedColumns) {
+  const PDXTestFolder folder;
+  const PDXSampleDatabase others = PDXSampleDatabase().table("fine", "a").row("fine", 7);
+  const std::string refusal =
+      "the table \"t\" has generated columns, which no phone makes and which could compute for ever: it is "
+      "not read";
+  const char* const generated[] = {
+      "TEXT GENERATED ALWAYS AS (upper(a)) VIRTUAL",
+      "TEXT GENERATED ALWAYS AS (upper(a)) STORED",
+      "AS/**/(a)",
+      "AS (c || c), c AS (d || d), d AS (e || e), e AS (a)",
+      "as --\n(a)",
+  };
+  const char* const reads[] = {
+      "SELECT b FROM t",
+      "SELECT a FROM T",
+      "SELECT count(*) FROM t",
+      "SELECT 1 FROM \"t\" AS x",
+      "SELECT rowid FROM main.t WHERE rowid = 1",
+      "SELECT fine.a FROM fine JOIN t",
+      "SELECT a FROM fine WHERE a IN (SELECT rowid FROM t)",
+      "WITH w AS (SELECT * FROM t) SELECT a FROM fine UNION SELECT a FROM w",
+      "PRAGMA quick_check(1)",
+      "CREATE INDEX i ON t(b)",
+      "CREATE TEMP TABLE copy AS SELECT * FROM t",
+      "UPDATE t SET a = 1",
+      "DELETE FROM t",
+      "INSERT INTO t(a) VALUES (1)",
+  };
+  for (const auto access : {PDXSQLiteAccess::scratch, PDXSQLiteAccess::immutable}) {
+    for (const char* column : generated) {
+      const PDXSQLiteDatabase database(others.sql(std::string("CREATE TABLE t (a, b ") + column + ")")
+                                           .row("t", "x")
+                                           .writeTo(folder / "a.db"),
+                                       access);
+      for (const char* sql : reads) EXPECT_EQ(answer(database, sql), refusal) << column << "\n" << sql;
+      EXPECT_EQ(database.error(), refusal);
+      EXPECT_FALSE(database.run("SELECT 1; SELECT a FROM t"));
+      EXPECT_EQ(answer(database, "SELECT a FROM fine"), "7;") << column;
+      EXPECT_EQ(answer(database, "SELECT name FROM pragma_table_info('t')"), "a;") << column;
+    }
+  }
+}
+
+/// What SQLite knows from this decides which index a query uses.
+TEST(Sqlite, StatisticsAreUsedUnlessTheyAreGenerated) {
+  const PDXTestFolder folder;
+  const PDXSampleDatabase store = PDXSampleDatabase()
+                                      .table("t", "a, b, c")
+                                      .sql("CREATE INDEX ia ON t (a)")
+                                      .sql("CREATE INDEX ib ON t (b)")
+                                      .row("t", 1, 1, 1)
+                                      .sql("ANALYZE");
+  const struct {
+    const char* fault;
+    const char* statistics;
+    const char* index;
+  } cases[] = {
+      {"none", "SELECT 1", "ib"},
+      {"a is the better one",
+       "INSERT INTO sqlite_stat1 VALUES ('t', 'ia', '9000 2'), ('t', 'ib', '9000 3000')", "ia"},
+  };
+  for (const auto& c : cases) {
+    const PDXSQLiteDatabase database(
+        store.sql("DELETE FROM sqlite_stat1").sql(c.statistics).writeTo(folder / "a.db"),
+        PDXSQLiteAccess::immutable);
+    auto plan = database.prepare("EXPLAIN QUERY PLAN SELECT c FROM t WHERE a = 1 AND b = 1");
+    ASSERT_TRUE(plan.step()) << c.fault;
+    EXPECT_EQ(plan.text(3), std::string("SEARCH t USING INDEX ") + c.index + " (" + c.index[1] + "=?)")
+        << c.fault;
+  }
+}
+
+TEST(Sqlite, VirtualTablesAndComputingWritesAreRefused) {
+  const PDXTestFolder folder;
+  const PDXSQLiteDatabase database(PDXSampleDatabase()
+                                       .sql("CREATE VIRTUAL TABLE v USING fts4(a)")
+                                       .sql("CREATE TABLE t (a CHECK (abs(a) < 5), b, kept DEFAULT 7)")
+                                       .sql("CREATE INDEX i ON t (a) WHERE abs(b) > 0")
+                                       .sql("CREATE TABLE d (a, b DEFAULT (abs(-7)))")
+                                       .row("t", 1, 2)
+                                       .writeTo(folder / "a.db"));
+  EXPECT_EQ(answer(database, "SELECT a FROM v"), "no such module: fts4");
+  EXPECT_EQ(answer(database, "SELECT c0a FROM v_content"), "") << "its rows are in an ordinary table";
+  EXPECT_TRUE(database.run("UPDATE t SET kept = 1")) << database.error();
+  EXPECT_EQ(answer(database, "UPDATE t SET b = 1"),
+            "the table \"t\" computes values for its indexes or defaults: it is not written");
+  EXPECT_FALSE(database.run("INSERT INTO t (kept) VALUES (1)"));
+  EXPECT_FALSE(database.run("INSERT INTO d (a) VALUES (1)"));
+  EXPECT_EQ(answer(database, "SELECT a || b || kept FROM t"), "121;");
+  EXPECT_EQ(answer(database, "PRAGMA quick_check"), "ok;");
+}
+
+TEST(Sqlite, AnUnreadableEntryOfTheSchemaCostsItselfAlone) {
+  const PDXTestFolder folder;
+  const PDXSampleDatabase whole =
+      PDXSampleDatabase()
+          .table("kept", "a, b")
+          .sql("CREATE INDEX kept_index ON kept (a)")
+          .sql("CREATE TRIGGER kept_trigger AFTER INSERT ON kept BEGIN DELETE FROM kept; END")
+          .sql("CREATE VIEW kept_view AS SELECT a FROM kept")
+          .table("other", "a")
+          .row("other", 8)
+          .sql("CREATE INDEX other_index ON other (a)")
+          .sql("DROP TRIGGER kept_trigger")
+          .row("kept", 7)
+          .sql("CREATE TRIGGER kept_trigger AFTER INSERT ON kept BEGIN DELETE FROM kept; END")
+          .sql("PRAGMA writable_schema=ON");
+  const struct {
+    const char* name;
+    const char* kept;
+    const char* other;
+    const char* said;
+  } cases[] = {
+      {"kept_trigger", "7;", "8;", ""},
+      {"kept_view", "7;", "8;", ""},
+      {"kept_index", "7;", "8;", ""},
+      {"other", "7;", "no such table: other (malformed database schema (other) - near \"TA\": syntax error)",
+       "malformed database schema (other) - near \"TA\": syntax error; tables that are lost: other"},
+  };
+  for (const auto& c : cases) {
+    for (const char* text : {"CREATE TA\x01LE (("}) {
+      for (const auto access : {PDXSQLiteAccess::scratch, PDXSQLiteAccess::immutable}) {
+        std::string said;
+        PDXLog::listen([&said](const PDXProblem& problem) { said += problem.why; });
+        const PDXSQLiteDatabase database(whole
+                                             .sql(std::string("UPDATE sqlite_master SET sql = '") + text +
+                                                  "' WHERE name = '" + c.name + "'")
+                                             .writeTo(folder / "a.db"),
+                                         access);
+        PDXLog::listen({});
+        EXPECT_EQ(answer(database, "SELECT a FROM kept WHERE a = 7"), c.kept)
+            << c.name << ": " << database.error();
+        EXPECT_EQ(answer(database, "SELECT a FROM other"), c.other) << c.name;
+        EXPECT_EQ(said, c.said) << c.name;
+        EXPECT_NE(database.schemaDamage(), "") << c.name;
+        EXPECT_EQ(database.whyUnreadable(), "") << c.name;
+        EXPECT_FALSE(database.run("DELETE FROM sqlite_master")) << "defensive mode holds";
+        EXPECT_EQ(database.run("CREATE INDEX added ON kept (b)"), access == PDXSQLiteAccess::scratch)
+            << c.name;
+        EXPECT_EQ(answer(database, "SELECT a FROM kept"), c.kept) << "behind a change of the schema";
+      }
+    }
+  }
 }
 
 }  // namespace

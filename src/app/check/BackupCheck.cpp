@@ -17,6 +17,7 @@
 #include "platform/Memory.h"
 #include "platform/PropertyList.h"
 #include "platform/Sqlite.h"
+#include "platform/Text.h"
 #include "platform/Workers.h"
 
 namespace {
@@ -42,11 +43,11 @@ std::string damageOfDatabase(const std::string& path) {
   auto rows = database.prepare("PRAGMA quick_check(1)");
   if (!rows.step()) return rows.error().empty() ? database.error() : rows.error();
   std::string answer = rows.text(0);
-  if (answer == "ok") return "";
+  if (answer == "ok") return database.schemaDamage();
   // The code of SQLite for a page for which there was no memory: that is no damage.
   if (answer.ends_with("error code=7")) PDXMemory::throwIfLimited();
   std::replace(answer.begin(), answer.end(), '\n', ' ');
-  return answer;
+  return PDXText::printable(answer);  // It quotes names as they stand in the file.
 }
 
 /// Checks one file after the other; each worker has one, with a scratch folder of its own.
