@@ -21,11 +21,13 @@ bool hasColumn(const PDXSQLiteDatabase& database, const std::string& table, cons
   return PDXSQLiteHelper::doesDatabaseContainTableWithColumnNamed(database, table, column);
 }
 
-/// The numbers of a statement's first column; those before an error, when it ends in one.
-Ids idsOf(const PDXSQLiteDatabase& database, const std::string& sql) {
+/// The numbers of a statement's first column. Stores of some systems lack its table, which gives none.
+/// @param isWhole  false afterwards when damage ended it.
+Ids idsOf(const PDXSQLiteDatabase& database, const std::string& sql, bool& isWhole) {
   Ids ids;
   auto rows = database.prepare(sql);
   while (rows.step()) ids.insert(rows.int64(0));
+  isWhole = isWhole && !rows.failed();
   return ids;
 }
 
@@ -83,7 +85,8 @@ class ChatsOfMessages {
       : leftOut_(leftOut),
         withParticipants_(idsOf(database,
                                 "SELECT c.ROWID FROM chat c WHERE EXISTS (SELECT 1 FROM chat_handle_join j "
-                                "JOIN handle h ON h.ROWID = j.handle_id WHERE j.chat_id = c.ROWID)")),
+                                "JOIN handle h ON h.ROWID = j.handle_id WHERE j.chat_id = c.ROWID)",
+                                isWhole_)),
         rows_(database.prepare("SELECT message_id, chat_id FROM chat_message_join ORDER BY message_id")) {
     advance();
   }
@@ -96,7 +99,7 @@ class ChatsOfMessages {
     return places;
   }
 
-  bool failed() const { return !rows_.isValid() || rows_.failed(); }
+  bool failed() const { return !isWhole_ || !rows_.isValid() || rows_.failed(); }
 
  private:
   void advance() {
@@ -115,6 +118,7 @@ class ChatsOfMessages {
   }
 
   const LeftOut& leftOut_;
+  bool isWhole_ = true;
   Ids withParticipants_;
   PDXSQLiteStatement rows_;
   bool hasRow_ = false;
@@ -127,11 +131,13 @@ class ChatsOfMessages {
 bool countCurrent(const PDXSQLiteDatabase& database, const LeftOut& leftOut,
                   PDXMessageRowCounts::Bodies bodies, PDXMessageRowCounts& counts) {
   ChatsOfMessages chats(database, leftOut);
-  const Ids deleted = idsOf(database, "SELECT message_id FROM chat_recoverable_message_join");
+  bool isWhole = true;
+  const Ids deleted = idsOf(database, "SELECT message_id FROM chat_recoverable_message_join", isWhole);
   const Ids withFile =
       idsOf(database,
             "SELECT j.message_id FROM message_attachment_join j JOIN attachment a ON a.ROWID = "
-            "j.attachment_id WHERE a.filename IS NOT NULL");
+            "j.attachment_id WHERE a.filename IS NOT NULL",
+            isWhole);
   const bool hasBody = hasColumn(database, "message", "attributedBody");
   const bool readsBodies = hasBody && bodies == PDXMessageRowCounts::Bodies::read;
   // 0 for a row with a text, 1 for one with a body alone, 2 for one with neither.
@@ -147,7 +153,7 @@ bool countCurrent(const PDXSQLiteDatabase& database, const LeftOut& leftOut,
     const Places places = chats.placesOf(id);
     addRow(counts, places, content, places.wanted == 0 && deleted.contains(id));
   }
-  return rows.isValid() && !rows.failed() && !chats.failed();
+  return isWhole && rows.isValid() && !rows.failed() && !chats.failed();
 }
 
 /// The groups of the earliest layout and the handles of the first iMessage layout, which share a table.
@@ -159,13 +165,16 @@ class OlderConversations {
     hasGroups_ = hasTable(database, "msg_pieces" + suffix) && hasColumn(database, table, "group_id");
     hasHandles_ = hasTable(database, "madrid_chat" + suffix) && hasColumn(database, table, "madrid_handle");
     if (hasGroups_) {
-      groups_ = idsOf(database, "SELECT ROWID FROM msg_group" + suffix);
-      groupsWithMembers_ = idsOf(database, "SELECT group_id FROM group_member" + suffix);
+      groups_ = idsOf(database, "SELECT ROWID FROM msg_group" + suffix, isWhole_);
+      groupsWithMembers_ = idsOf(database, "SELECT group_id FROM group_member" + suffix, isWhole_);
     }
     if (!hasHandles_) return;
     auto rows = database.prepare("SELECT chat_identifier FROM madrid_chat" + suffix);
     while (rows.step()) handles_.insert(rows.text(0));
+    isWhole_ = isWhole_ && !rows.failed();
   }
+
+  bool failed() const { return !isWhole_; }
 
   /// The columns by which a row says where it belongs.
   std::string columns() const {
@@ -188,6 +197,7 @@ class OlderConversations {
 
  private:
   const LeftOut& leftOut_;
+  bool isWhole_ = true;
   bool hasGroups_ = false;
   bool hasHandles_ = false;
   Ids groups_;
@@ -201,7 +211,7 @@ bool countOlder(const PDXSQLiteDatabase& database, const std::string& suffix, co
   const OlderConversations conversations(database, suffix, leftOut);
   auto rows = database.prepare("SELECT " + conversations.columns() + " FROM message" + suffix);
   while (rows.step()) addRow(counts, conversations.placesOf(rows), Content::some, false);
-  return rows.isValid() && !rows.failed();
+  return rows.isValid() && !rows.failed() && !conversations.failed();
 }
 
 }  // namespace

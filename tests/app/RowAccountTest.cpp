@@ -50,6 +50,12 @@ TEST(StoreAccount, AddsUpOrSaysWhyNot) {
   EXPECT_EQ(kind.accounts[0].unaccounted(), 0);
   EXPECT_EQ(kind.accounts[0].text(), "3 rows of a.db could not be read");
   EXPECT_EQ(kind.accounts[1].text(), "the rows of b.db could not be counted: a table is missing or damaged");
+  kind.entries = PDXEntriesReport{.one = "call", .many = "calls", .rows = rows};
+  kind.accounts = {PDXStoreAccount::of("a.db", rows, 12)};
+  kind.settleAccounts({{.what = "calls", .where = "elsewhere", .why = "damaged"}});
+  EXPECT_FALSE(kind.accounts[0].rows || kind.entries->rows) << "more was written than was counted";
+  EXPECT_EQ(kind.accounts[0].text(),
+            "the rows of a.db could not be counted: damage makes its counts differ from what could be read");
   PDXExportReport report;
   report.kinds = {kind};
   EXPECT_FALSE(report.isComplete());

@@ -62,11 +62,14 @@ void PDXKindReport::settleAccounts(const std::vector<PDXProblem>& problems) {
            std::any_of(unreadable.begin(), unreadable.end(), isOfStore);
   };
   std::size_t lost = 0;
+  bool hasFigures = true;
   for (PDXStoreAccount& account : accounts) {
     const std::size_t before = account.unreadable;
-    if (isDamaged(account)) account.takeMissingAsUnreadable();
+    if (isDamaged(account)) account.settleDamage();
     lost += account.unreadable - before;
+    hasFigures = hasFigures && account.rows.has_value();
   }
+  if (!hasFigures) return dropFigures_();
   if (lost == 0) return;
   const auto settle = [lost](PDXRowAccount& sum) {
     const auto gone = static_cast<std::size_t>(std::max<std::int64_t>(sum.unaccounted, 0));
@@ -78,6 +81,14 @@ void PDXKindReport::settleAccounts(const std::vector<PDXProblem>& problems) {
   if (notes && notes->rows) settle(*notes->rows);
   if (entries && entries->rows) settle(*entries->rows);
   if (rows && !accounts.empty()) rows->unreadable = accounts.front().unreadable;
+}
+
+/// A sum over stores of which one cannot be counted would be wrong.
+void PDXKindReport::dropFigures_() {
+  messageRows.reset();
+  if (notes) notes->rows.reset();
+  if (entries) entries->rows.reset();
+  if (rows && !accounts.empty() && !accounts.front().rows) rows->found.reset();
 }
 
 std::size_t PDXKindReport::messageCount() const {

@@ -107,6 +107,9 @@ struct PDXKindReport {
 
   std::size_t messageCount() const;
   std::size_t attachmentCount() const;
+
+ private:
+  void dropFigures_();
 };
 
 /// The whole of an export.

@@ -1,6 +1,5 @@
 #include "app/export/StoreAccount.h"
 
-#include <algorithm>
 #include <numeric>
 #include <utility>
 
@@ -27,8 +26,12 @@ std::int64_t PDXStoreAccount::unaccounted() const {
   return static_cast<std::int64_t>(*rows + repeated) - static_cast<std::int64_t>(known);
 }
 
-void PDXStoreAccount::takeMissingAsUnreadable() {
-  unreadable += static_cast<std::size_t>(std::max<std::int64_t>(unaccounted(), 0));
+void PDXStoreAccount::settleDamage() {
+  if (unaccounted() < 0) {
+    rows.reset();
+    why = "damage makes its counts differ from what could be read";
+  }
+  unreadable += static_cast<std::size_t>(unaccounted());
 }
 
 std::string PDXStoreAccount::text() const {

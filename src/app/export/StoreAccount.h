@@ -27,8 +27,9 @@ struct PDXStoreAccount {
   /// Rows of which nobody knows what became; 0 without figures.
   std::int64_t unaccounted() const;
 
-  /// Rows that are missing in a store with damage could not be read.
-  void takeMissingAsUnreadable();
+  /// For a store with damage: rows that are missing could not be read, and where more was written than the
+  /// counts allow, damage keeps them from being right.
+  void settleDamage();
 
   /// Whether every row was read, as far as anybody knows.
   bool isComplete() const { return why.empty() && unreadable == 0 && unaccounted() == 0; }
