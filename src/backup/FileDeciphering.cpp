@@ -194,7 +194,7 @@ PDXFiles::CopyResult decipher(PDXFileReader& reader, PDXByteView key, const std:
   if (key.size() != kKeyLength || !cipher.isValid()) return {Outcome::readFailed, "its key has a wrong size"};
   PDXAtomicFile target(destination);
   auto result = pump(reader, cipher, target, tail, stop);
-  if (result && !target.commit()) result = {Outcome::writeFailed, target.error()};
+  if (result && !target.commit()) result = target.result();
   return result;
 }
 

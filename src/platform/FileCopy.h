@@ -17,4 +17,11 @@ int openNameless(const std::string& folder);
 /// Gives a nameless file a name, in place of what has it. Zero, or the system's error number.
 int giveName(int file, const std::string& path);
 
+/// Gives a file a name that nothing has yet, in the same file system. Zero, or the system's error number;
+/// EEXIST where something has it.
+int renameToNew(const std::string& from, const std::string& to);
+
+/// Whether a file system is known to give every copy blocks of its own.
+bool neverSharesBlocks(const std::string& folder);
+
 }  // namespace PDXFileCopy

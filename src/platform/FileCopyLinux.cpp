@@ -1,10 +1,13 @@
 #include <fcntl.h>
 #include <linux/fs.h>
+#include <linux/magic.h>
 #include <sys/ioctl.h>
+#include <sys/statfs.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdint>
+#include <cstdio>
 #include <vector>
 
 #include "platform/FileCopy.h"
@@ -63,4 +66,22 @@ int PDXFileCopy::giveName(int file, const std::string& path) {
     if (errno != EEXIST || (::unlink(path.c_str()) != 0 && errno != ENOENT)) break;
   }
   return errno;
+}
+
+int PDXFileCopy::renameToNew(const std::string& from, const std::string& to) {
+  if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return 0;
+  // Some file systems do not know it: then a second name, which never replaces, or else a look first.
+  if (errno != EINVAL && errno != ENOSYS) return errno;
+  if (::link(from.c_str(), to.c_str()) == 0) return ::unlink(from.c_str()) == 0 ? 0 : errno;
+  if (errno == EEXIST) return errno;
+  if (::access(to.c_str(), F_OK) == 0) return EEXIST;
+  return ::rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
+}
+
+bool PDXFileCopy::neverSharesBlocks(const std::string& folder) {
+  struct statfs info {};
+  if (::statfs(folder.c_str(), &info) != 0) return false;
+  const auto type = static_cast<unsigned long>(info.f_type);
+  return type == EXT4_SUPER_MAGIC || type == TMPFS_MAGIC || type == MSDOS_SUPER_MAGIC ||
+         type == EXFAT_SUPER_MAGIC || type == F2FS_SUPER_MAGIC;
 }

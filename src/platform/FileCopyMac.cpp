@@ -1,6 +1,7 @@
 #include <copyfile.h>
 
 #include <cerrno>
+#include <cstdio>
 
 #include "platform/FileCopy.h"
 
@@ -15,3 +16,9 @@ int PDXFileCopy::openNameless(const std::string&) {
 }
 
 int PDXFileCopy::giveName(int, const std::string&) { return EOPNOTSUPP; }
+
+int PDXFileCopy::renameToNew(const std::string& from, const std::string& to) {
+  return ::renamex_np(from.c_str(), to.c_str(), RENAME_EXCL) == 0 ? 0 : errno;
+}
+
+bool PDXFileCopy::neverSharesBlocks(const std::string&) { return false; }

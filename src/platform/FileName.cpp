@@ -10,6 +10,8 @@
 namespace {
 
 constexpr std::string_view kUntitled = "Untitled";
+constexpr std::size_t kLongestName = 200;
+constexpr std::size_t kLongestExtension = 32;
 
 /// Whether the character at `position` belongs to the one before: a combining mark, a joiner, a skin tone.
 bool continuesAt(std::string_view name, std::size_t position) {
@@ -98,9 +100,18 @@ std::string safe(std::string_view name, std::size_t limit) {
 std::string safeWithExtension(std::string_view name) {
   const std::string whole = safe(name, std::string_view::npos);
   const std::string extension(PDXText::pathExtension(whole));
-  if (extension.empty() || extension.size() > 32) return safe(name);
+  if (extension.empty() || extension.size() > kLongestExtension) return safe(name);
   const std::string stem = whole.substr(0, whole.size() - extension.size() - 1);
-  return safe(stem, 200 - extension.size() - 1) + "." + extension;
+  return safe(stem, kLongestName - extension.size() - 1) + "." + extension;
+}
+
+std::string counted(std::string_view name, unsigned counter, bool hasExtension) {
+  std::string_view extension = hasExtension ? PDXText::pathExtension(name) : std::string_view();
+  if (extension.size() > kLongestExtension) extension = {};
+  const std::string ending =
+      " (" + std::to_string(counter) + ")" + (extension.empty() ? "" : "." + std::string(extension));
+  if (!extension.empty()) name.remove_suffix(extension.size() + 1);
+  return safe(name, kLongestName - std::min(kLongestName, ending.size())) + ending;
 }
 
 bool isPage(std::string_view name) {
@@ -116,13 +127,21 @@ bool isPage(std::string_view name) {
 }  // namespace PDXFileName
 
 std::string PDXUniqueFileNames::nameFor(std::string_view title) {
-  const std::size_t limit = 200 - reserve_;
+  const std::size_t limit = kLongestName - reserve_;
   std::string name = PDXFileName::safe(title, limit);
   // Thousands of notes may have one title: the search goes on behind the last counter given out.
   unsigned& counter = lastCounters_[PDXText::caseFolded(name)];
-  while (!taken_.insert(PDXText::caseFolded(name)).second) {
+  while (!taken_.insert(PDXText::caseFolded(name)).second || (isTaken_ && isTaken_(name))) {
     const std::string suffix = " (" + std::to_string(++counter) + ")";
     name = PDXFileName::safe(title, limit - suffix.size()) + suffix;
   }
   return name;
+}
+
+std::string PDXUniqueFileNames::nameFor(std::string_view title, std::string_view extension) {
+  if (extension.empty()) return nameFor(title);
+  const std::string ending = "." + std::string(extension);
+  const bool isSafe = PDXFileName::safe("a" + ending, kLongestName * 2) == "a" + ending;
+  if (ending.size() > reserve_ || !isSafe) return nameFor(std::string(title) + ending);
+  return nameFor(title) + ending;
 }

@@ -20,6 +20,9 @@ namespace PDXFiles {
 bool exists(const std::string& path);
 bool isFolder(const std::string& path);
 
+/// Whether a folder, and no link to one, lies at the path.
+bool isRealFolder(const std::string& path);
+
 /// Whether nothing lies at the path. What may not be looked at is taken to be there.
 bool isMissing(const std::string& path);
 
@@ -57,7 +60,7 @@ bool lengthen(const std::string& path, std::uint64_t size);
 /// Names of what lies in a folder, sorted by their bytes; empty when it cannot be listed.
 std::vector<std::string> list(const std::string& folder);
 
-/// Makes a folder and those above it. True when it is there afterwards.
+/// Makes a folder and those above it, new ones for their owner only. True when it is there afterwards.
 bool makeFolders(const std::string& path);
 
 /// Makes a folder that only its owner may enter. True when it is there, is no link and belongs to this user.
@@ -73,23 +76,46 @@ bool rename(const std::string& from, const std::string& to);
 /// Sets the moment at which a file says that it was last changed. False when the system refuses.
 bool setLastModified(const std::string& path, PDXDate date);
 
-/// Removes a file, a link or an empty folder; what is not there is no failure.
+/// Removes a file, a link or an empty folder; what is not there is no failure. Where somebody else's file is
+/// guarded it stays.
 bool remove(const std::string& path);
 
 /// Removes a folder with all it holds, following no links.
 void removeTree(const std::string& path);
 
-/// How a copy ended.
+/// How a copy ended. A target that is full or lost (`writeFailed`) takes no other file either; `notMade` says
+/// that this one file cannot be made there, whose name is too long, say, or has something else in its way.
 struct CopyResult {
-  enum class Outcome { done, noSource, readFailed, writeFailed, stopped } outcome = Outcome::done;
+  enum class Outcome { done, noSource, readFailed, writeFailed, stopped, notMade } outcome = Outcome::done;
   std::string why;  ///< The system's reason; empty when done.
 
   explicit operator bool() const { return outcome == Outcome::done; }
 };
 
+/// Of a file that could not be written: whether its target is full or lost, or only this file cannot be made.
+/// The one place that tells which.
+/// @param code  the system's error number.
+CopyResult writeFailure(int code, const std::string& path);
+
+/// `path`, or the next free name when it lies in a folder that is guarded and somebody else's file has it;
+/// see PDXOutputGuard.
+std::string freePath(const std::string& path);
+
+/// The same for a folder, which others may share: only something else has to give way to.
+std::string freeFolder(const std::string& path);
+
+/// Whether the path lies in a folder that is guarded and something of somebody else's has its name.
+bool isTaken(const std::string& path);
+
+/// Bytes that a user may still write to the file system of a folder; nothing when it does not tell.
+std::optional<std::uint64_t> freeBytes(const std::string& folder);
+
+/// Whether copies of `from` below `folder` may share its blocks and so need no room.
+bool mayShareBlocks(const std::string& from, const std::string& folder);
+
 /// Copies a file's bytes to a new file in the cheapest way the file system offers: sharing its blocks, else
 /// copying inside the kernel. A link is not followed: in a backup it could lead to any file of the user's.
-/// The target appears whole or not at all, replaces an older one, and is readable and writable for its owner.
+/// The target appears whole or not at all, replaces an older one, and is its owner's alone.
 CopyResult copy(const std::string& from, const std::string& to, const std::stop_token& stop = {});
 
 /// The same of a file that is open at its beginning.
@@ -186,7 +212,7 @@ class PDXTemporaryRun {
 };
 
 /// A file that appears under its name only when it is whole: text goes to a file beside it, which `commit`
-/// renames. What was not committed is removed.
+/// renames. What was not committed is removed. Files are their owner's alone.
 class PDXAtomicFile {
  public:
   /// Opens the file beside `path`, whose folder must exist.
@@ -208,6 +234,9 @@ class PDXAtomicFile {
   /// The first failure's reason; empty when all went well so far.
   const std::string& error() const { return error_; }
 
+  /// The first failure, as that of a copy.
+  PDXFiles::CopyResult result() const;
+
   const std::string& path() const { return path_; }
 
   /// Removes what stands beside the places of all files that are open, for a process that ends without
@@ -223,6 +252,7 @@ class PDXAtomicFile {
   std::string temporaryPath_;
   std::string buffer_;
   std::string error_;
+  int errorCode_ = 0;
   int descriptor_ = -1;
   PDXAtomicFile* before_ = nullptr;  ///< The file opened before that is still open.
   PDXAtomicFile* behind_ = nullptr;

@@ -2,6 +2,7 @@
 #include <pwd.h>
 #include <signal.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -17,6 +18,7 @@
 
 #include "platform/FileCopy.h"
 #include "platform/Files.h"
+#include "platform/OutputGuard.h"
 #include "platform/Process.h"
 
 namespace fs = std::filesystem;
@@ -118,6 +120,22 @@ void removeAbandonedRuns(const std::string& folder) {
   }
 }
 
+/// Opens a file that is to get another name when it is whole. -1 with `errno` set on failure.
+int openPart(const std::string& part) {
+  if (PDXOutputGuard* guard = PDXOutputGuard::of(part)) {
+    const int code = guard->enter(PDXFiles::folderOf(part));
+    errno = code;
+    if (code != 0) return -1;
+  }
+  return ::open(part.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
+}
+
+/// Gives such a file its name. Zero, or the system's error number.
+int putInPlace(const std::string& part, const std::string& path) {
+  if (PDXOutputGuard* guard = PDXOutputGuard::of(path)) return guard->put(part, path);
+  return ::rename(part.c_str(), path.c_str()) == 0 ? 0 : errno;
+}
+
 /// A name beside `path` that no other thread or process uses. Short whatever the name of the file is.
 std::string besidePath(const std::string& path) {
   static std::atomic<unsigned> counter = 0;
@@ -134,6 +152,11 @@ bool exists(const std::string& path) { return !path.empty() && ::access(path.c_s
 bool isFolder(const std::string& path) {
   struct stat info {};
   return ::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+bool isRealFolder(const std::string& path) {
+  struct stat info {};
+  return ::lstat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
 }
 
 bool isMissing(const std::string& path) {
@@ -230,9 +253,14 @@ std::vector<std::string> list(const std::string& folder) {
 }
 
 bool makeFolders(const std::string& path) {
-  std::error_code failed;
-  fs::create_directories(path, failed);
-  return isFolder(path);
+  if (PDXOutputGuard* guard = PDXOutputGuard::of(path)) return guard->enter(path) == 0;
+  if (path.empty() || isFolder(path)) return !path.empty();
+  std::string folder = path;
+  while (folder.size() > 1 && folder.ends_with('/')) folder.pop_back();
+  const std::string above = folderOf(folder);
+  if (above != folder) makeFolders(above);
+  ::mkdir(folder.c_str(), S_IRWXU);
+  return isFolder(folder);
 }
 
 bool makePrivateFolder(const std::string& path) {
@@ -263,6 +291,7 @@ bool setLastModified(const std::string& path, PDXDate date) {
 }
 
 bool remove(const std::string& path) {
+  if (PDXOutputGuard* guard = PDXOutputGuard::of(path)) return guard->remove(path) == 0;
   std::error_code failed;
   fs::remove(path, failed);
   return !failed;
@@ -286,6 +315,50 @@ void removeAbandonedParts(const std::string& folder) {
   for (const std::string& part : parts) remove(part);
 }
 
+CopyResult writeFailure(int code, const std::string& path) {
+  constexpr int kOfTarget[] = {ENOSPC, EDQUOT, EFBIG,    EROFS,  EIO,    ESTALE,
+                               ENODEV, ENXIO,  ENOTCONN, ENFILE, EMFILE, ENOMEM};
+  constexpr int kOfFile[] = {ENAMETOOLONG, EINVAL, EISDIR, ELOOP, ENOTDIR, EEXIST, EILSEQ};
+  const auto is = [code](const auto& codes) {
+    return std::find(std::begin(codes), std::end(codes), code) != std::end(codes);
+  };
+  const PDXOutputGuard* guard = PDXOutputGuard::of(path);
+  // In an export a folder that may not be entered costs its own files only, while the export's is there.
+  const bool isOfFile = is(kOfFile) || (!is(kOfTarget) && guard != nullptr &&
+                                        ::access(guard->root().c_str(), W_OK | X_OK) == 0);
+  return {isOfFile ? CopyResult::Outcome::notMade : CopyResult::Outcome::writeFailed,
+          code == EEXIST ? "something that is not of this export has its name" : std::strerror(code)};
+}
+
+std::string freePath(const std::string& path) {
+  PDXOutputGuard* guard = PDXOutputGuard::of(path);
+  return guard == nullptr ? path : guard->freePath(path);
+}
+
+std::string freeFolder(const std::string& path) {
+  PDXOutputGuard* guard = PDXOutputGuard::of(path);
+  return guard == nullptr ? path : guard->freeFolder(path);
+}
+
+bool isTaken(const std::string& path) {
+  PDXOutputGuard* guard = PDXOutputGuard::of(path);
+  return guard != nullptr && guard->isTaken(path);
+}
+
+std::optional<std::uint64_t> freeBytes(const std::string& folder) {
+  struct statvfs info {};
+  // Some file systems, of a network or of a program, answer zeros for what they do not know.
+  if (::statvfs(folder.c_str(), &info) != 0 || info.f_blocks == 0 || info.f_frsize == 0) return std::nullopt;
+  return static_cast<std::uint64_t>(info.f_bavail) * info.f_frsize;
+}
+
+bool mayShareBlocks(const std::string& from, const std::string& folder) {
+  struct stat source {};
+  struct stat target {};
+  return ::stat(from.c_str(), &source) == 0 && ::stat(folder.c_str(), &target) == 0 &&
+         source.st_dev == target.st_dev && !PDXFileCopy::neverSharesBlocks(folder);
+}
+
 CopyResult copy(const std::string& from, const std::string& to, const std::stop_token& stop) {
   return copy(PDXFileReader(from), to, stop);
 }
@@ -296,11 +369,12 @@ CopyResult copy(const PDXFileReader& from, const std::string& to, const std::sto
     return {from.isMissing() ? Outcome::noSource : Outcome::readFailed, from.error()};
 
   const std::string part = besidePath(to);
-  Descriptor target(::open(part.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
-  if (target.get() < 0) return {Outcome::writeFailed, std::strerror(errno)};
+  Descriptor target(openPart(part));
+  if (target.get() < 0) return writeFailure(errno, to);
   CopyResult result = resultOf(PDXFileCopy::contents(from.descriptor(), target.get(), stop));
-  if (result && (!target.close() || ::rename(part.c_str(), to.c_str()) != 0)) {
-    result = {Outcome::writeFailed, std::strerror(errno)};
+  if (result) {
+    const int code = target.close() ? putInPlace(part, to) : errno;
+    if (code != 0) result = writeFailure(code, to);
   }
   if (!result) ::unlink(part.c_str());
   return result;
@@ -461,7 +535,7 @@ PDXAtomicFile::PDXAtomicFile(std::string path) : path_(std::move(path)), tempora
     before_ = std::exchange(lastOpenFile, this);
     if (before_ != nullptr) before_->behind_ = this;
   }
-  descriptor_ = ::open(temporaryPath_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+  descriptor_ = openPart(temporaryPath_);
   if (descriptor_ < 0) fail_(errno);
 }
 
@@ -503,8 +577,8 @@ bool PDXAtomicFile::commit() {
   flush_();
   if (descriptor_ >= 0 && ::close(std::exchange(descriptor_, -1)) != 0) fail_(errno);
   if (!error_.empty()) return false;
-  if (::rename(temporaryPath_.c_str(), path_.c_str()) != 0) {
-    fail_(errno);
+  if (const int code = putInPlace(temporaryPath_, path_); code != 0) {
+    fail_(code);
     return false;
   }
   temporaryPath_.clear();
@@ -526,5 +600,11 @@ void PDXAtomicFile::write_(std::string_view rest) {
 }
 
 void PDXAtomicFile::fail_(int code) {
-  if (error_.empty()) error_ = std::strerror(code);
+  if (!error_.empty()) return;
+  errorCode_ = code;
+  error_ = PDXFiles::writeFailure(code, path_).why;
+}
+
+PDXFiles::CopyResult PDXAtomicFile::result() const {
+  return error_.empty() ? PDXFiles::CopyResult() : PDXFiles::writeFailure(errorCode_, path_);
 }

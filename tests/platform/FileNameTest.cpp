@@ -75,6 +75,17 @@ TEST(UniqueFileNames, LeaveRoomForCounterAndExtension) {
   EXPECT_EQ(names.nameFor(times(300, "A")), times(190, "A") + " (2)");
 }
 
+TEST(UniqueFileNames, AreSafeAsAWhole) {
+  PDXUniqueFileNames names(6, [](const std::string& name) { return name == "theirs"; });
+  EXPECT_EQ(names.nameFor("theirs", "txt"), "theirs (1).txt");
+  EXPECT_EQ(names.nameFor("a", times(300, "x")), "a." + times(192, "x"));
+  EXPECT_EQ(names.nameFor("a", times(300, "x")), "a." + times(188, "x") + " (1)");
+  EXPECT_EQ(names.nameFor("a", "x/y"), "a.x_y");
+  EXPECT_EQ(PDXFileName::counted("a.txt", 1, true), "a (1).txt");
+  EXPECT_EQ(PDXFileName::counted("a.txt", 2, false), "a.txt (2)");
+  EXPECT_EQ(PDXFileName::counted(times(196, "a") + ".txt", 1, true), times(192, "a") + " (1).txt");
+}
+
 TEST(UniqueFileNames, StayQuickWithThousandsOfOneTitle) {
   PDXUniqueFileNames names(5);
   std::string last;
