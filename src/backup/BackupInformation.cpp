@@ -20,6 +20,18 @@ std::string firstNotEmpty(std::initializer_list<std::string> texts) {
   return "";
 }
 
+/// "abc" of "abc-20230101-120000".
+std::string withoutDate(const std::string& name) {
+  constexpr std::string_view kForm = "-dddddddd-dddddd";
+  if (name.size() <= kForm.size()) return name;
+  const std::size_t begin = name.size() - kForm.size();
+  for (std::size_t i = 0; i < kForm.size(); ++i) {
+    const char c = name[begin + i];
+    if (kForm[i] == '-' ? c != '-' : c < '0' || c > '9') return name;
+  }
+  return name.substr(0, begin);
+}
+
 std::optional<PDXDate> dateOf(const PDXPropertyList& list, const char* key) {
   const PDXPropertyList* value = list.find(key);
   return value == nullptr || value->date() == nullptr ? std::nullopt : std::optional(*value->date());
@@ -82,6 +94,8 @@ void PDXBackupInformation::readFolder_(const std::string& folder) {
   deviceName_ =
       firstNotEmpty({info.text("Device Name"), info.text("Display Name"), device.text("DeviceName")});
   productType_ = firstNotEmpty({info.text("Product Type"), device.text("ProductType")});
+  deviceIdentifier_ = firstNotEmpty({info.text("Unique Identifier"), device.text("UniqueDeviceID"),
+                                     withoutDate(std::string(PDXText::lastPathComponent(folder)))});
   identifier_ = firstNotEmpty({info.text("Unique Identifier"), identifier_});
   lastBackupDate_ = dateOf(info, "Last Backup Date");
   if (!lastBackupDate_) lastBackupDate_ = dateOf(status, "Date");

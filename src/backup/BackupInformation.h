@@ -41,6 +41,11 @@ class PDXBackupInformation {
   /// Upper-case as the device writes it, or the folder's name. Info.plist: Unique Identifier.
   const std::string& identifier() const { return identifier_; }
 
+  /// Which device it is, whatever the folder is called. Info.plist: Unique Identifier, or else
+  /// Manifest.plist: Lockdown, UniqueDeviceID, or else the folder's name without the date that a kept backup
+  /// has after it, e.g. "-20230101-120000". Letters of either case mean the same.
+  const std::string& deviceIdentifier() const { return deviceIdentifier_; }
+
   /// Info.plist: Last Backup Date, or else Status.plist: Date.
   const std::optional<PDXDate>& lastBackupDate() const { return lastBackupDate_; }
 
@@ -70,6 +75,7 @@ class PDXBackupInformation {
   std::string deviceName_;
   std::string productType_;
   std::string identifier_;
+  std::string deviceIdentifier_;
   std::optional<PDXDate> lastBackupDate_;
   std::string manifestVersion_;
   std::string snapshotState_;

@@ -56,7 +56,8 @@ std::string saveFace(const PDXMessageParticipant& participant, const std::string
        .profileImagePath = participant.profileImagePath,
        .profileImageDomain = participant.profileImageDomain});
   if (!face || !PDXFiles::makeFolders(folder)) return "";
-  PDXAtomicFile file(PDXFiles::joined(folder, "Contact " + std::to_string(number) + ".png"));
+  PDXAtomicFile file(
+      PDXFiles::freePath(PDXFiles::joined(folder, "Contact " + std::to_string(number) + ".png")));
   file.append({reinterpret_cast<const char*>(face->data()), face->size()});
   return file.commit() ? file.path() : "";
 }

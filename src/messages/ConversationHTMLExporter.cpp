@@ -153,8 +153,10 @@ PDXConversationExportResult PDXConversationHTMLExporter::exportConversationMessa
   if (stop_.stop_requested()) {
     result_.outcome = Outcome::stopped;
   } else if (!file.commit()) {
-    result_.outcome = Outcome::unwritable;
-    result_.why = file.error();
+    const auto failure = file.result();
+    const bool isOfPage = failure.outcome == PDXFiles::CopyResult::Outcome::notMade;
+    result_.outcome = isOfPage ? Outcome::notMade : Outcome::unwritable;
+    result_.unwritten.emplace_back(file.path(), failure);
   }
   return result_;
 }
@@ -407,7 +409,7 @@ std::optional<std::string> PDXConversationHTMLExporter::copyAttachment_(
   PDXFiles::makeFolders(options.mediaPath);
   std::string file = mediaFileFor_(location, options);
   const bool isSavedAsText = options.savesPagesAsText && PDXFileName::isPage(file);
-  if (isSavedAsText) file += PDXFileName::kTextExtension;
+  if (isSavedAsText) file = PDXFiles::freePath(file.append(PDXFileName::kTextExtension));
   // A picture gets its name only when it is upright: one that was not rotated yet looks like a finished one.
   const bool isPicture = isHeic(imageType, location) || isJpeg(imageType);
   const auto copied = isPicture ? putPicture_(file, imageType, location) : copyToMediaFolder_(location, file);
@@ -420,9 +422,8 @@ std::optional<std::string> PDXConversationHTMLExporter::copyAttachment_(
     }
     return PDXText::pathForHtmlLink(Utilities::relativePathForMediaPath(file));
   }
-  if (copied.outcome == Outcome::writeFailed) {
-    result_.outcome = PDXConversationExportResult::Outcome::unwritable;
-    result_.why = copied.why;
+  if (copied.outcome == Outcome::writeFailed || copied.outcome == Outcome::notMade) {
+    noteUnwritten_(location, file, copied, html);
   } else {
     noteMissing_(location, copied, html);
   }
@@ -435,7 +436,7 @@ std::string PDXConversationHTMLExporter::mediaFileFor_(const std::string& locati
   const std::string extension(PDXText::pathExtension(location));
   const std::string name =
       PDXFileName::safeWithExtension(extension.empty() ? number : number + "." + extension);
-  return PDXFiles::joined(options.mediaPath, name);
+  return PDXFiles::freePath(PDXFiles::joined(options.mediaPath, name));
 }
 
 /// Writes a picture upright to `file`, and a HEIC one as a JPEG, whose path `file` then is. It stays as it is
@@ -453,8 +454,8 @@ PDXFiles::CopyResult PDXConversationHTMLExporter::putPicture_(std::string& file,
   std::string why;
   std::string upright = stored;
   if (isHeic(type, location)) {
-    const std::string jpeg =
-        PDXFiles::joined(PDXFiles::folderOf(file), std::to_string(attachmentCounter_ + 1) + ".jpg");
+    const std::string jpeg = PDXFiles::freePath(
+        PDXFiles::joined(PDXFiles::folderOf(file), std::to_string(attachmentCounter_ + 1) + ".jpg"));
     if (Utilities::convertHeicImageToJpeg(stored, jpeg, &why)) {
       file = jpeg;
       upright.clear();
@@ -494,6 +495,17 @@ void PDXConversationHTMLExporter::noteMissing_(const std::string& location,
   html += bold(PDXLocalised(
               isMissing ? "Attachment \"%@\" is not in the backup." : "Attachment \"%@\" could not be read.",
               {escapeHTMLSpecialCharacters(name)})) +
+          "<br/>\r\n";
+}
+
+/// A target that is full or lost ends the page; one file that cannot be made there costs its place only.
+void PDXConversationHTMLExporter::noteUnwritten_(const std::string& location, const std::string& path,
+                                                 const PDXFiles::CopyResult& failure, std::string& html) {
+  result_.unwritten.emplace_back(path, failure);
+  if (failure.outcome == PDXFiles::CopyResult::Outcome::writeFailed)
+    result_.outcome = PDXConversationExportResult::Outcome::unwritable;
+  const std::string name(PDXText::lastPathComponent(location));
+  html += bold(PDXLocalised("Attachment \"%@\" could not be saved.", {escapeHTMLSpecialCharacters(name)})) +
           "<br/>\r\n";
 }
 

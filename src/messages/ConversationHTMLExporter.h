@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "messages/ConversationExportOptions.h"
@@ -30,9 +31,10 @@ class PDXConversationExporterDelegate {
 
 /// What became of a page.
 struct PDXConversationExportResult {
-  enum class Outcome { written, stopped, unwritable } outcome = Outcome::written;
+  /// A page that is not written has its reason in `unwritten`: its target is full or lost (`unwritable`), or
+  /// only this page cannot be made (`notMade`).
+  enum class Outcome { written, stopped, unwritable, notMade } outcome = Outcome::written;
   std::string pagePath;
-  std::string why;  ///< Why the page or its media folder could not be written; empty otherwise.
 
   std::size_t messages = 0;             ///< Messages on the page.
   std::size_t attachments = 0;          ///< Attachment files copied.
@@ -40,6 +42,8 @@ struct PDXConversationExportResult {
   std::vector<PDXProblem> missing;      ///< Attachments that the backup does not hold.
   std::vector<PDXProblem> unreadable;   ///< Attachments that it holds and that could not be read.
   std::vector<PDXProblem> savedAsText;  ///< Attachments that a browser would open as a page.
+  std::vector<std::pair<std::string, PDXFiles::CopyResult>>
+      unwritten;  ///< By the paths of files of the page.
   std::vector<PDXProblem>
       notTurned;  ///< Pictures copied as they are, since they could not be turned upright.
 };
@@ -141,8 +145,10 @@ class PDXConversationHTMLExporter {
   void noteNotTurned_(const std::string& location, const std::string& why);
   PDXFiles::CopyResult copyToMediaFolder_(const std::string& location, const std::string& destination);
   std::string readableCard_(const std::string& location, std::string& html);
-  std::string saveCard_(const std::string& card, const std::string& name, const std::string& mediaPath);
-  void noteUnwritable_(const std::string& why);
+  bool saveCard_(const std::string& card, const std::string& name, const std::string& location,
+                 const PDXConversationExportOptions& options, std::string& html);
+  void noteUnwritten_(const std::string& location, const std::string& path,
+                      const PDXFiles::CopyResult& failure, std::string& html);
   void noteMissing_(const std::string& location, const PDXFiles::CopyResult& result, std::string& html);
 
   PDXDeviceData& deviceData_;

@@ -64,7 +64,8 @@ void PDXConversationHTMLExporter::appendVCardHTMLVCardLocationOptions(
     appendStandardAttachmentHTMLTypeLocationOptions(html, "text/vcard", vCardLocation, options);
     return;
   }
-  if (!options.isPreview && saveCard_(card.path, nameOf(contacts.front()), options.mediaPath).empty()) return;
+  if (!options.isPreview && !saveCard_(card.path, nameOf(contacts.front()), vCardLocation, options, html))
+    return;
   html += contactHtml(contacts.front());
 }
 
@@ -73,15 +74,18 @@ void PDXConversationHTMLExporter::appendVLocationHTMLVLocationPathOptions(
   const ScratchFile card(readableCard_(vLocationPath, html));
   if (card.path.empty()) return;
   PDXFiles::makeFolders(options.mediaPath);
-  const std::string picture =
-      PDXFiles::joined(options.mediaPath, std::to_string(attachmentCounter_ + 1) + ".png");
+  const std::string picture = PDXFiles::freePath(
+      PDXFiles::joined(options.mediaPath, std::to_string(attachmentCounter_ + 1) + ".png"));
   std::string label;
   const auto failure = Utilities::getVCFLocationMapDestinationLabel(card.path, picture, label);
   if (!failure) {
     appendStandardAttachmentHTMLTypeLocationOptions(html, "text/x-vlocation", vLocationPath, options);
     return;
   }
-  if (!failure->empty()) return noteUnwritable_(*failure);
+  if (!failure->empty()) {
+    // A target that is full refuses the next file as well, and is told from this one by that.
+    return noteUnwritten_(vLocationPath, picture, {PDXFiles::CopyResult::Outcome::notMade, *failure}, html);
+  }
   ++attachmentCounter_;
   ++result_.attachments;
   if (!label.empty()) html += boldLine(label);
@@ -99,32 +103,28 @@ std::string PDXConversationHTMLExporter::readableCard_(const std::string& locati
   const auto copied = copyToMediaFolder_(location, path);
   if (copied) return path;
   if (copied.outcome == PDXFiles::CopyResult::Outcome::writeFailed) {
-    noteUnwritable_(copied.why);
+    noteUnwritten_(location, path, copied, html);
   } else {
     noteMissing_(location, copied, html);
   }
   return "";
 }
 
-/// Copies a card into the media folder under its owner's name. Its path; "" when it cannot be written.
-std::string PDXConversationHTMLExporter::saveCard_(const std::string& card, const std::string& name,
-                                                   const std::string& mediaPath) {
-  PDXFiles::makeFolders(mediaPath);
-  std::string path = PDXFiles::joined(
-      mediaPath,
-      PDXFileName::safeWithExtension(std::to_string(attachmentCounter_ + 1) + " - " + name + ".vcf"));
+/// Copies a card into the media folder under its owner's name. Whether it is there.
+bool PDXConversationHTMLExporter::saveCard_(const std::string& card, const std::string& name,
+                                            const std::string& location,
+                                            const PDXConversationExportOptions& options, std::string& html) {
+  PDXFiles::makeFolders(options.mediaPath);
+  const std::string file =
+      PDXFileName::safeWithExtension(std::to_string(attachmentCounter_ + 1) + " - " + name + ".vcf");
+  const std::string path = PDXFiles::freePath(PDXFiles::joined(options.mediaPath, file));
   const auto copied = PDXFiles::copy(card, path, stop_.get_token());
-  if (copied.outcome == PDXFiles::CopyResult::Outcome::stopped) return "";
+  if (copied.outcome == PDXFiles::CopyResult::Outcome::stopped) return false;
   if (!copied) {
-    noteUnwritable_(copied.why);
-    return "";
+    noteUnwritten_(location, path, copied, html);
+    return false;
   }
   ++attachmentCounter_;
   ++result_.attachments;
-  return path;
-}
-
-void PDXConversationHTMLExporter::noteUnwritable_(const std::string& why) {
-  result_.outcome = PDXConversationExportResult::Outcome::unwritable;
-  result_.why = why;
+  return true;
 }

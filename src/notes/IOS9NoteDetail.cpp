@@ -62,16 +62,22 @@ std::string PDXIOS9NoteDetail::htmlRepresentationWithTitle(
               });
 }
 
+std::string PDXIOS9NoteDetail::pageForPathTitle(const std::string& path,
+                                                const std::optional<std::string>& pageTitle, std::string* why,
+                                                const std::stop_token& stop) const {
+  return page(content, pageTitle, {.line = "<br/>\r\n\t", .first = "\r\n\t<p>"},
+              [&](const PDXNoteContent& piece) {
+                if (const auto* line = std::get_if<PDXTextNoteContent>(&piece))
+                  return line->htmlRepresentation();
+                return std::get<PDXMediaNoteContent>(piece).htmlExportAtPath(path, why, stop);
+              });
+}
+
 std::optional<std::string> PDXIOS9NoteDetail::htmlExportToPathTitle(
     const std::string& path, const std::optional<std::string>& pageTitle, const std::stop_token& stop) const {
   std::string why;
   PDXAtomicFile file(path);
-  file.append(page(content, pageTitle, {.line = "<br/>\r\n\t", .first = "\r\n\t<p>"},
-                   [&](const PDXNoteContent& piece) {
-                     if (const auto* line = std::get_if<PDXTextNoteContent>(&piece))
-                       return line->htmlRepresentation();
-                     return std::get<PDXMediaNoteContent>(piece).htmlExportAtPath(path, &why, stop);
-                   }));
+  file.append(pageForPathTitle(path, pageTitle, &why, stop));
   if (stop.stop_requested()) return "stopped";
   if (!file.commit()) return file.error();
   return why.empty() ? std::nullopt : std::optional(why);

@@ -74,6 +74,11 @@ struct PDXIOS9NoteDetail {
   /// The note as a page that shows the local files.
   std::string htmlRepresentationWithTitle(const std::optional<std::string>& pageTitle) const;
 
+  /// The text of the page that `htmlExportToPathTitle` writes, which copies the attachments beside it.
+  /// @param why  receives the reason when one cannot be copied; may be null.
+  std::string pageForPathTitle(const std::string& path, const std::optional<std::string>& pageTitle,
+                               std::string* why = nullptr, const std::stop_token& stop = {}) const;
+
   /// The note as a page in a file, with its attachments in a folder beside it.
   /// @param path  ends in the page's extension; its folder must exist.
   /// @return nothing on success, else why the page or an attachment could not be written. A page is not

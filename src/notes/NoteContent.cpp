@@ -40,25 +40,23 @@ std::string PDXMediaNoteContent::attachmentFolderForPage(const std::string& page
 }
 
 std::string PDXMediaNoteContent::exportPathForPage(const std::string& pagePath) const {
-  return PDXFiles::joined(attachmentFolderForPage(pagePath),
-                          PDXFileName::safeWithExtension(exportName + "." + fileType));
+  return PDXFiles::freePath(PDXFiles::joined(attachmentFolderForPage(pagePath),
+                                             PDXFileName::safeWithExtension(exportName + "." + fileType)));
 }
 
-std::optional<std::string> PDXMediaNoteContent::copyBesidePage(const std::string& pagePath,
-                                                               const std::stop_token& stop) const {
-  if (!hasFile()) return std::nullopt;
+PDXFiles::CopyResult PDXMediaNoteContent::copyBesidePage(const std::string& pagePath,
+                                                         const std::stop_token& stop) const {
+  if (!hasFile()) return {};
   const std::string target = exportPathForPage(pagePath);
   PDXFiles::makeFolders(PDXFiles::folderOf(target));
-  if (PDXFiles::exists(target)) return std::nullopt;
-  const auto copied = PDXFiles::copy(fileName, target, stop);
-  return copied ? std::nullopt : std::optional(copied.why);
+  return PDXFiles::exists(target) ? PDXFiles::CopyResult() : PDXFiles::copy(fileName, target, stop);
 }
 
 std::string PDXMediaNoteContent::htmlExportAtPath(const std::string& pagePath, std::string* why,
                                                   const std::stop_token& stop) const {
   if (!hasFile()) return kNoFile;
-  if (auto failure = copyBesidePage(pagePath, stop)) {
-    if (why != nullptr) *why = std::move(*failure);
+  if (const auto copied = copyBesidePage(pagePath, stop); !copied) {
+    if (why != nullptr) *why = copied.why;
     return kNoFile;
   }
   const std::string target = exportPathForPage(pagePath);

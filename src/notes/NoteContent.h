@@ -6,6 +6,8 @@
 #include <string>
 #include <variant>
 
+#include "platform/Files.h"
+
 /// What a piece of a note is.
 namespace PDXNoteContentFormat {
 enum : std::int32_t {
@@ -71,14 +73,12 @@ struct PDXMediaNoteContent {
 
   /// Copies the attachment to where `htmlExportAtPath` puts it, for a note that has no page; nothing to do
   /// without a file.
-  /// @return why it cannot be copied; nothing on success.
-  std::optional<std::string> copyBesidePage(const std::string& pagePath,
-                                            const std::stop_token& stop = {}) const;
+  PDXFiles::CopyResult copyBesidePage(const std::string& pagePath, const std::stop_token& stop = {}) const;
 
   /// Whether there is a file that a page can show.
   bool hasFile() const { return !fileName.empty() && contentFormat != PDXNoteContentFormat::Place; }
 
-  /// Where `htmlExportAtPath` and `copyBesidePage` copy to.
+  /// Where `htmlExportAtPath` and `copyBesidePage` copy to: a place that no file of somebody else's has.
   std::string exportPathForPage(const std::string& pagePath) const;
 
   /// The folder for the attachments of a page: its path with " - Attachments" for the extension.

@@ -52,6 +52,7 @@ TEST_F(CallsExport, NamesPeopleAndAccountsForEveryRow) {
   for (const bool isEncrypted : {false, true}) {
     for (const auto generation : {Generation::modern, Generation::legacy}) {
       PDXFiles::removeTree(folder_ / "phone");
+      PDXFiles::removeTree(folder_ / "z-out");
       PDXSampleOptions sample{
           .folder = folder_ / "phone", .messages = 5, .rounds = 3, .generation = generation};
       if (isEncrypted) sample.password = "secret";

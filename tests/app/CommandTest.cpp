@@ -677,7 +677,7 @@ TEST_F(Command, ADamagedStoreIsSaidAndTheRestComesOut) {
 
   const std::string store = "3d/3d0d7e5fb2ce288813306e4d4636395e047a3d28";
   PDXFiles::remove(folder_ / ("phone/" + store));
-  const Ran lost = run("export phone --to out");
+  const Ran lost = run("export phone --to out4");
   EXPECT_EQ(lost.status, 1);
   EXPECT_NE(lost.errors.find("the manifest lists it, but"), std::string::npos) << lost.errors;
 

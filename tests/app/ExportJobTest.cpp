@@ -6,6 +6,7 @@
 #include "backup/BackupInformation.h"
 #include "backup/DeviceData.h"
 #include "contacts/ContactsDatabase.h"
+#include "platform/Text.h"
 #include "samples/BackupFolder.h"
 #include "samples/NoteStore.h"
 #include "samples/Notes.h"
@@ -226,10 +227,169 @@ TEST_F(ExportJob, StopsAndSaysWhatCannotBeWritten) {
   EXPECT_EQ(run(stop.get_token()).outcome, PDXExportReport::Outcome::stopped);
   EXPECT_TRUE(tree(options_.outputFolder).empty());
 
-  folder_.write("out/Messages", "a file where the folder should be");
+  options_.outputFolder = folder_.write("file", "where the folder should be");
   const PDXExportReport report = run();
   EXPECT_EQ(report.outcome, PDXExportReport::Outcome::unwritable);
-  EXPECT_EQ(report.unwritablePath, options_.outputFolder + "/Messages");
+  EXPECT_EQ(report.unwritablePath, options_.outputFolder);
+}
+
+TEST_F(ExportJob, RefusesFoldersOfOthers) {
+  const std::string report = R"({"schema":1,"kind":"export","items":[],"files":[],"device":)";
+  const struct {
+    const char* what;
+    const char* file;
+    std::string text;
+    bool isRefused;
+  } cases[] = {
+      {"somebody's file", "notes.txt", "mine", true},
+      {"a report of something else", "export.json", R"({"schema":1,"kind":"export"})", true},
+      {"another device", "export.json", report + "\"another\"}", true},
+      {"this device in another spelling", "export.json",
+       report + '"' + PDXText::lowercased(information_->deviceIdentifier()) + "\"}", false},
+      {"what a killed run was just writing", "Messages/.pocketdex-999999999-1.part", "half", false},
+  };
+  for (const auto& c : cases) {
+    options_.outputFolder = folder_ / c.what;
+    folder_.write(std::string(c.what) + "/" + c.file, c.text);
+    options_.kinds = {"calls"};
+    const PDXExportReport ran = run();
+    EXPECT_EQ(ran.outcome == PDXExportReport::Outcome::refused, c.isRefused) << c.what;
+    EXPECT_EQ(mistake_.find("--force") != std::string::npos, c.isRefused) << c.what << mistake_;
+    if (c.isRefused) {
+      EXPECT_EQ(tree(options_.outputFolder), (std::map<std::string, std::string>{{c.file, c.text}}))
+          << c.what;
+    }
+  }
+}
+
+// Whatever the names are that an export would use, files, folders and links that were there stay, and nothing
+// goes through a link.
+TEST_F(ExportJob, ForceReplacesNothingOfOthers) {
+  const std::string title = "Ann Fletcher";
+  std::map<std::string, std::string> theirs;
+  for (const char* path :
+       {"INDEX.html", "export.json", "Messages/ann fletcher.html", "Contacts", "Calls/Calls.csv",
+        "Music/Tracks.csv", "Calendars/Home.ics", "Notes/Cloud/Notes/Packing list.txt",
+        "Notes/Cloud/Notes/Drawn by hand - Attachments/2.png"})
+    theirs[path] = "theirs";
+  for (const auto& [path, text] : theirs) folder_.write("out/" + path, text);
+  PDXFiles::makeFolders(folder_ / "elsewhere");
+  std::filesystem::create_directory_symlink(folder_ / "elsewhere", folder_ / "out/Bookmarks");
+  options_.isForced = true;
+  const PDXExportReport report = run();
+  EXPECT_TRUE(report.isComplete());
+  auto files = tree(options_.outputFolder);
+  for (const auto& [path, text] : theirs) EXPECT_EQ(files[path], text) << path;
+  EXPECT_TRUE(PDXFiles::list(folder_ / "elsewhere").empty());
+  for (const char* path :
+       {"index (1).html", "export (1).json", "Messages/Ann Fletcher (1).html", "Contacts (1)/Contacts.vcf",
+        "Calls/Calls (1).csv", "Calls/Calls.html", "Bookmarks (1)/Bookmarks.html", "Music/Tracks (1).csv",
+        "Notes/Cloud/Notes/Packing list (1).html", "Notes/Cloud/Notes/Drawn by hand (1) - Attachments/2.png"})
+    EXPECT_TRUE(files.contains(path)) << path;
+  const std::string start = files["index (1).html"];
+  EXPECT_NE(start.find(PDXText::pathForHtmlLink("Messages/Ann Fletcher (1).html")), std::string::npos);
+  const auto json = nlohmann::json::parse(files["export (1).json"]);
+  EXPECT_GE(json["notOurs"].size(), theirs.size());
+  EXPECT_NE(start.find("Messages/ann fletcher.html"), std::string::npos) << "it says so";
+
+  options_.isForced = false;
+  run();
+  EXPECT_EQ(mistake_, "") << "now it is an export of ours as well";
+  EXPECT_EQ(tree(options_.outputFolder), files);
+}
+
+TEST_F(ExportJob, AFurtherExportAddsToTheFirst) {
+  run();
+  const auto all = tree(options_.outputFolder);
+  options_.kinds = {"messages"};
+  options_.conversations = {"Ann Fletcher"};
+  run();
+  auto both = tree(options_.outputFolder);
+  const auto json = nlohmann::json::parse(both["export.json"]);
+  EXPECT_EQ(json["items"].size(), 7U);
+  EXPECT_EQ(json["items"][0]["written"]["conversations"], 1);
+  EXPECT_GT(json["items"][0]["pages"].size(), 10U);
+  EXPECT_EQ(json["items"][0]["pages"][1]["earlier"], true);
+  EXPECT_EQ(json["items"][1]["earlier"], true);
+  EXPECT_EQ(json["files"].size(), both.size());
+  for (const char* page : {"Contacts/Contacts.vcf", "Calls/Calls.html", "Messages/Bob%20Okafor.html"})
+    if (all.at("index.html").find(page) != std::string::npos) {
+      EXPECT_NE(both["index.html"].find(page), std::string::npos) << page;
+    }
+  run();
+  EXPECT_EQ(tree(options_.outputFolder), both) << "the same again";
+  options_.kinds = {};
+  options_.conversations = {};
+  run();
+  EXPECT_EQ(tree(options_.outputFolder), all) << "and all of it again";
+}
+
+/// Runs an export that is looked at in its middle.
+TEST_F(ExportJob, ARunningExportIsMarkedAndAlone) {
+  bool isSeen = false;
+  const auto look = [&](const std::string&, std::size_t, std::size_t) {
+    if (std::exchange(isSeen, true)) return;
+    const auto files = tree(options_.outputFolder);
+    const auto json = nlohmann::json::parse(files.at("export.json"));
+    EXPECT_EQ(json["complete"], false);
+    EXPECT_NE(files.at("index.html").find("This export is not complete"), std::string::npos);
+    PDXExportJob second(*device_, *information_, options_);
+    const PDXExportReport refused = second.run({}, {});
+    EXPECT_EQ(refused.outcome, PDXExportReport::Outcome::unwritable);
+    EXPECT_NE(refused.why.find("another export is running"), std::string::npos) << refused.why;
+    // What a killed run leaves behind is what lies there now.
+    std::filesystem::copy(options_.outputFolder, folder_ / "killed",
+                          std::filesystem::copy_options::recursive);
+  };
+  PDXExportJob job(*device_, *information_, options_);
+  job.prepare();
+  job.run(look, {});
+  EXPECT_TRUE(isSeen);
+  const auto whole = tree(options_.outputFolder);
+  EXPECT_EQ(nlohmann::json::parse(whole.at("export.json"))["complete"], true);
+  EXPECT_FALSE(whole.contains(".pocketdex.lock"));
+
+  options_.outputFolder = folder_ / "killed";
+  EXPECT_GT(tree(options_.outputFolder).count("Messages/Ann Fletcher.html"), 0U);
+  run();
+  EXPECT_EQ(tree(options_.outputFolder), whole) << "the next run takes its files for ours";
+}
+
+TEST_F(ExportJob, WhatItWritesIsTheOwnersAlone) {
+  options_.outputFolder = folder_ / "new/out";
+  options_.writesContactPictures = true;
+  options_.withFiles = true;
+  run();
+  std::size_t count = 0;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder_ / "new")) {
+    const auto others = std::filesystem::perms::group_all | std::filesystem::perms::others_all;
+    EXPECT_EQ(entry.status().permissions() & others, std::filesystem::perms::none) << entry.path();
+    ++count;
+  }
+  EXPECT_GT(count, 50U);
+}
+
+// Whatever the reason, here a file that somebody puts there while the export runs: it costs one page.
+TEST_F(ExportJob, AFileThatCannotBeMadeCostsItselfOnly) {
+  options_.jobs = 1;
+  std::string page;
+  const auto block = [&](const std::string&, std::size_t, std::size_t) {
+    if (!page.empty()) return;
+    page = PDXFiles::exists(folder_ / "out/Messages/Mum.html") ? "Messages/60123.html" : "Messages/Mum.html";
+    folder_.write("out/" + page, "theirs");
+  };
+  PDXExportJob job(*device_, *information_, options_);
+  job.prepare();
+  const PDXExportReport report = job.run(block, {});
+  EXPECT_EQ(report.outcome, PDXExportReport::Outcome::done);
+  EXPECT_FALSE(report.isComplete());
+  ASSERT_EQ(report.kinds.size(), 7U);
+  ASSERT_EQ(report.kinds[0].unwritten.size(), 1U);
+  EXPECT_EQ(report.kinds[0].unwritten[0].where, page);
+  EXPECT_EQ(report.kinds[0].written.size() + 1, report.kinds[0].found);
+  EXPECT_EQ(fileText(options_.outputFolder + "/" + page), "theirs");
+  const auto json = nlohmann::json::parse(fileText(options_.outputFolder + "/export.json"));
+  EXPECT_EQ(json["items"][0]["unwritten"][0]["where"], page);
 }
 
 // An exception that leaves a thread would end the process as it stands, with the scratch folder left behind.
@@ -294,6 +454,33 @@ TEST_F(ExportJob, NotesAsTextAloneLoseNoAttachment) {
   EXPECT_NE(page.find("1 attachment was copied unchanged"), std::string::npos) << "it is no picture";
 }
 
+// The name is cut as a whole, and the kinds after the notes come out.
+TEST_F(ExportJob, AnExtensionOfAnyLengthEndsNothing) {
+  using Kind = PDXSampleNoteObject::Kind;
+  const std::string name = "scan." + std::string(300, 'x');
+  PDXSampleBackupFolder backup(folder_ / "long");
+  ASSERT_EQ(PDXSampleNoteStore::write(folder_ / "n", PDXSampleNoteStore::generations()[0],
+                                      {{Kind::account, 1, "LocalAccount", "On My iPhone"},
+                                       {Kind::folder, 2, "F", "Notes"},
+                                       {Kind::note, 3, "N", "Scanned", 1, 2},
+                                       {Kind::attachment, 4, "A", name, 0, 0, 3, 5, 0, "com.adobe.pdf"},
+                                       {Kind::media, 5, "M", name}}),
+            "");
+  const std::string domain = "AppDomainGroup-group.com.apple.notes";
+  backup.takeFile(domain, "NoteStore.sqlite", folder_ / "n");
+  backup.addFile(domain, "Media/M/" + name, std::string_view("scanned"));
+  ASSERT_TRUE(backup.finish()) << backup.error();
+  device_ = std::make_unique<PDXDeviceData>("long");
+  options_.kinds = {"notes"};
+  const PDXExportReport report = run();
+  EXPECT_EQ(report.outcome, PDXExportReport::Outcome::done) << report.why;
+  const auto files =
+      PDXFiles::list(options_.outputFolder + "/Notes/On My iPhone/Notes/Scanned - Attachments");
+  ASSERT_EQ(files.size(), 1U);
+  EXPECT_TRUE(files[0].starts_with("scan.xxx")) << files[0];
+  EXPECT_LE(files[0].size(), 200U);
+}
+
 TEST_F(ExportJob, SearchesNotesAndKeepsTheirNames) {
   options_.kinds = {"notes"};
   options_.searchTerm = "FROM ANN";
@@ -307,7 +494,8 @@ TEST_F(ExportJob, SearchesNotesAndKeepsTheirNames) {
 TEST_F(ExportJob, ReplacesAttachmentsOfEarlierExports) {
   options_.kinds = {"notes"};
   const std::string picture = "Notes/Cloud/Notes/Drawn by hand - Attachments/2.png";
-  folder_.write("out/" + picture, "of another phone");
+  run();
+  folder_.write("out/" + picture, "as it was before");
   run();
   EXPECT_TRUE(fileText(PDXFiles::joined(options_.outputFolder, picture)).starts_with("\x89PNG"));
 }

@@ -275,7 +275,8 @@ TEST_F(ConversationHTMLExporter, LeavesNothingHalfDone) {
   const auto failed = PDXConversationHTMLExporter(*device_, 17)
                           .exportConversationMessagesWithOptions(conversation_, messages, options_);
   EXPECT_EQ(failed.outcome, Outcome::unwritable);
-  EXPECT_EQ(failed.why, "No such file or directory");
+  ASSERT_EQ(failed.unwritten.size(), 1U);
+  EXPECT_EQ(failed.unwritten[0].second.why, "No such file or directory");
   EXPECT_EQ(PDXFiles::list(folder_ / "out"), std::vector<std::string>{"Ann's #1.html"});
 }
 

@@ -45,6 +45,8 @@ class ExportCommand final : public PDXCommand {
         "What to export: messages, contacts, calendars, notes, calls, bookmarks, music. Everything that the "
         "backup holds when left out");
     app.add_option("--to", options_.outputFolder, "The folder to write into; made when missing")->required();
+    app.add_flag("--force", options_.isForced,
+                 "Write into a folder that has other files in it, none of which is replaced");
     range_.addTo(app);
     app.add_option("--conversation", options_.conversations,
                    "Only the conversation of this title (repeatable)")
@@ -136,11 +138,6 @@ class ExportCommand final : public PDXCommand {
       PDXConsole::error(*mistake);
       return PDXExitStatus::usage;
     }
-    if (!PDXFiles::makeFolders(options_.outputFolder)) {
-      PDXConsole::error("cannot write " + options_.outputFolder +
-                        ": it is no folder and cannot be made one; choose another folder");
-      return PDXExitStatus::unwritable;
-    }
     const auto progress = [&context](const std::string& what, std::size_t done, std::size_t total) {
       context.console.progress(what, done, total);
     };
@@ -151,6 +148,10 @@ class ExportCommand final : public PDXCommand {
 
   PDXExitStatus summarised(const PDXConsole& console, const PDXExportReport& report) const {
     if (report.outcome == PDXExportReport::Outcome::stopped) return PDXExitStatus::interrupted;
+    if (report.outcome == PDXExportReport::Outcome::refused) {
+      PDXConsole::error(report.why);
+      return PDXExitStatus::usage;
+    }
     if (report.outcome == PDXExportReport::Outcome::unwritable) {
       return saysUnwritable(report.unwritablePath, report.why);
     }
@@ -162,6 +163,15 @@ class ExportCommand final : public PDXCommand {
     }
     for (const std::string& kind : report.notHeld) PDXConsole::error("the backup holds no " + kind);
     for (const PDXProblem& problem : report.problems) PDXConsole::problem(problem);
+    for (const PDXKindReport& kind : report.kinds) {
+      for (const PDXProblem& problem : kind.unwritten)
+        PDXConsole::error("cannot write " + problem.where + ": " + problem.why);
+    }
+    if (!report.inTheWay.empty()) {
+      console.note(
+          fmt::format("{} as they are, and ours got other names: export.json names them",
+                      counted(report.inTheWay.size(), "file of others stays", "files of others stay")));
+    }
     if (!report.notConcerned.empty()) {
       console.note(fmt::format("Left out, as the filters say nothing about them: {}",
                                fmt::join(report.notConcerned, ", ")));
@@ -169,7 +179,7 @@ class ExportCommand final : public PDXCommand {
     if (!report.notBuilt.empty()) {
       console.note(fmt::format("Not built yet, and left out: {}", fmt::join(report.notBuilt, ", ")));
     }
-    console.note("Open " + PDXFiles::joined(options_.outputFolder, "index.html"));
+    console.note("Open " + report.startPage);
     return report.isComplete() ? PDXExitStatus::done : PDXExitStatus::incomplete;
   }
 

@@ -225,6 +225,10 @@ class GetCommand final : public PDXCommand {
     }
     if (copied.outcome == Outcome::stopped) return PDXExitStatus::interrupted;
     if (copied.outcome == Outcome::writeFailed) return saysUnwritable(target, copied.why);
+    if (copied.outcome == Outcome::notMade) {
+      PDXConsole::error("cannot write " + target + ": " + copied.why);
+      return PDXExitStatus::incomplete;
+    }
     PDXConsole::error("cannot read \"" + path + "\" in " + domain_ + ": " + copied.why);
     return PDXExitStatus::incomplete;
   }

@@ -17,23 +17,21 @@ constexpr const char* kFolder = "Bookmarks";
 /// Whether all was written. A stop leaves nothing behind.
 class Writer {
  public:
-  Writer(const PDXBookmarkList& list, const PDXExportOptions& options, PDXExportReport& report,
-         const std::stop_token& stop)
-      : list_(list), folder_(PDXFiles::joined(options.outputFolder, kFolder)), report_(report), stop_(stop) {
-    PDXFiles::makeFolders(folder_);
-  }
+  Writer(const PDXBookmarkList& list, const PDXExportOptions& options, PDXKindReport& kind,
+         PDXExportReport& report, const std::stop_token& stop)
+      : list_(list), options_(options), kind_(kind), report_(report), stop_(stop) {}
 
-  bool writePage() {
-    PDXAtomicFile file(PDXFiles::joined(folder_, "Bookmarks.html"));
+  void writePage() {
+    PDXAtomicFile file(options_.placeOf("Bookmarks/Bookmarks.html"));
     file.append(PDXBookmarkHTMLGenerator::beginning());
     for (const PDXBookmarkTree& tree : list_.trees)
       PDXBookmarkHTMLGenerator::write(tree, [&](const std::string& text) { file.append(text); });
     file.append(PDXBookmarkHTMLGenerator::end());
-    return commit(file);
+    commit(file, "Bookmarks for browsers");
   }
 
-  bool writeJson() {
-    PDXAtomicFile file(PDXFiles::joined(folder_, "Bookmarks.json"));
+  void writeJson() {
+    PDXAtomicFile file(options_.placeOf("Bookmarks/Bookmarks.json"));
     file.append("{\"schema\":1,\"kind\":\"bookmarks\",\"items\":[");
     std::string json;
     for (const PDXBookmarkTree& tree : list_.trees) {
@@ -45,21 +43,19 @@ class Writer {
       }
     }
     file.append("\n]}\n");
-    return commit(file);
+    commit(file, "Bookmarks as JSON");
   }
 
  private:
-  bool commit(PDXAtomicFile& file) {
-    if (stop_.stop_requested()) return false;
-    if (file.commit()) return true;
-    report_.outcome = PDXExportReport::Outcome::unwritable;
-    report_.unwritablePath = file.path();
-    report_.why = file.error();
-    return false;
+  void commit(PDXAtomicFile& file, const std::string& title) {
+    if (stop_.stop_requested() || !report_.commit(file, kind_)) return;
+    kind_.written.push_back(
+        {.title = title, .path = options_.relative(file.path()), .entries = list_.entries});
   }
 
   const PDXBookmarkList& list_;
-  std::string folder_;
+  const PDXExportOptions& options_;
+  PDXKindReport& kind_;
   PDXExportReport& report_;
   const std::stop_token& stop_;
 };
@@ -160,11 +156,10 @@ PDXKindReport PDXBookmarksExport::run(PDXDeviceData& deviceData, const PDXExport
   kind.filtered = list.filtered;
   kind.entries = PDXEntriesReport{.one = "bookmark", .many = "bookmarks", .written = 0, .rows = {}};
   if (list.entries > 0) {
-    Writer writer(list, options, report, stop);
-    if (!writer.writePage() || !writer.writeJson()) return kind;
-    kind.written = {
-        {.title = "Bookmarks for browsers", .path = "Bookmarks/Bookmarks.html", .entries = list.entries},
-        {.title = "Bookmarks as JSON", .path = "Bookmarks/Bookmarks.json", .entries = list.entries}};
+    Writer writer(list, options, kind, report, stop);
+    writer.writePage();
+    if (report.goesOn()) writer.writeJson();
+    if (kind.written.empty() || !report.goesOn() || stop.stop_requested()) return kind;
   }
   kind.entries->written = list.entries;
   kind.entries->folders = list.folders;

@@ -20,7 +20,7 @@ using RowCounts = PDXCalendarsDbReader::RowCounts;
 
 /// False when the file cannot be written, which the report then says.
 bool write(PDXCalendarDetail& calendar, const std::string& path, PDXCalendarICSWriter& writer,
-           PDXExportReport& report) {
+           PDXKindReport& kind, PDXExportReport& report) {
   PDXAtomicFile file(path);
   file.append(writer.generateFileHeaderForCalendar_(PDXCleanedRecords::forHeader(calendar)));
   std::string text;
@@ -31,11 +31,7 @@ bool write(PDXCalendarDetail& calendar, const std::string& path, PDXCalendarICSW
     file.append(text);
   }
   file.append(PDXCalendarICSWriter::end());
-  if (file.commit()) return true;
-  report.outcome = PDXExportReport::Outcome::unwritable;
-  report.unwritablePath = path;
-  report.why = file.error();
-  return false;
+  return report.commit(file, kind);
 }
 
 PDXRowAccount accountOf(const RowCounts& counts, std::size_t written, bool hasRange) {
@@ -80,20 +76,26 @@ PDXKindReport PDXCalendarsExport::run(PDXDeviceData& deviceData, const PDXExport
   const PDXCalendarsDbReader reader(deviceData.databaseOfFeature(PDXFeature::Calendar));
   const bool hasRange = options.startDate || options.endDate;
   auto calendars = reader.getAllCalendars(options.startDate, options.behindEnd());
-  PDXFiles::makeFolders(PDXFiles::joined(options.outputFolder, kFolder));
-  PDXUniqueFileNames names(kExtension.size());
+  const std::string folder = PDXFiles::freeFolder(PDXFiles::joined(options.outputFolder, kFolder));
+  const auto placeFor = [&](const std::string& name) {
+    return PDXFiles::joined(folder, name) + std::string(kExtension);
+  };
+  PDXFiles::makeFolders(folder);
+  PDXUniqueFileNames names(kExtension.size(),
+                           [&](const std::string& name) { return PDXFiles::isTaken(placeFor(name)); });
   PDXCalendarICSWriter writer;
   for (std::size_t i = 0; i < calendars.size(); ++i) {
     PDXCalendarDetail& calendar = calendars[i];
-    const std::string path =
-        PDXFiles::joined(kFolder, names.nameFor(calendar.title)) + std::string(kExtension);
+    const std::string place = placeFor(names.nameFor(calendar.title));
     if (hasRange && calendar.calendarEvents.empty()) continue;
-    if (stop.stop_requested() ||
-        !write(calendar, PDXFiles::joined(options.outputFolder, path), writer, report))
-      return kind;
+    if (stop.stop_requested()) return kind;
+    if (!write(calendar, place, writer, kind, report)) {
+      if (!report.goesOn()) return kind;
+      continue;
+    }
     PDXExportedItem& item = kind.written.emplace_back();
     item.title = calendar.title.empty() ? "Untitled" : calendar.title;
-    item.path = path;
+    item.path = options.relative(place);
     item.entries = calendar.calendarEvents.size();
     kind.entries->written += item.entries;
     calendar.calendarEvents = {};

@@ -62,39 +62,38 @@ struct Row {
 
 class Writer {
  public:
-  Writer(const PDXExportOptions& options, PDXExportReport& report, const std::stop_token& stop)
-      : folder_(PDXFiles::joined(options.outputFolder, "Calls")), report_(report), stop_(stop) {
-    PDXFiles::makeFolders(folder_);
-  }
+  Writer(const PDXExportOptions& options, PDXKindReport& kind, PDXExportReport& report,
+         const std::stop_token& stop)
+      : options_(options), kind_(kind), report_(report), stop_(stop) {}
 
-  bool writePage(const std::vector<PDXCallLog>& logs) {
-    PDXAtomicFile file(PDXFiles::joined(folder_, "Calls.html"));
+  void writePage(const std::vector<PDXCallLog>& logs, std::size_t calls) {
+    PDXAtomicFile file(options_.placeOf("Calls/Calls.html"));
     std::vector<const PDXCallLog*> all;
     all.reserve(logs.size());
     for (const PDXCallLog& log : logs) all.push_back(&log);
     file.append(PDXCallLogHTMLGenerator::beginning(all));
     for (const PDXCallLog& log : logs) {
-      if (stop_.stop_requested()) return false;
+      if (stop_.stop_requested()) return;
       file.append(PDXCallLogHTMLGenerator::section(log, times_));
     }
     file.append(PDXCallLogHTMLGenerator::end());
-    return commit(file);
+    commit(file, "Calls by person", calls);
   }
 
-  bool writeTable(const std::vector<PDXCallLog>& logs) {
+  void writeTable(const std::vector<PDXCallLog>& logs, std::size_t calls) {
     std::vector<Name> names;
     names.reserve(logs.size());
     for (const PDXCallLog& log : logs) names.emplace_back(log.participantGroup);
-    PDXAtomicFile file(PDXFiles::joined(folder_, "Calls.csv"));
+    PDXAtomicFile file(options_.placeOf("Calls/Calls.csv"));
     file.append(PDXCallLogCSVGenerator::header());
     std::string line;
     for (const Row& row : rowsOf(logs, names)) {
-      if (stop_.stop_requested()) return false;
+      if (stop_.stop_requested()) return;
       line.clear();
       PDXCallLogCSVGenerator::appendRow(line, *row.entry, row.name->of(*row.entry), times_);
       file.append(line);
     }
-    return commit(file);
+    commit(file, "Calls as a table", calls);
   }
 
  private:
@@ -112,15 +111,13 @@ class Writer {
     return rows;
   }
 
-  bool commit(PDXAtomicFile& file) {
-    if (file.commit()) return true;
-    report_.outcome = PDXExportReport::Outcome::unwritable;
-    report_.unwritablePath = file.path();
-    report_.why = file.error();
-    return false;
+  void commit(PDXAtomicFile& file, const std::string& title, std::size_t calls) {
+    if (report_.commit(file, kind_))
+      kind_.written.push_back({.title = title, .path = options_.relative(file.path()), .entries = calls});
   }
 
-  std::string folder_;
+  const PDXExportOptions& options_;
+  PDXKindReport& kind_;
   PDXExportReport& report_;
   const std::stop_token& stop_;
   PDXLocalTimes times_;
@@ -184,10 +181,10 @@ PDXKindReport PDXCallsExport::run(PDXDeviceData& deviceData, const PDXExportOpti
   kind.filtered = list.filtered;
   kind.entries = PDXEntriesReport{.one = "call", .many = "calls", .written = 0, .rows = {}};
   if (!list.logs.empty()) {
-    Writer writer(options, report, stop);
-    if (!writer.writePage(list.logs) || !writer.writeTable(list.logs)) return kind;
-    kind.written = {{.title = "Calls by person", .path = "Calls/Calls.html", .entries = list.calls},
-                    {.title = "Calls as a table", .path = "Calls/Calls.csv", .entries = list.calls}};
+    Writer writer(options, kind, report, stop);
+    writer.writePage(list.logs, list.calls);
+    if (report.goesOn() && !stop.stop_requested()) writer.writeTable(list.logs, list.calls);
+    if (kind.written.empty() || !report.goesOn() || stop.stop_requested()) return kind;
   }
   kind.entries->written = list.calls;
   if (list.rows) kind.entries->rows = accountOf(list, list.calls);

@@ -108,14 +108,10 @@ void removeUnmatched(PDXContactList& list, const std::string& search) {
 }
 
 /// Writes a file; false when that failed, which the report then says.
-bool write(const std::string& path, const std::string& text, PDXExportReport& report) {
+bool write(const std::string& path, const std::string& text, PDXKindReport& kind, PDXExportReport& report) {
   PDXAtomicFile file(path);
   file.append(text);
-  if (file.commit()) return true;
-  report.outcome = PDXExportReport::Outcome::unwritable;
-  report.unwritablePath = path;
-  report.why = file.error();
-  return false;
+  return report.commit(file, kind);
 }
 
 std::string cardsOf(const std::vector<PDXContactEntry>& contacts) {
@@ -130,22 +126,28 @@ std::string nameOf(const PDXContactEntry& contact) {
 }
 
 /// Writes a face for each contact, in their order; answers how many.
-std::size_t writePictures(const std::vector<PDXContactEntry>& contacts, const std::string& folder,
-                          PDXExportReport& report, const PDXProgressSink& progress,
+std::size_t writePictures(const std::vector<PDXContactEntry>& contacts, const PDXExportOptions& options,
+                          PDXKindReport& kind, PDXExportReport& report, const PDXProgressSink& progress,
                           const std::stop_token& stop) {
   constexpr std::string_view kExtension = ".png";
-  const std::string pictures = PDXFiles::joined(folder, "pictures");
+  const std::string pictures =
+      PDXFiles::freeFolder(PDXFiles::joined(options.outputFolder, "Contacts/pictures"));
+  const auto pathFor = [&](const std::string& name) {
+    return PDXFiles::joined(pictures, name) + std::string(kExtension);
+  };
   PDXFiles::makeFolders(pictures);
-  PDXUniqueFileNames names(kExtension.size());
+  PDXUniqueFileNames names(kExtension.size(),
+                           [&](const std::string& name) { return PDXFiles::isTaken(pathFor(name)); });
   std::size_t count = 0;
+  std::size_t done = 0;
   for (const PDXContactEntry& contact : contacts) {
     if (stop.stop_requested()) break;
-    const std::string path =
-        PDXFiles::joined(pictures, names.nameFor(nameOf(contact)) + std::string(kExtension));
+    const std::string path = pathFor(names.nameFor(nameOf(contact)));
     const auto png = PDXFaces::asPng(PDXContactImageRetriever::faceOfEntry(contact));
-    if (!png || !write(path, std::string(png->begin(), png->end()), report)) break;
-    ++count;
-    if (progress) progress("Contacts", count, contacts.size());
+    if (!png) break;
+    if (write(path, std::string(png->begin(), png->end()), kind, report)) ++count;
+    if (!report.goesOn()) break;
+    if (progress) progress("Contacts", ++done, contacts.size());
   }
   return count;
 }
@@ -187,19 +189,18 @@ PDXKindReport PDXContactsExport::run(PDXDeviceData& deviceData, const PDXExportO
   kind.rows->filtered = list.filtered;
   kind.accounts = accountsOf(list, *kind.rows, options.writesContactPictures);
   if (list.contacts.empty()) return kind;
-  const std::string folder = PDXFiles::joined(options.outputFolder, kFolder);
-  PDXFiles::makeFolders(folder);
-  const bool isWritten =
-      write(PDXFiles::joined(folder, "Contacts.vcf"), cardsOf(list.contacts), report) &&
-      write(PDXFiles::joined(folder, "Contacts.csv"),
-            PDXContactGoogleCSVGenerator::generateForContacts(PDXCleanedRecords::forTable(list.contacts)),
-            report);
-  if (!isWritten) return kind;
+  const auto add = [&](const char* title, const char* name, const std::string& text) {
+    const std::string place = options.placeOf(PDXFiles::joined(kFolder, name));
+    if (report.goesOn() && write(place, text, kind, report))
+      kind.written.push_back({.title = title, .path = options.relative(place)});
+  };
+  add("Contacts as vCards", "Contacts.vcf", cardsOf(list.contacts));
+  add("Contacts as a table", "Contacts.csv",
+      PDXContactGoogleCSVGenerator::generateForContacts(PDXCleanedRecords::forTable(list.contacts)));
+  if (!report.goesOn() || kind.written.empty()) return kind;
   kind.rows->written = list.contacts.size();
   kind.accounts = accountsOf(list, *kind.rows, options.writesContactPictures);
-  kind.written = {{.title = "Contacts as vCards", .path = "Contacts/Contacts.vcf"},
-                  {.title = "Contacts as a table", .path = "Contacts/Contacts.csv"}};
   if (options.writesContactPictures)
-    kind.pictures = writePictures(list.contacts, folder, report, progress, stop);
+    kind.pictures = writePictures(list.contacts, options, kind, report, progress, stop);
   return kind;
 }

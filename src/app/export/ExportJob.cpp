@@ -3,15 +3,18 @@
 #include <algorithm>
 #include <utility>
 
+#include "app/export/BackupJson.h"
 #include "app/export/BookmarksExport.h"
 #include "app/export/CalendarsExport.h"
 #include "app/export/CallsExport.h"
 #include "app/export/ContactsExport.h"
 #include "app/export/ContentKinds.h"
+#include "app/export/EarlierExport.h"
 #include "app/export/MessagesExport.h"
 #include "app/export/MusicExport.h"
 #include "app/export/NearestNames.h"
 #include "app/export/NotesExport.h"
+#include "app/export/OutputFolder.h"
 #include "app/export/Overview.h"
 #include "backup/BackupInformation.h"
 #include "backup/DeviceData.h"
@@ -21,14 +24,16 @@
 
 namespace {
 
-/// Writes one file of the overview; the first that fails decides the outcome.
-void writeFile(const std::string& path, const std::string& text, PDXExportReport& report) {
+/// Writes one file of the overview; the first that fails decides the outcome. Whether it is there.
+bool writeFile(const std::string& path, const std::string& text, PDXExportReport& report) {
   PDXAtomicFile file(path);
   file.append(text);
-  if (file.commit() || report.outcome != PDXExportReport::Outcome::done) return;
+  if (file.commit()) return true;
+  if (!report.goesOn()) return false;
   report.outcome = PDXExportReport::Outcome::unwritable;
   report.unwritablePath = path;
   report.why = file.error();
+  return false;
 }
 
 /// While it lives, faces come from this backup.
@@ -46,11 +51,16 @@ class FacesOfBackup {
 
 PDXExportJob::PDXExportJob(PDXDeviceData& deviceData, const PDXBackupInformation& information,
                            PDXExportOptions options)
-    : deviceData_(deviceData), information_(information), options_(std::move(options)) {}
+    : deviceData_(deviceData), information_(information), options_(std::move(options)) {
+  options_.outputFolder = PDXFiles::absolute(options_.outputFolder);
+  output_ = std::make_unique<PDXOutputFolder>(options_.outputFolder, information.deviceIdentifier(),
+                                              options_.isForced);
+}
 
 PDXExportJob::~PDXExportJob() = default;
 
 std::optional<std::string> PDXExportJob::prepare() {
+  if (auto mistake = output_->mistake()) return mistake;
   for (const auto& list : information_.unreadableLists()) {
     PDXLog::report({.what = "property list", .where = list.name, .why = "it " + list.why});
   }
@@ -71,7 +81,28 @@ std::optional<std::string> PDXExportJob::prepare() {
 
 PDXExportReport PDXExportJob::run(const PDXProgressSink& progress, const std::stop_token& stop) {
   PDXExportReport report;
+  if (stop.stop_requested()) {
+    report.outcome = PDXExportReport::Outcome::stopped;
+    return report;
+  }
+  if (const auto refusal = output_->open()) {
+    report.outcome =
+        refusal->isMistake ? PDXExportReport::Outcome::refused : PDXExportReport::Outcome::unwritable;
+    report.unwritablePath = options_.outputFolder;
+    report.why = refusal->why;
+    return report;
+  }
   PDXFiles::removeAbandonedParts(options_.outputFolder);
+  // Whoever finds the folder of an export that was killed is to see what it is.
+  if (writeOverview_(report)) exportKinds_(report, progress, stop);
+  if (stop.stop_requested() && report.goesOn()) report.outcome = PDXExportReport::Outcome::stopped;
+  report.hasEnded = report.goesOn();
+  output_->close(writeOverview_(report));
+  return report;
+}
+
+void PDXExportJob::exportKinds_(PDXExportReport& report, const PDXProgressSink& progress,
+                                const std::stop_token& stop) {
   const FacesOfBackup faces(deviceData_);
   if (hasMessages_) {
     PDXKindReport kind = PDXMessagesExport::run(deviceData_, messages_->standardConversations(), options_,
@@ -84,8 +115,9 @@ PDXExportReport PDXExportJob::run(const PDXProgressSink& progress, const std::st
     }
     report.kinds.push_back(std::move(kind));
   }
+  // Between kinds, what is there so far is written down.
   const auto goesOn = [&] {
-    return report.outcome == PDXExportReport::Outcome::done && !stop.stop_requested();
+    return report.goesOn() && !stop.stop_requested() && (report.kinds.empty() || writeOverview_(report));
   };
   if (takesWholeKind_("contacts") && goesOn()) {
     report.kinds.push_back(PDXContactsExport::run(deviceData_, options_, report, progress, stop));
@@ -103,9 +135,6 @@ PDXExportReport PDXExportJob::run(const PDXProgressSink& progress, const std::st
   for (const PDXContentKind& kind : PDXContentKinds::all()) sayIfLeftOut_(kind, report);
   report.problems = problems_.problems();
   for (PDXKindReport& kind : report.kinds) kind.settleAccounts(report.problems);
-  if (stop.stop_requested()) report.outcome = PDXExportReport::Outcome::stopped;
-  if (report.outcome != PDXExportReport::Outcome::stopped) writeOverview_(report);
-  return report;
 }
 
 void PDXExportJob::countRows_(PDXKindReport& kind) const {
@@ -161,9 +190,17 @@ bool PDXExportJob::takes_(const std::string& kind) const {
          std::find(options_.kinds.begin(), options_.kinds.end(), kind) != options_.kinds.end();
 }
 
-void PDXExportJob::writeOverview_(PDXExportReport& report) const {
-  writeFile(PDXFiles::joined(options_.outputFolder, "index.html"),
-            PDXOverview::startPage(information_, report), report);
-  writeFile(PDXFiles::joined(options_.outputFolder, "export.json"),
-            PDXOverview::reportJson(information_, report), report);
+/// Whether the report is there. The start page is written first: what it says has to be in the report then.
+bool PDXExportJob::writeOverview_(PDXExportReport& report) const {
+  report.problems = problems_.problems();
+  report.inTheWay = output_->inTheWay();
+  const std::string startPage = report.startPage = output_->startPagePath();
+  const std::string reportPath = output_->reportPath();
+  auto json = PDXOverview::reportJson(information_, report);
+  const auto files = output_->files();
+  PDXEarlierExport::addTo(json, output_->earlier(), files);
+  json["device"] = output_->device();
+  json["files"] = files;
+  return writeFile(startPage, PDXOverview::startPage(information_, report, json), report) &&
+         writeFile(reportPath, PDXBackupJson::text(json), report);
 }

@@ -12,6 +12,7 @@
 class PDXBackupInformation;
 class PDXDeviceData;
 class PDXMessageReader;
+class PDXOutputFolder;
 struct PDXContentKind;
 
 /// Exports content kinds of one backup, with start page and report. The command runs it, and so will a
@@ -26,11 +27,13 @@ class PDXExportJob {
   ~PDXExportJob();
 
   /// Loads the lists of what is to be exported. Nothing when all is well, else one line that says which of
-  /// the options names something that is not there, and what comes near it.
+  /// the options names something that is not there, and what comes near it, or why the output folder is not
+  /// for this export.
   std::optional<std::string> prepare();
 
-  /// Writes everything. One unreadable item never stops the rest; an output that cannot be written does, and
-  /// so does a stop request.
+  /// Writes everything into the folder, which is made when it is missing and left to others at the end; once.
+  /// One unreadable item never stops the rest; an output that cannot be written does, and so does a stop
+  /// request. Start page and report are written first, marked as not complete, and again at the end.
   PDXExportReport run(const PDXProgressSink& progress, const std::stop_token& stop);
 
  private:
@@ -40,11 +43,13 @@ class PDXExportJob {
   bool isConcerned_(const PDXContentKind& kind) const;
   bool takesWholeKind_(const std::string& kind) const;
   bool isThere_(const std::string& kind) const;
-  void writeOverview_(PDXExportReport& report) const;
+  void exportKinds_(PDXExportReport& report, const PDXProgressSink& progress, const std::stop_token& stop);
+  bool writeOverview_(PDXExportReport& report) const;
 
   PDXDeviceData& deviceData_;
   const PDXBackupInformation& information_;
   PDXExportOptions options_;
+  std::unique_ptr<PDXOutputFolder> output_;
   PDXProblemCollector problems_;
   std::unique_ptr<PDXMessageReader> messages_;
   bool hasMessages_ = false;

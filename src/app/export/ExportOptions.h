@@ -7,10 +7,14 @@
 
 #include "messages/ConversationExportOptions.h"
 #include "platform/Date.h"
+#include "platform/Files.h"
 
 /// What an export takes and how it writes it.
 struct PDXExportOptions {
   std::string outputFolder;
+
+  /// Whether to write into a folder of somebody else's, beside what is there.
+  bool isForced = false;
 
   /// As the command names them, e.g. "messages"; empty for every kind that the backup holds.
   std::vector<std::string> kinds;
@@ -43,6 +47,15 @@ struct PDXExportOptions {
   std::optional<PDXDate> behindEnd() const {
     return endDate ? std::optional(PDXDates::startOfNextDay(*endDate)) : std::nullopt;
   }
+
+  /// Where a file of the export goes, given its path below the output folder: there, or under the next free
+  /// name when somebody else's file is there.
+  std::string placeOf(const std::string& path) const {
+    return PDXFiles::freePath(PDXFiles::joined(outputFolder, path));
+  }
+
+  /// The path below the output folder of a file in it, for links and the report.
+  std::string relative(const std::string& place) const { return place.substr(outputFolder.size() + 1); }
 
   bool hasFilter() const { return startDate || endDate || !searchTerm.empty(); }
 };

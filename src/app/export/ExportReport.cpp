@@ -5,7 +5,7 @@
 #include <tuple>
 #include <utility>
 
-#include "platform/Files.h"
+#include "platform/OutputGuard.h"
 #include "platform/Text.h"
 
 namespace {
@@ -103,7 +103,7 @@ std::size_t PDXKindReport::attachmentCount() const {
 
 bool PDXExportReport::isComplete() const {
   const bool allRead = std::all_of(kinds.begin(), kinds.end(), [](const PDXKindReport& kind) {
-    return kind.unreadable.empty() &&
+    return kind.unreadable.empty() && kind.unwritten.empty() &&
            std::all_of(kind.accounts.begin(), kind.accounts.end(),
                        [](const PDXStoreAccount& account) { return account.isComplete(); }) &&
            (!kind.rows || kind.rows->unaccounted() == 0) &&
@@ -111,6 +111,27 @@ bool PDXExportReport::isComplete() const {
            (!kind.entries || !kind.entries->rows || kind.entries->rows->unaccounted == 0);
   });
   return outcome == Outcome::done && allRead && problems.empty() && notHeld.empty();
+}
+
+void PDXExportReport::noteUnwritten(PDXKindReport& kind, const std::string& path,
+                                    const PDXFiles::CopyResult& failure) {
+  using Result = PDXFiles::CopyResult::Outcome;
+  if (failure || failure.outcome == Result::stopped) return;
+  if (failure.outcome == Result::notMade) {
+    const PDXOutputGuard* guard = PDXOutputGuard::of(path);
+    const std::string where = guard == nullptr ? path : path.substr(guard->root().size() + 1);
+    kind.unwritten.push_back({.what = "file", .where = where, .why = failure.why});
+  } else if (goesOn()) {
+    outcome = Outcome::unwritable;
+    unwritablePath = path;
+    why = failure.why;
+  }
+}
+
+bool PDXExportReport::commit(PDXAtomicFile& file, PDXKindReport& kind) {
+  if (file.commit()) return true;
+  noteUnwritten(kind, file.path(), file.result());
+  return false;
 }
 
 PDXProblemCollector::PDXProblemCollector() {

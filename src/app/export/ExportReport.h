@@ -9,6 +9,7 @@
 
 #include "app/export/RowAccount.h"
 #include "app/export/StoreAccount.h"
+#include "platform/Files.h"
 #include "platform/Log.h"
 
 /// One page or file that an export wrote.
@@ -90,6 +91,9 @@ struct PDXKindReport {
   std::vector<PDXProblem> savedAsText;  ///< Attachments that a browser would open as a page; no failure.
   std::vector<PDXProblem> notTurned;    ///< Pictures written whole, but as they lay; no failure.
 
+  /// Files that could not be made, while others could: the rest is there.
+  std::vector<PDXProblem> unwritten;
+
   /// For kinds that are written as whole files of entries; nothing for conversations.
   std::optional<PDXContactRows> rows;
 
@@ -114,9 +118,18 @@ struct PDXKindReport {
 
 /// The whole of an export.
 struct PDXExportReport {
-  enum class Outcome { done, stopped, unwritable } outcome = Outcome::done;
+  /// `refused`: the output folder is not for this export; see PDXOutputFolder.
+  enum class Outcome { done, stopped, unwritable, refused } outcome = Outcome::done;
   std::string unwritablePath;  ///< The output that could not be written.
-  std::string why;             ///< And why.
+  std::string why;             ///< And why, or why it was refused.
+
+  std::string startPage;  ///< Its path.
+
+  /// Whether the export came to its end, with whatever it could not read.
+  bool hasEnded = false;
+
+  /// Others' files in the output folder that have a name that ours would have got; they stay.
+  std::vector<std::string> inTheWay;
 
   std::vector<PDXKindReport> kinds;
   std::vector<PDXProblem> problems;  ///< Said in the log while the export ran.
@@ -129,6 +142,16 @@ struct PDXExportReport {
 
   /// Whether everything that the backup holds of the kinds was read and written.
   bool isComplete() const;
+
+  /// Whether nothing has ended the export yet.
+  bool goesOn() const { return outcome == Outcome::done; }
+
+  /// Takes note of a file that could not be written. One that cannot be made is named in its kind and the
+  /// export goes on; a target that is full or lost ends it.
+  void noteUnwritten(PDXKindReport& kind, const std::string& path, const PDXFiles::CopyResult& failure);
+
+  /// Puts a file in its place, or takes note of why not. Whether it is there.
+  bool commit(PDXAtomicFile& file, PDXKindReport& kind);
 };
 
 /// Listens to the log while it lives, and keeps what was said.

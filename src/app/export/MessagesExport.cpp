@@ -37,10 +37,20 @@ bool isTaken(const std::string& title, const PDXExportOptions& options) {
   return options.conversations.empty() || isNamed(title, options);
 }
 
+std::string pageOf(const std::string& folder, const std::string& name) {
+  return PDXFiles::joined(folder, name + ".html");
+}
+
+std::string mediaOf(const std::string& folder, const std::string& name) {
+  return PDXFiles::joined(folder, name + std::string(kMediaSuffix));
+}
+
 /// The conversations to write. Names are given to all of them, so that a filter does not change them.
 std::vector<Task> tasksFor(const std::vector<PDXMessagesConversation*>& conversations,
-                           const PDXExportOptions& options) {
-  PDXUniqueFileNames names(kMediaSuffix.size());
+                           const PDXExportOptions& options, const std::string& folder) {
+  PDXUniqueFileNames names(kMediaSuffix.size(), [&](const std::string& name) {
+    return PDXFiles::isTaken(pageOf(folder, name)) || PDXFiles::isTaken(mediaOf(folder, name));
+  });
   std::vector<Task> tasks;
   for (const PDXMessagesConversation* conversation : conversations) {
     std::string title = conversation->title();
@@ -58,7 +68,7 @@ class Workers {
           const PDXProgressSink& progress, const std::stop_token& stop)
       : deviceData_(deviceData),
         options_(options),
-        folder_(PDXFiles::joined(options.outputFolder, folder)),
+        folder_(folder),
         progress_(progress),
         stopWithUser_(stop, [this] { stop_.request_stop(); }) {}
 
@@ -87,7 +97,6 @@ class Workers {
                                                               options_.behindEnd(), options_.searchTerm);
     if (messages.empty() && options_.hasFilter() && !isNamed(task.title, options_))
       return {.isFiltered = true, .page = {}};
-    if (!PDXFiles::makeFolders(folder_)) return unwritableFolder();
     PDXConversationHTMLExporter exporter(deviceData_, deviceData_.systemVersion());
     const std::stop_callback terminate(stop_.get_token(), [&exporter] { exporter.terminate(); });
     return {.isFiltered = false,
@@ -95,18 +104,10 @@ class Workers {
                                                                    pageOptions(task))};
   }
 
-  Result unwritableFolder() const {
-    Result result;
-    result.page.outcome = PDXConversationExportResult::Outcome::unwritable;
-    result.page.pagePath = folder_;
-    result.page.why = "the folder cannot be made";
-    return result;
-  }
-
   PDXConversationExportOptions pageOptions(const Task& task) const {
     PDXConversationExportOptions page = options_.page;
-    page.path = PDXFiles::joined(folder_, task.name + ".html");
-    page.mediaPath = PDXFiles::joined(folder_, task.name + std::string(kMediaSuffix));
+    page.path = pageOf(folder_, task.name);
+    page.mediaPath = mediaOf(folder_, task.name);
     page.startDate = options_.startDate;
     page.endDate = options_.endDate;
     page.searchTerm = options_.searchTerm;
@@ -136,21 +137,17 @@ void append(std::vector<PDXProblem>& target, const std::vector<PDXProblem>& prob
 }
 
 void addTo(PDXKindReport& kind, PDXExportReport& report, const Task& task, const Result& result,
-           const std::string& folder) {
+           const PDXExportOptions& options) {
   using Outcome = PDXConversationExportResult::Outcome;
   const PDXConversationExportResult& page = result.page;
   if (result.isFiltered) {
     ++kind.filtered;
     return;
   }
-  if (page.outcome == Outcome::unwritable && report.outcome == PDXExportReport::Outcome::done) {
-    report.outcome = PDXExportReport::Outcome::unwritable;
-    report.unwritablePath = page.pagePath;
-    report.why = page.why;
-  }
+  for (const auto& [path, failure] : page.unwritten) report.noteUnwritten(kind, path, failure);
   if (page.outcome != Outcome::written || page.pagePath.empty()) return;
   kind.written.push_back({.title = task.title,
-                          .path = PDXFiles::joined(folder, task.name + ".html"),
+                          .path = options.relative(page.pagePath),
                           .messages = page.messages,
                           .attachments = page.attachments});
   kind.neverDownloaded += page.neverDownloaded;
@@ -169,9 +166,10 @@ PDXKindReport PDXMessagesExport::run(PDXDeviceData& deviceData,
                                      const std::stop_token& stop) {
   PDXKindReport kind;
   kind.found = conversations.size();
-  const auto tasks = tasksFor(conversations, options);
-  const auto results = Workers(deviceData, options, folder, progress, stop).run(tasks);
-  for (std::size_t i = 0; i < tasks.size(); ++i) addTo(kind, report, tasks[i], results[i], folder);
+  const std::string place = PDXFiles::freeFolder(PDXFiles::joined(options.outputFolder, folder));
+  const auto tasks = tasksFor(conversations, options, place);
+  const auto results = Workers(deviceData, options, place, progress, stop).run(tasks);
+  for (std::size_t i = 0; i < tasks.size(); ++i) addTo(kind, report, tasks[i], results[i], options);
   return kind;
 }
 

@@ -27,7 +27,9 @@ constexpr std::string_view kExtension = ".m3u8";
 /// Where the files of tracks are, in the backup and in the export.
 class TrackFiles {
  public:
-  explicit TrackFiles(PDXDeviceData& deviceData) : deviceData_(deviceData) {
+  /// @param folder  where the export keeps them.
+  TrackFiles(PDXDeviceData& deviceData, std::string folder)
+      : deviceData_(deviceData), folder_(std::move(folder)) {
     const auto files = deviceData.listedFiles();
     if (!files) return;
     for (const PDXBackupFile& file : *files) {
@@ -101,12 +103,24 @@ class TrackFiles {
     // The search goes on behind the last counter given out: thousands of names may differ in their cut ends.
     unsigned& counter = counters_[PDXText::caseFolded(stem + ending)];
     for (;; ++counter) {
-      std::string path = counter == 0 ? stem + ending : fmt::format("{} ({}){}", stem, counter, ending);
+      const std::string path = withCounter(stem, counter, ending);
       const std::string folded = PDXText::caseFolded(path);
-      if (isOfOurs(folded)) continue;
+      if (isOfOurs(folded) || isOfOthers(path, kind)) continue;
       const auto [place, isNew] = taken_.try_emplace(folded, kind);
       if (isNew || (kind == Kind::folder && place->second == kind)) return path;
     }
+  }
+
+  /// The last part of the path, counter and ending included, is a safe name.
+  static std::string withCounter(const std::string& stem, unsigned counter, const std::string& ending) {
+    if (counter == 0) return stem + ending;
+    const std::size_t name = stem.rfind('/') + 1;
+    return stem.substr(0, name) + PDXFileName::counted(stem.substr(name) + ending, counter, !ending.empty());
+  }
+
+  bool isOfOthers(const std::string& path, Kind kind) const {
+    const std::string place = PDXFiles::joined(folder_, path);
+    return kind == Kind::file ? PDXFiles::isTaken(place) : PDXFiles::freeFolder(place) != place;
   }
 
   /// Whether a table or a playlist of the export may have that name.
@@ -115,6 +129,7 @@ class TrackFiles {
   }
 
   PDXDeviceData& deviceData_;
+  std::string folder_;
   std::unordered_set<std::string> listed_;
   std::unordered_map<std::string, Held> held_;
   std::unordered_map<std::string, std::string> folders_;  ///< By the device's paths.
@@ -128,19 +143,19 @@ class Writer {
          PDXKindReport& kind, PDXExportReport& report, std::stop_token stop)
       : deviceData_(deviceData),
         library_(library),
-        folder_(PDXFiles::joined(options.outputFolder, kFolder)),
+        options_(options),
+        folder_(PDXFiles::freeFolder(PDXFiles::joined(options.outputFolder, kFolder))),
         kind_(kind),
         report_(report),
         stop_(std::move(stop)),
-        files_(deviceData) {
-    PDXFiles::makeFolders(folder_);
+        files_(deviceData, folder_) {
     names_.reserve(library.tracks.size());
     for (const TrackItem& track : library.tracks) names_.push_back(files_.nameOf(track));
     if (!options.withFiles) kind_.entries->notCopied = files_.heldCount();
   }
 
   bool writeTable() {
-    PDXAtomicFile file(PDXFiles::joined(folder_, "Tracks.csv"));
+    PDXAtomicFile file(PDXFiles::freePath(PDXFiles::joined(folder_, "Tracks.csv")));
     file.append(PDXTrackCSVGenerator::header());
     PDXLocalTimes times;
     std::string row;
@@ -149,17 +164,17 @@ class Writer {
       PDXTrackCSVGenerator::appendRow(row, library_.tracks[i], names_[i], times);
       file.append(row);
     }
-    if (!commit(file)) return false;
-    kind_.written.push_back(
-        {.title = "Tracks as a table", .path = "Music/Tracks.csv", .entries = library_.tracks.size()});
-    return true;
+    return commit(file, "Tracks as a table", library_.tracks.size());
   }
 
   bool writePlaylists() {
-    PDXUniqueFileNames fileNames(kExtension.size());
+    const auto placeFor = [&](const std::string& name) {
+      return PDXFiles::joined(folder_, name) + std::string(kExtension);
+    };
+    PDXUniqueFileNames fileNames(kExtension.size(),
+                                 [&](const std::string& name) { return PDXFiles::isTaken(placeFor(name)); });
     for (const PDXMusicLibrary::Playlist& playlist : library_.playlists) {
-      const std::string name = fileNames.nameFor(playlist.playlist.name) + std::string(kExtension);
-      PDXAtomicFile file(PDXFiles::joined(folder_, name));
+      PDXAtomicFile file(placeFor(fileNames.nameFor(playlist.playlist.name)));
       file.append(PDXPlaylistM3UGenerator::beginning(playlist.playlist));
       std::string entry;
       for (const std::size_t place : playlist.tracks) {
@@ -167,10 +182,8 @@ class Writer {
         PDXPlaylistM3UGenerator::appendTrack(entry, library_.tracks[place], inExport(place));
         file.append(entry);
       }
-      if (!commit(file)) return false;
-      kind_.written.push_back({.title = playlist.playlist.name.empty() ? "Untitled" : playlist.playlist.name,
-                               .path = PDXFiles::joined(kFolder, name),
-                               .entries = playlist.tracks.size()});
+      const std::string& title = playlist.playlist.name;
+      if (!commit(file, title.empty() ? "Untitled" : title, playlist.tracks.size())) return false;
     }
     return true;
   }
@@ -206,32 +219,31 @@ class Writer {
       return !stop_.stop_requested();
     }
     const std::string target = PDXFiles::joined(folder_, held->path);
-    PDXFiles::makeFolders(PDXFiles::folderOf(target));
     const auto copied = deviceData_.copyOfFileByRelativePathInDomain(
         held->backupPath, PDXMusicLibraryFile::kDomain, target, stop_);
-    if (copied.outcome == Outcome::writeFailed) return fail(target, copied.why);
     if (copied) {
       ++*kind_.entries->files;
+    } else if (copied.outcome == Outcome::writeFailed || copied.outcome == Outcome::notMade) {
+      report_.noteUnwritten(kind_, target, copied);
     } else if (copied.outcome != Outcome::stopped) {
       kind_.unreadable.push_back({.what = what, .where = where, .why = copied.why});
     }
-    return !stop_.stop_requested();
+    return goesOn();
   }
 
-  bool commit(PDXAtomicFile& file) {
+  /// Whether to go on.
+  bool commit(PDXAtomicFile& file, const std::string& title, std::size_t entries) {
     if (stop_.stop_requested()) return false;
-    return file.commit() || fail(file.path(), file.error());
+    if (report_.commit(file, kind_))
+      kind_.written.push_back({.title = title, .path = options_.relative(file.path()), .entries = entries});
+    return goesOn();
   }
 
-  bool fail(const std::string& path, const std::string& why) {
-    report_.outcome = PDXExportReport::Outcome::unwritable;
-    report_.unwritablePath = path;
-    report_.why = why;
-    return false;
-  }
+  bool goesOn() const { return report_.goesOn() && !stop_.stop_requested(); }
 
   PDXDeviceData& deviceData_;
   const PDXMusicLibrary& library_;
+  const PDXExportOptions& options_;
   std::string folder_;
   PDXKindReport& kind_;
   PDXExportReport& report_;

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <utility>
 
@@ -31,7 +32,10 @@ const std::string& titleOf(const PDXAnyNote& note) {
 /// The folders and files of notes. Each account and folder has one of its own, whatever others are called.
 class Names {
  public:
-  /// The path below "Notes", without extension.
+  /// @param folder  of all notes.
+  explicit Names(std::string folder) : folder_(std::move(folder)) {}
+
+  /// The path below the folder, without extension.
   std::string nameFor(const PDXAnyNote& note) {
     return std::visit([&](const auto& of) { return nameFor(of.accountDetail, of.folderDetail, of.title); },
                       note);
@@ -40,11 +44,11 @@ class Names {
  private:
   struct Folder {
     std::string name;
-    PDXUniqueFileNames notes{kAttachments.size()};
+    std::unique_ptr<PDXUniqueFileNames> notes;
   };
   struct Account {
     std::string name;
-    PDXUniqueFileNames folderNames{0};
+    std::unique_ptr<PDXUniqueFileNames> folderNames;
     std::map<std::pair<std::int64_t, std::string>, Folder> folders;
   };
 
@@ -53,29 +57,54 @@ class Names {
     const auto id = account ? std::pair(account->accountId, account->name + "/" + account->identifier)
                             : std::pair(std::int64_t{-1}, std::string());
     Account& ofAccount = accounts_[id];
-    if (ofAccount.name.empty()) ofAccount.name = accountNames_.nameFor(account ? account->name : kNoAccount);
+    if (ofAccount.name.empty()) {
+      ofAccount.name = accountNames_.nameFor(account ? account->name : kNoAccount);
+      ofAccount.folderNames = folderNamesIn(PDXFiles::joined(folder_, ofAccount.name));
+    }
     const auto folderId =
         folder ? std::pair(folder->folderId, folder->name) : std::pair(std::int64_t{-1}, std::string());
     Folder& ofFolder = ofAccount.folders[folderId];
-    if (ofFolder.name.empty())
-      ofFolder.name = ofAccount.folderNames.nameFor(folder ? folder->name : kNoFolder);
-    return ofAccount.name + "/" + ofFolder.name + "/" + ofFolder.notes.nameFor(title);
+    const std::string path = ofAccount.name + "/";
+    if (ofFolder.name.empty()) {
+      ofFolder.name = ofAccount.folderNames->nameFor(folder ? folder->name : kNoFolder);
+      ofFolder.notes = noteNamesIn(PDXFiles::joined(folder_, path + ofFolder.name));
+    }
+    return path + ofFolder.name + "/" + ofFolder.notes->nameFor(title);
   }
 
-  PDXUniqueFileNames accountNames_{0};
+  /// A folder of somebody else's is shared; a file or a link has to be kept clear of.
+  static bool isBlocked(const std::string& folder) { return PDXFiles::freeFolder(folder) != folder; }
+
+  static std::unique_ptr<PDXUniqueFileNames> folderNamesIn(const std::string& folder) {
+    return std::make_unique<PDXUniqueFileNames>(
+        0, [folder](const std::string& name) { return isBlocked(PDXFiles::joined(folder, name)); });
+  }
+
+  /// All that a note may ever have beside it, so that its name is the same in every format.
+  static std::unique_ptr<PDXUniqueFileNames> noteNamesIn(const std::string& folder) {
+    return std::make_unique<PDXUniqueFileNames>(kAttachments.size(), [folder](const std::string& name) {
+      const std::string path = PDXFiles::joined(folder, name);
+      return PDXFiles::isTaken(path + ".html") || PDXFiles::isTaken(path + ".txt") ||
+             PDXFiles::isTaken(path + std::string(kAttachments));
+    });
+  }
+
+  std::string folder_;
+  PDXUniqueFileNames accountNames_{
+      0, [this](const std::string& name) { return isBlocked(PDXFiles::joined(folder_, name)); }};
   std::map<std::pair<std::int64_t, std::string>, Account> accounts_;
 };
 
-/// One note and the path of its files below the output folder, without extension.
+/// One note and the path of its files, without extension.
 struct Task {
   PDXAnyNote* note;
   std::string name;
 };
 
 struct Result {
-  bool isWritten = false;
-  std::string unwritablePath;  ///< "" when all could be written.
-  std::string why;
+  std::string path;  ///< Of the page, or else of the text; "" when nothing is written.
+  bool isTargetLost = false;
+  std::vector<std::pair<std::string, PDXFiles::CopyResult>> unwritten;  ///< By the paths of files.
   std::size_t attachments = 0;
   Problems missing;
   Problems unreadable;
@@ -114,21 +143,15 @@ void makeHarmless(PDXIOS9NoteDetail& note, Problems& renamed) {
 class Writer {
  public:
   Writer(const PDXExportOptions& options, const Task& task, Result& result, std::stop_token stop)
-      : options_(options),
-        path_(PDXFiles::joined(options.outputFolder, task.name)),
-        result_(result),
-        stop_(std::move(stop)) {}
+      : options_(options), path_(task.name), result_(result), stop_(std::move(stop)) {}
 
   void write(PDXIOS9NoteDetail& note) {
-    if (!makeFolder()) return;
     makeHarmless(note, result_.savedAsText);
-    removeEarlier(note);
-    if (options_.writesHtml &&
-        !finish(pagePath(), note.htmlExportToPathTitle(pagePath(), note.title, stop_), note))
-      return;
     // A text has no place for pictures, so they lie where those of its page would: nothing is lost.
-    if (!writeAttachments(note)) return;
-    if (options_.writesText) writeText(note);
+    writeAttachments(note);
+    if (options_.writesHtml && goesOn())
+      writeFile(pagePath(), note.pageForPathTitle(pagePath(), note.title, nullptr, stop_), note);
+    if (options_.writesText) writeFile(path_ + ".txt", note.plainTextRepresentation(), note);
     addAbsentBody(note, result_);
     result_.missing.insert(result_.missing.end(), note.missing.begin(), note.missing.end());
     result_.unreadable = std::move(note.unreadable);
@@ -137,85 +160,66 @@ class Writer {
   }
 
   void write(const PDXLegacyNoteDetail& note) {
-    if (!makeFolder()) return;
-    if (options_.writesHtml) finish(pagePath(), note.htmlExportToPathTitle(pagePath(), note.title), note);
-    if (options_.writesText) writeText(note);
+    if (options_.writesHtml) writeFile(pagePath(), note.htmlRepresentationWithTitle(note.title), note);
+    if (options_.writesText) writeFile(path_ + ".txt", note.plainTextRepresentation(), note);
     result_.unreached = note.unreached;
   }
 
  private:
   std::string pagePath() const { return path_ + ".html"; }
 
-  bool makeFolder() {
-    const std::string folder = PDXFiles::folderOf(path_);
-    if (PDXFiles::makeFolders(folder)) return true;
-    fail(folder, "the folder cannot be made");
+  bool goesOn() const { return !result_.isTargetLost && !stop_.stop_requested(); }
+
+  /// Whether the file is there.
+  bool isDone(const std::string& path, const PDXFiles::CopyResult& written) {
+    if (written) return true;
+    result_.unwritten.emplace_back(path, written);
+    if (written.outcome == PDXFiles::CopyResult::Outcome::writeFailed) result_.isTargetLost = true;
     return false;
   }
 
-  void fail(const std::string& path, const std::string& why) {
-    result_.unwritablePath = path;
-    result_.why = why;
-  }
-
   template <typename Note>
-  bool finish(const std::string& path, const std::optional<std::string>& why, const Note& note) {
-    if (why) {
-      if (!stop_.stop_requested()) fail(path, *why);
-      return false;
-    }
+  void writeFile(const std::string& path, const std::string& text, const Note& note) {
+    if (!goesOn()) return;
+    PDXAtomicFile file(path);
+    file.append(text);
+    const bool isWritten = file.commit();
+    if (!isDone(path, file.result()) || !isWritten) return;
     if (note.lastModified) PDXFiles::setLastModified(path, *note.lastModified);
-    result_.isWritten = true;
-    return true;
+    if (result_.path.empty()) result_.path = path;
   }
 
-  template <typename Note>
-  void writeText(const Note& note) {
-    PDXAtomicFile file(path_ + ".txt");
-    file.append(note.plainTextRepresentation());
-    finish(file.path(), file.commit() ? std::nullopt : std::optional(file.error()), note);
-  }
-
-  /// Those that a page shows are there once it is written; then they are only counted.
-  bool writeAttachments(const PDXIOS9NoteDetail& note) {
+  /// The page then shows those that are there.
+  void writeAttachments(PDXIOS9NoteDetail& note) {
     PDXUniqueFileNames names(32);
-    for (const PDXNoteContent& content : note.content) {
-      const auto* piece = std::get_if<PDXMediaNoteContent>(&content);
-      if (piece == nullptr || !piece->hasFile()) continue;
-      if (const auto why = piece->copyBesidePage(pagePath(), stop_)) {
-        if (!stop_.stop_requested()) fail(piece->exportPathForPage(pagePath()), *why);
-        return false;
-      }
+    for (PDXNoteContent& content : note.content) {
+      auto* piece = std::get_if<PDXMediaNoteContent>(&content);
+      if (piece == nullptr || !piece->hasFile() || !goesOn()) continue;
       names.nameFor(piece->exportName);
-      ++result_.attachments;
+      const std::string target = piece->exportPathForPage(pagePath());
+      if (isDone(target, PDXFiles::copy(piece->fileName, target, stop_))) {
+        ++result_.attachments;
+      } else {
+        piece->fileName.clear();
+      }
     }
     for (const PDXNoteExtraFile& extra : note.extraFiles) writeExtra(extra, names);
-    return true;
-  }
-
-  /// What an earlier export left: the page's attachments are only copied where no file is.
-  void removeEarlier(const PDXIOS9NoteDetail& note) const {
-    for (const PDXNoteContent& content : note.content) {
-      const auto* piece = std::get_if<PDXMediaNoteContent>(&content);
-      if (piece != nullptr && piece->hasFile()) PDXFiles::remove(piece->exportPathForPage(pagePath()));
-    }
   }
 
   void writeExtra(const PDXNoteExtraFile& extra, PDXUniqueFileNames& names) {
-    const std::string type(PDXText::pathExtension(PDXText::lastPathComponent(extra.path)));
+    if (!goesOn()) return;
+    const std::string_view type = PDXText::pathExtension(PDXText::lastPathComponent(extra.path));
     std::string_view stem = extra.name;
-    if (!type.empty() && stem.ends_with("." + type)) stem.remove_suffix(type.size() + 1);
+    if (!type.empty() && stem.ends_with("." + std::string(type))) stem.remove_suffix(type.size() + 1);
     const std::string folder = PDXMediaNoteContent::attachmentFolderForPage(pagePath());
-    std::string file = names.nameFor(stem) + (type.empty() ? "" : "." + type);
+    std::string file = names.nameFor(stem, type);
     if (PDXFileName::isPage(file)) {
       file += PDXFileName::kTextExtension;
       result_.savedAsText.push_back(savedAsText(extra.name));
     }
-    const std::string target = PDXFiles::joined(folder, file);
+    const std::string target = PDXFiles::freePath(PDXFiles::joined(folder, file));
     PDXFiles::makeFolders(folder);
-    const auto copied = PDXFiles::copy(extra.path, target);
-    if (!copied) return fail(target, copied.why);
-    ++result_.attachments;
+    if (isDone(target, PDXFiles::copy(extra.path, target, stop_))) ++result_.attachments;
   }
 
   const PDXExportOptions& options_;
@@ -252,7 +256,7 @@ class Workers {
     for (std::size_t i = next_++; i < tasks.size() && !stop_.stop_requested(); i = next_++) {
       exportTask(tasks[i], reader.get(), results_[i]);
       PDXFiles::removeTree(folder);
-      if (!results_[i].unwritablePath.empty()) stop_.request_stop();
+      if (results_[i].isTargetLost) stop_.request_stop();
       const std::lock_guard guard(progressLock_);
       if (progress_) progress_(kFolder, ++done_, tasks.size());
     }
@@ -289,15 +293,11 @@ void append(Problems& target, const Problems& problems, const std::string& title
 
 void addTo(PDXKindReport& kind, PDXExportReport& report, const Task& task, const Result& result,
            const PDXExportOptions& options) {
-  if (!result.unwritablePath.empty() && report.outcome == PDXExportReport::Outcome::done) {
-    report.outcome = PDXExportReport::Outcome::unwritable;
-    report.unwritablePath = result.unwritablePath;
-    report.why = result.why;
-  }
-  if (!result.isWritten) return;
+  for (const auto& [path, failure] : result.unwritten) report.noteUnwritten(kind, path, failure);
+  if (result.path.empty()) return;
   const std::string& title = titleOf(*task.note);
   kind.written.push_back({.title = title,
-                          .path = task.name + (options.writesHtml ? ".html" : ".txt"),
+                          .path = options.relative(result.path),
                           .messages = 0,
                           .attachments = result.attachments});
   append(kind.missing, result.missing, title);
@@ -345,7 +345,7 @@ std::vector<PDXStoreAccount> accountsOf(const PDXNoteList& list, const std::vect
   for (std::size_t i = 0; i < tasks.size(); ++i) {
     auto& sums = isOfOlderStore(*tasks[i].note) ? older : newer;
     ++sums.taken;
-    sums.written += results[i].isWritten ? 1 : 0;
+    sums.written += results[i].path.empty() ? 0 : 1;
   }
   std::vector<PDXStoreAccount> accounts;
   if (list.hasNewer)
@@ -410,9 +410,10 @@ PDXKindReport PDXNotesExport::run(PDXDeviceData& deviceData, const PDXExportOpti
   kind.found = list.notes.size();
   kind.notes.emplace();
   std::vector<Task> tasks;
-  Names names;
+  const std::string folder = PDXFiles::freeFolder(PDXFiles::joined(options.outputFolder, kFolder));
+  Names names(folder);
   for (PDXAnyNote& note : list.notes) {
-    std::string name = PDXFiles::joined(kFolder, names.nameFor(note));
+    std::string name = PDXFiles::joined(folder, names.nameFor(note));
     if (matches(note, options.searchTerm)) tasks.push_back({&note, std::move(name)});
   }
   kind.filtered = kind.found - tasks.size();

@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include "app/export/BackupJson.h"
+#include "app/export/EarlierExport.h"
 #include "backup/BackupInformation.h"
 #include "platform/Date.h"
 #include "platform/Text.h"
@@ -23,6 +24,12 @@ constexpr const char* kStyle =
     "#e4e6eb;vertical-align:top}td.n{text-align:right;white-space:nowrap;color:#606770;width:1%}"
     "a{color:#075698;text-decoration:none;overflow-wrap:anywhere}a:hover{text-decoration:underline}"
     "details{margin-top:10px;font-size:14px}li{overflow-wrap:anywhere;margin:3px 0}";
+
+constexpr const char* kUnfinished =
+    "<section><h2>This export is not complete</h2>\n<p class=\"note\">It is still running, or it was stopped "
+    "before its end. The files in the folders are whole, but not all of them are here or listed. Export "
+    "again "
+    "into this folder to complete it.</p></section>\n";
 
 std::string counted(std::size_t count, const char* one, const char* many) {
   return std::to_string(count) + " " + (count == 1 ? one : many);
@@ -370,7 +377,8 @@ std::string accountTexts(const PDXExportReport& report) {
 
 namespace PDXOverview {
 
-std::string startPage(const PDXBackupInformation& information, const PDXExportReport& report) {
+std::string startPage(const PDXBackupInformation& information, const PDXExportReport& report,
+                      const nlohmann::ordered_json& json) {
   const std::string name =
       information.deviceName().empty() ? information.identifier() : information.deviceName();
   std::string html =
@@ -379,7 +387,17 @@ std::string startPage(const PDXBackupInformation& information, const PDXExportRe
       PDXText::escapedForHtml(name) + "</title>\n<style>" + kStyle + "</style></head><body>\n<header><h1>" +
       PDXText::escapedForHtml(name) + "</h1><p>" + PDXText::escapedForHtml(deviceLine(information)) +
       "</p></header>\n<main>\n";
-  for (const PDXKindReport& kind : report.kinds) html += kindSection(kind);
+  if (!report.hasEnded) html += kUnfinished;
+  for (const PDXKindReport& kind : report.kinds) {
+    constexpr std::string_view kEnd = "</section>\n";
+    std::string section = kindSection(kind);
+    section.insert(section.size() - kEnd.size(),
+                   problemList(counted(kind.unwritten.size(), "file", "files") + " could not be written",
+                               kind.unwritten) +
+                       PDXEarlierExport::pagesOf(json, kind.kind));
+    html += section;
+  }
+  html += PDXEarlierExport::sectionsOf(json);
   std::string notes;
   if (information.isUnfinished()) {
     notes +=
@@ -395,6 +413,12 @@ std::string startPage(const PDXBackupInformation& information, const PDXExportRe
     notes += "<p class=\"note\">The backup also holds " + joined(report.notBuilt) +
              ", which this version cannot export yet.</p>\n";
   }
+  if (!report.inTheWay.empty()) {
+    notes +=
+        "<p class=\"note\">These files were not written by this program. They stay as they are, and what "
+        "would have got their names got others: " +
+        PDXText::escapedForHtml(joined(report.inTheWay)) + ".</p>\n";
+  }
   notes +=
       problemList(counted(report.problems.size(), "problem", "problems") + " while reading", report.problems);
   notes += accountTexts(report);
@@ -402,18 +426,21 @@ std::string startPage(const PDXBackupInformation& information, const PDXExportRe
   return html + "</main></body></html>\n";
 }
 
-std::string reportJson(const PDXBackupInformation& information, const PDXExportReport& report) {
+Json reportJson(const PDXBackupInformation& information, const PDXExportReport& report) {
   Json document = PDXBackupJson::document("export", information);
   document["backup"]["snapshotState"] = information.snapshotState();
   for (const PDXKindReport& kind : report.kinds) {
-    document["items"].push_back(kindJson(kind));
-    document["items"].back()["accounts"] = accountsJson(kind.accounts);
+    Json& item = document["items"].emplace_back(kindJson(kind));
+    item["accounts"] = accountsJson(kind.accounts);
+    if (!kind.unwritten.empty()) item["unwritten"] = PDXBackupJson::problems(kind.unwritten);
   }
   document["notHeld"] = report.notHeld;
   document["notConcerned"] = report.notConcerned;
   document["notBuilt"] = report.notBuilt;
   document["problems"] = PDXBackupJson::problems(report.problems);
-  return PDXBackupJson::text(document);
+  document["complete"] = report.hasEnded;
+  document["notOurs"] = report.inTheWay;
+  return document;
 }
 
 }  // namespace PDXOverview
