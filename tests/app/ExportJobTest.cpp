@@ -355,6 +355,35 @@ TEST_F(ExportJob, ARunningExportIsMarkedAndAlone) {
   EXPECT_EQ(tree(options_.outputFolder), whole) << "the next run takes its files for ours";
 }
 
+TEST_F(ExportJob, LooksForRoomBeforeItCopiesAttachments) {
+  options_.jobs = 1;
+  options_.withFiles = true;
+  const struct {
+    const char* kind;
+    const char* folder;
+  } cases[] = {{"messages", "Messages"}, {"notes", "Notes"}, {"music", "Music/iTunes_Control"}};
+  for (const auto& [kind, folder] : cases) {
+    options_.kinds = {kind};
+    options_.outputFolder = folder_ / (std::string("small-") + kind);
+    options_.freeBytes = [] { return 100; };
+    const PDXExportReport report = run();
+    EXPECT_EQ(report.outcome, PDXExportReport::Outcome::unwritable) << kind;
+    EXPECT_NE(report.why.find(" MB are free"), std::string::npos) << report.why;
+    const auto files = tree(options_.outputFolder);
+    for (const auto& [path, text] : files)
+      EXPECT_TRUE(path.find(" Media/") == std::string::npos && path.find(" - Att") == std::string::npos &&
+                  !path.starts_with("Music/iTunes_Control"))
+          << path;
+    EXPECT_EQ(nlohmann::json::parse(files.at("export.json"))["complete"], false);
+
+    options_.freeBytes = [] { return std::nullopt; };
+    EXPECT_TRUE(run().isComplete()) << "a file system that cannot tell";
+    EXPECT_TRUE(PDXFiles::isFolder(options_.outputFolder + "/" + folder));
+    options_.freeBytes = [] { return 100; };
+    EXPECT_TRUE(run().isComplete()) << kind << ": replaced by as much";
+  }
+}
+
 TEST_F(ExportJob, WhatItWritesIsTheOwnersAlone) {
   options_.outputFolder = folder_ / "new/out";
   options_.writesContactPictures = true;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -39,6 +40,9 @@ struct PDXExportOptions {
 
   /// The faces of the contacts, as files beside their cards.
   bool writesContactPictures = false;
+
+  /// Bytes that copies may take in the output folder, nothing when nobody can tell; empty to ask the system.
+  std::function<std::optional<std::uint64_t>()> freeBytes;
 
   /// Worker threads, at least one.
   unsigned jobs = 1;

@@ -6,6 +6,7 @@
 #include <mutex>
 #include <utility>
 
+#include "app/export/FreeSpace.h"
 #include "backup/DeviceData.h"
 #include "messages/ConversationHTMLExporter.h"
 #include "platform/FileName.h"
@@ -69,6 +70,7 @@ class Workers {
       : deviceData_(deviceData),
         options_(options),
         folder_(folder),
+        space_(deviceData, options, "MediaDomain"),
         progress_(progress),
         stopWithUser_(stop, [this] { stop_.request_stop(); }) {}
 
@@ -97,11 +99,31 @@ class Workers {
                                                               options_.behindEnd(), options_.searchTerm);
     if (messages.empty() && options_.hasFilter() && !isNamed(task.title, options_))
       return {.isFiltered = true, .page = {}};
+    if (const auto room = roomFor(messages, mediaOf(folder_, task.name)); !room) {
+      Result full;
+      full.page.outcome = PDXConversationExportResult::Outcome::unwritable;
+      full.page.unwritten.emplace_back(pageOf(folder_, task.name), room);
+      return full;
+    }
     PDXConversationHTMLExporter exporter(deviceData_, deviceData_.systemVersion());
     const std::stop_callback terminate(stop_.get_token(), [&exporter] { exporter.terminate(); });
     return {.isFiltered = false,
             .page = exporter.exportConversationMessagesWithOptions(*task.conversation, messages,
                                                                    pageOptions(task))};
+  }
+
+  /// Whether the attachments fit, before the first of them is copied.
+  PDXFiles::CopyResult roomFor(const std::vector<PDXMessageDetail>& messages,
+                               const std::string& media) const {
+    std::vector<std::string> paths;
+    for (const PDXMessageDetail& message : messages) {
+      for (const PDXMessagePiece& piece : message.messagePieces) {
+        if (piece.isFile)
+          paths.push_back(
+              PDXConversationExporterUtilities::getBackupPathForStandardLocation(piece.contentLocation));
+      }
+    }
+    return paths.empty() ? PDXFiles::CopyResult() : space_.roomFor(paths, media);
   }
 
   PDXConversationExportOptions pageOptions(const Task& task) const {
@@ -118,6 +140,7 @@ class Workers {
   PDXDeviceData& deviceData_;
   const PDXExportOptions& options_;
   std::string folder_;
+  const PDXFreeSpace space_;
   const PDXProgressSink& progress_;
   std::stop_source stop_;
   std::stop_callback<std::function<void()>> stopWithUser_;

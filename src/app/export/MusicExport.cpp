@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "app/export/FreeSpace.h"
 #include "backup/DeviceData.h"
 #include "music/MusicLibraryFile.h"
 #include "music/PlaylistM3UGenerator.h"
@@ -190,6 +191,10 @@ class Writer {
 
   bool copyFiles(const PDXProgressSink& progress) {
     kind_.entries->files = 0;
+    if (const auto room = roomForFiles(); !room) {
+      report_.noteUnwritten(kind_, folder_, room);
+      return false;
+    }
     std::unordered_set<std::string> done;
     for (std::size_t i = 0; i < library_.tracks.size(); ++i) {
       const TrackItem& track = library_.tracks[i];
@@ -207,6 +212,18 @@ class Writer {
   std::string inExport(std::size_t place) {
     const TrackItem& track = library_.tracks[place];
     return track.filePath && files_.held(*track.filePath) != nullptr ? names_[place] : "";
+  }
+
+  PDXFiles::CopyResult roomForFiles() {
+    std::vector<std::string> paths;
+    std::unordered_set<std::string> done;
+    for (const TrackItem& track : library_.tracks) {
+      const TrackFiles::Held* held = track.filePath ? files_.held(*track.filePath) : nullptr;
+      if (held == nullptr || !done.insert(held->backupPath).second) continue;
+      // What is there already is replaced.
+      if (!PDXFiles::exists(PDXFiles::joined(folder_, held->path))) paths.push_back(held->backupPath);
+    }
+    return PDXFreeSpace(deviceData_, options_, PDXMusicLibraryFile::kDomain).roomFor(paths, "");
   }
 
   bool copyFile(const TrackItem& track) {

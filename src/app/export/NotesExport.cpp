@@ -8,6 +8,7 @@
 #include <mutex>
 #include <utility>
 
+#include "app/export/FreeSpace.h"
 #include "backup/BackupNavigation.h"
 #include "backup/DeviceData.h"
 #include "notes/LegacyNoteDatabaseReader.h"
@@ -191,6 +192,10 @@ class Writer {
 
   /// The page then shows those that are there.
   void writeAttachments(PDXIOS9NoteDetail& note) {
+    if (const auto room = roomFor(note); !room) {
+      isDone(pagePath(), room);
+      return;
+    }
     PDXUniqueFileNames names(32);
     for (PDXNoteContent& content : note.content) {
       auto* piece = std::get_if<PDXMediaNoteContent>(&content);
@@ -204,6 +209,18 @@ class Writer {
       }
     }
     for (const PDXNoteExtraFile& extra : note.extraFiles) writeExtra(extra, names);
+  }
+
+  /// Whether all of them fit, before the first of them is copied.
+  PDXFiles::CopyResult roomFor(const PDXIOS9NoteDetail& note) const {
+    std::uint64_t needed = 0;
+    for (const PDXNoteContent& content : note.content) {
+      const auto* piece = std::get_if<PDXMediaNoteContent>(&content);
+      if (piece != nullptr && piece->hasFile()) needed += PDXFiles::sizeOf(piece->fileName).value_or(0);
+    }
+    for (const PDXNoteExtraFile& extra : note.extraFiles) needed += PDXFiles::sizeOf(extra.path).value_or(0);
+    return PDXFreeSpace::roomFor(needed, PDXFiles::temporary(),
+                                 PDXMediaNoteContent::attachmentFolderForPage(pagePath()), options_);
   }
 
   void writeExtra(const PDXNoteExtraFile& extra, PDXUniqueFileNames& names) {
