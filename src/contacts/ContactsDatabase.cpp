@@ -16,11 +16,6 @@
 
 namespace {
 
-struct NumberOfContact {
-  PDXComparableNumber number;
-  std::size_t contact;
-};
-
 struct BlockedSpellings {
   PDXComparableNumber number;
   std::string knownVariations;
@@ -33,7 +28,8 @@ struct Store {
   std::mutex loading;
 
   std::vector<PDXContactEntry> contacts;
-  std::vector<NumberOfContact> numbers;
+  PDXNumberIndex numbers;
+  std::vector<std::size_t> contactOfNumber;
 
   /// The first contact with each e-mail address. The keys are texts of `contacts`.
   std::unordered_map<std::string_view, std::size_t> contactOfEmailAddress;
@@ -49,6 +45,7 @@ Store& store() {
 void emptyContacts() {
   store().contactOfEmailAddress.clear();
   store().numbers.clear();
+  store().contactOfNumber.clear();
   store().contacts.clear();
 }
 
@@ -60,7 +57,8 @@ void emptyAll() {
 void addToLookups(std::size_t index) {
   const PDXContactEntry& contact = store().contacts[index];
   for (const auto& number : contact.phoneNumbers) {
-    store().numbers.push_back({PDXComparableNumber(number.address()), index});
+    store().numbers.add(number.address());
+    store().contactOfNumber.push_back(index);
   }
   for (const auto& email : contact.emailAddresses) {
     store().contactOfEmailAddress.try_emplace(email.address(), index);
@@ -142,12 +140,8 @@ void PDXContactsDatabase::clear() {
 const PDXContactEntry* PDXContactsDatabase::getContactWithAddress(std::string_view address) {
   if (address.empty()) return nullptr;
   if (address.find('@') != std::string_view::npos) return contactWithEmailAddress(address);
-  const PDXComparableNumber number(address);
-  const auto& numbers = store().numbers;
-  const auto found = std::find_if(numbers.begin(), numbers.end(), [&](const NumberOfContact& candidate) {
-    return candidate.number.isEqualTo(number);
-  });
-  return found == numbers.end() ? nullptr : &store().contacts[found->contact];
+  const auto found = store().numbers.firstEqualTo(address);
+  return found ? &store().contacts[store().contactOfNumber[*found]] : nullptr;
 }
 
 std::optional<std::string> PDXContactsDatabase::getFullNameOfConactWithAddress(std::string_view address) {

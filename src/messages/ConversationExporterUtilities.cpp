@@ -108,21 +108,31 @@ std::string PDXConversationExporterUtilities::getReadStatusTextForMessage(const 
   return message.readStatus == 3 ? PDXLocalised("Read") : "";
 }
 
+const PDXMessageParticipant* PDXParticipantCache::find(const std::string& address,
+                                                       const PDXMessagesConversation& conversation) {
+  const auto [known, isNew] = found_.try_emplace(address, nullptr);
+  if (!isNew) return known->second;
+  if (!std::exchange(isReady_, true)) makeReady_(conversation);
+  const auto sameText = byText_.find(address);
+  if (sameText != byText_.end()) {
+    known->second = sameText->second;
+  } else if (const auto place = byNumber_.firstEqualTo(address)) {
+    known->second = &conversation.participants[*place];
+  }
+  return known->second;
+}
+
+void PDXParticipantCache::makeReady_(const PDXMessagesConversation& conversation) {
+  for (const PDXMessageParticipant& participant : conversation.participants) {
+    byText_.try_emplace(participant.address(), &participant);
+    byNumber_.add(participant.address());
+  }
+}
+
 const PDXMessageParticipant*
 PDXConversationExporterUtilities::determineParticipantFromAddressInConversationWithCache(
     const std::string& address, const PDXMessagesConversation& conversation, PDXParticipantCache& cache) {
-  const auto [known, isNew] = cache.try_emplace(address, nullptr);
-  if (!isNew) return known->second;
-  const auto& participants = conversation.participants;
-  auto found = std::find_if(participants.begin(), participants.end(),
-                            [&](const auto& participant) { return participant.address() == address; });
-  if (found == participants.end()) {
-    found = std::find_if(participants.begin(), participants.end(), [&](const auto& participant) {
-      return addressIsEqualToAddress_(participant.address(), address);
-    });
-  }
-  if (found != participants.end()) known->second = &*found;
-  return known->second;
+  return cache.find(address, conversation);
 }
 
 std::string PDXConversationExporterUtilities::

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -7,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "contacts/PhoneNumberComparison.h"
 #include "messages/ConversationExportOptions.h"
 #include "messages/MessageDetail.h"
 #include "messages/MessagesConversation.h"
@@ -14,8 +16,24 @@
 class PDXAtomicFile;
 class PDXDeviceData;
 
-/// The participants found for addresses so far; null for an address that belongs to none.
-using PDXParticipantCache = std::unordered_map<std::string, const PDXMessageParticipant*>;
+/// The participants of one conversation by their addresses, made ready with the first question.
+class PDXParticipantCache {
+ public:
+  /// The participant with the same text, or else the first that is equal as a phone number. Null when there
+  /// is none.
+  const PDXMessageParticipant* find(const std::string& address, const PDXMessagesConversation& conversation);
+
+  /// The number of addresses that were asked for, found or not.
+  std::size_t size() const { return found_.size(); }
+
+ private:
+  void makeReady_(const PDXMessagesConversation& conversation);
+
+  bool isReady_ = false;
+  std::unordered_map<std::string_view, const PDXMessageParticipant*> byText_;
+  PDXNumberIndex byNumber_;
+  std::unordered_map<std::string, const PDXMessageParticipant*> found_;
+};
 
 /// What the exporters of conversations share: where an export goes and how it is named, how a sender is
 /// named, what a read status says, how links are made, and how an attachment is found in the backup.

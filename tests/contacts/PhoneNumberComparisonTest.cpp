@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "contacts/ContactsDatabase.h"
+#include "contacts/PhoneNumberComparison.h"
 
 TEST(PhoneNumberComparison, KnowsTheSpellingsOfOneNumber) {
   const struct {
@@ -38,4 +39,27 @@ TEST(PhoneNumberComparison, KnowsTheSpellingsOfOneNumber) {
     EXPECT_EQ(PDXContactsDatabase::numberStringIsEqualToNumberString(c.b, c.a), c.expected)
         << c.fault << ", the other way round";
   }
+}
+
+TEST(PhoneNumberComparison, TheIndexFindsTheFirstOfSeveral) {
+  PDXNumberIndex index;
+  for (const char* number : {"", "020 7946 0121", "07700900123", "+497700900123", "+447700900123",
+                             "07700900123", "121", "ann@example.com", "+441"})
+    index.add(number);
+  const std::pair<const char*, std::optional<std::size_t>> cases[] = {
+      {"", std::nullopt},
+      {"+447700900123", 2},
+      {"+4907700900123", 2},
+      {"497700900123", 3},
+      {"+337700900123", 2},
+      {"5550123", std::nullopt},
+      {"12111", 6},
+      {"99121", 6},
+      {"79460121", 1},
+      {"bob@example.com", 7},
+      {"bob@example.org", std::nullopt},
+      {"1", 6},
+      {"071", 8},
+  };
+  for (const auto& [number, place] : cases) EXPECT_EQ(index.firstEqualTo(number), place) << number;
 }
