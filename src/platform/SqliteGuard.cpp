@@ -15,7 +15,9 @@ using Statement = std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt*)>;
 
 std::string_view textAt(sqlite3_stmt* row, int column) {
   const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(row, column));
-  return text == nullptr ? "" : std::string_view(text, sqlite3_column_bytes(row, column));
+  return text == nullptr
+             ? ""
+             : std::string_view(text, static_cast<std::size_t>(sqlite3_column_bytes(row, column)));
 }
 
 std::string quoted(std::string_view name) {
