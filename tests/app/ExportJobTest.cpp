@@ -262,6 +262,34 @@ TEST_F(ExportJob, RefusesFoldersOfOthers) {
   }
 }
 
+TEST_F(ExportJob, KnowsTheDeviceWhateverTheFolderIsCalled) {
+  const auto list = [](const std::string& inside) {
+    return R"(<?xml version="1.0"?><plist version="1.0"><dict>)" + inside + "</dict></plist>";
+  };
+  const std::string info = list("<key>Unique Identifier</key><string>0000-AB</string>");
+  const std::string manifest =
+      list("<key>Lockdown</key><dict><key>UniqueDeviceID</key><string>0000-CD</string></dict>");
+  const struct {
+    const char* folder;
+    std::string info;
+    std::string manifest;
+    const char* device;
+  } cases[] = {
+      {"a", info, manifest, "0000-AB"},
+      {"b", list(""), manifest, "0000-CD"},
+      {"0000-EF", list(""), list(""), "0000-EF"},
+      {"0000-EF-20230101-120000", list(""), "no list", "0000-EF"},
+      {"0000-EF-2023010-120000", list(""), list(""), "0000-EF-2023010-120000"},
+      {"-20230101-120000", list(""), list(""), "-20230101-120000"},
+  };
+  for (const auto& c : cases) {
+    const std::string folder = std::string("backups/") + c.folder;
+    folder_.write(folder + "/Info.plist", c.info);
+    folder_.write(folder + "/Manifest.plist", c.manifest);
+    EXPECT_EQ(PDXBackupInformation::ofFolder(folder_ / folder).deviceIdentifier(), c.device) << c.folder;
+  }
+}
+
 // Whatever the names are that an export would use, files, folders and links that were there stay, and nothing
 // goes through a link.
 TEST_F(ExportJob, ForceReplacesNothingOfOthers) {

@@ -104,7 +104,7 @@ class TrackFiles {
     // The search goes on behind the last counter given out: thousands of names may differ in their cut ends.
     unsigned& counter = counters_[PDXText::caseFolded(stem + ending)];
     for (;; ++counter) {
-      const std::string path = withCounter(stem, counter, ending);
+      std::string path = withCounter(stem, counter, ending);
       const std::string folded = PDXText::caseFolded(path);
       if (isOfOurs(folded) || isOfOthers(path, kind)) continue;
       const auto [place, isNew] = taken_.try_emplace(folded, kind);

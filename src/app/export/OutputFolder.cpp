@@ -72,16 +72,16 @@ bool isFileBelow(const std::string& folder, const std::string& path) {
 
 /// What lies in the folder.
 struct PDXOutputFolder::Look {
-  Json report;              ///< Of this device's export; null without one.
-  std::string reportPath;   ///< Below the folder.
-  std::string otherDevice;  ///< That another export there is of; "" without one.
+  std::shared_ptr<const Json> report;  ///< Of this device's export; null without one.
+  std::string reportPath;              ///< Below the folder.
+  std::string otherDevice;             ///< That another export there is of; "" without one.
   std::vector<std::string> journal;
   bool isJournalOfDevice = false;
   bool isForeignJournal = false;
   bool isEmpty = false;
 };
 
-PDXOutputFolder::PDXOutputFolder(std::string path, std::string device, bool isForced)
+PDXOutputFolder::PDXOutputFolder(std::string path, const std::string& device, bool isForced)
     : path_(std::move(path)), device_(PDXText::printable(device)), isForced_(isForced) {}
 
 PDXOutputFolder::~PDXOutputFolder() = default;
@@ -93,7 +93,7 @@ PDXOutputFolder::Look PDXOutputFolder::look_() const {
   for (unsigned i = 1; i < kMostReports && !PDXFiles::isMissing(PDXFiles::joined(path_, name)); ++i) {
     Json report = reportIn(PDXFiles::joined(path_, name));
     if (!report.is_null() && isSameDevice(report["device"], device_)) {
-      look.report = std::move(report);
+      look.report = std::make_shared<const Json>(std::move(report));
       look.reportPath = name;
       break;
     }
@@ -116,7 +116,7 @@ PDXOutputFolder::Look PDXOutputFolder::look_() const {
 }
 
 std::optional<std::string> PDXOutputFolder::mistakeOf_(const Look& look) const {
-  if (isForced_ || look.isEmpty || !look.report.is_null() || look.isJournalOfDevice) return std::nullopt;
+  if (isForced_ || look.isEmpty || look.report != nullptr || look.isJournalOfDevice) return std::nullopt;
   if (!look.otherDevice.empty()) {
     return path_ + " contains the export of another device (" + look.otherDevice +
            "): choose another folder, or add this one to it with --force, which replaces none of its files";
@@ -148,9 +148,9 @@ std::optional<PDXOutputFolder::Refusal> PDXOutputFolder::open() {
   }
 
   std::vector<std::string> owned = std::move(look.journal);
-  if (!look.report.is_null()) {
+  if (look.report != nullptr) {
     owned.push_back(look.reportPath);
-    for (const Json& file : look.report["files"]) {
+    for (const Json& file : (*look.report)["files"]) {
       if (file.is_string()) owned.push_back(file);
     }
   }
@@ -163,7 +163,7 @@ std::optional<PDXOutputFolder::Refusal> PDXOutputFolder::open() {
     journal->remove();
     return Refusal{false, PDXFiles::writeFailure(unwritten, path_).why};
   }
-  earlier_ = std::move(look.report);
+  if (look.report != nullptr) earlier_ = *look.report;
   journal_ = std::move(journal);
   guard_ = std::make_unique<PDXOutputGuard>(
       path_, owned, [this](const std::string& file) { return journal_->append(file + "\n"); });

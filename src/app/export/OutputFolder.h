@@ -24,7 +24,7 @@ class PDXOutputFolder {
 
   /// @param path    absolute.
   /// @param device  whose backup it is; see PDXBackupInformation::deviceIdentifier.
-  PDXOutputFolder(std::string path, std::string device, bool isForced);
+  PDXOutputFolder(std::string path, const std::string& device, bool isForced);
   ~PDXOutputFolder();
   PDXOutputFolder(const PDXOutputFolder&) = delete;
   PDXOutputFolder& operator=(const PDXOutputFolder&) = delete;
