@@ -204,7 +204,7 @@ TEST_F(Command, WritesIntoNoBackup) {
   } cases[] = {
       {"export par/Messages messages --to par", "the backup lies in it"},
       {"export phone --to .", "the backup lies in it"},
-      {"get phone Library/SMS/sms.db --domain HomeDomain --to .", "the backup lies in it"},
+      {"get par/Messages Library/SMS/sms.db --domain Messages --to par", "it lies in the backup"},
       {"export phone calls --to linked/Messages/out", "it lies in the backup"},
       {"export phone messages --to linked", "linked/Messages leads to the backup"},
       {"export phone calls --to other/out", "it lies in another backup"},
@@ -220,6 +220,7 @@ TEST_F(Command, WritesIntoNoBackup) {
     EXPECT_NE(ran.errors.find(c.says), std::string::npos) << c.arguments << "\n" << ran.errors;
     EXPECT_EQ(files(), before) << c.arguments;
   }
+  EXPECT_EQ(run("get phone Library/SMS/sms.db --domain HomeDomain --to .").status, 0) << "beside the backup";
 }
 
 TEST_F(Command, StatusesHoldWhereverStandardDescriptorsLead) {

@@ -178,7 +178,9 @@ class GetCommand final : public PDXCommand {
   PDXExitStatus run(PDXCommandContext& context) override {
     PDXExitStatus status = PDXExitStatus::done;
     const auto found = PDXOpenedBackup::find(backupOptions_.backup, status);
-    if (found && found->refusesOutput(folder_)) return PDXExitStatus::usage;
+    // Nothing is written beside the domain's own folder: a backup may lie there.
+    const std::string target = PDXFiles::joined(folder_, domain_);
+    if (found && found->refusesOutput(staysBelow(domain_) ? target : folder_)) return PDXExitStatus::usage;
     const auto deviceData = found ? found->open(backupOptions_, context.stop, status) : nullptr;
     if (deviceData == nullptr) return status;
     const PDXProblemCollector problems;
