@@ -296,7 +296,7 @@ TEST_F(ExportJob, ForceReplacesNothingOfOthers) {
   const std::string title = "Ann Fletcher";
   std::map<std::string, std::string> theirs;
   for (const char* path :
-       {"INDEX.html", "export.json", "Messages/ann fletcher.html", "Contacts", "Calls/Calls.csv",
+       {"INDEX.html", "EXPORT.json", "Messages/ann fletcher.html", "Contacts", "Calls/Calls.csv",
         "Music/Tracks.csv", "Calendars/Home.ics", "Notes/Cloud/Notes/Packing list.txt",
         "Notes/Cloud/Notes/Drawn by hand - Attachments/2.png"})
     theirs[path] = "theirs";

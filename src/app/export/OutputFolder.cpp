@@ -90,7 +90,9 @@ PDXOutputFolder::Look PDXOutputFolder::look_() const {
   constexpr unsigned kMostReports = 100;
   Look look;
   std::string name = kReport;
-  for (unsigned i = 1; i < kMostReports && !PDXFiles::isMissing(PDXFiles::joined(path_, name)); ++i) {
+  // Ours is a later one also where only a name in other case, "EXPORT.JSON" say, was in the way.
+  const auto isThere = [&] { return !PDXFiles::isMissing(PDXFiles::joined(path_, name)); };
+  for (unsigned i = 1; i < kMostReports && (i == 1 || isThere()); ++i) {
     Json report = reportIn(PDXFiles::joined(path_, name));
     if (!report.is_null() && isSameDevice(report["device"], device_)) {
       look.report = std::make_shared<const Json>(std::move(report));
