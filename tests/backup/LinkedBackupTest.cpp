@@ -65,9 +65,8 @@ TEST_F(LinkedBackup, IsReadOfNoFileBehindALink) {
   for (const auto& c : cases) {
     PDXFiles::removeTree(folder_ / "phone");
     const std::string password = c.password;
-    PDXSampleOptions options{.folder = "", .rounds = 3, .generation = c.generation};
-    if (!password.empty()) options.password.emplace(password.begin(), password.end());
-    lay(options);
+    const auto asked = password.empty() ? std::nullopt : std::optional(password);
+    lay({.folder = "", .password = asked, .rounds = 3, .generation = c.generation});
     const std::string moved = c.isFolder ? stored_.substr(0, 2) : stored_;
     PDXFiles::removeTree(folder_ / "outside" + std::to_string(moved.size()));
     moveOut(moved);
