@@ -74,6 +74,10 @@ bool writePageCount(const std::string& path, std::uint64_t pages) {
   return file.seekp(kAt).write(count.data(), 4).flush().good();
 }
 
+/// SQLite parses an entry of the schema within a few steps, which take longer than others. Genuine stores
+/// have some hundred entries; pages that lead to each other could have them without end.
+constexpr std::uint64_t kMostLooksAtSchema = 200;
+
 constexpr int kStepsBetweenLooks = 10'000;  // Some hundred microseconds.
 
 int flagsFor(PDXSQLiteAccess access) {
@@ -213,9 +217,10 @@ PDXSQLiteDatabase::PDXSQLiteDatabase(const std::string& path, PDXSQLiteAccess ac
   if (access == PDXSQLiteAccess::create) return;
   const std::uint64_t size = PDXFiles::sizeOf(path).value_or(0) + PDXFiles::sizeOf(path + "-wal").value_or(0);
   limitLengths(handle, size);
-  watch_->setLimits(size);
   harden(handle);
+  watch_->mostLooks = kMostLooksAtSchema;
   watch_->guard.emplace(handle, path);
+  watch_->setLimits(size);
   if (!watch_->guard->refusesEverything()) tune(handle);
 }
 
@@ -286,6 +291,7 @@ PDXSQLiteStatement::PDXSQLiteStatement(sqlite3* database, std::string_view sql,
   if (statement_ != nullptr) return;
   error_ = watch_->errorOf(database);
   failed_ = watch_->isRefused();  // There is something to read, so that its reader or the log must say it.
+  wasInterrupted_ = failed_ && watch_->stop.stop_requested();
   if (watch_->guard && !watch_->guard->schemaDamage().empty())
     error_ += " (" + watch_->guard->schemaDamage() + ")";
 }

@@ -76,23 +76,28 @@ bool readTableNames(sqlite3* handle, std::vector<std::string>& names) {
       [&names](sqlite3_stmt* row) { names.emplace_back(textAt(row, 0)); });
 }
 
-/// Whether a table of statistics could compute. SQLite reads these together with the schema, to plan its
-/// queries, and asks nobody. So the schema is read first with a limit that leaves no such entry to be parsed.
-bool hasForgedStatistics(sqlite3* handle) {
-  constexpr int kLongest = 50;  // What SQLite itself asks for the schema with has 46 bytes.
-  constexpr std::string_view kEntries = "SELECT sql FROM sqlite_master";
+/// Why SQLite must not be asked for anything in the file; "" when it may.
+///
+/// SQLite reads tables of statistics together with the schema, to plan its queries, and asks nobody whether
+/// they compute. So the schema is read first with a limit that leaves no such entry to be parsed, but for
+/// some so short that nothing they compute takes long.
+std::string reasonAgainst(sqlite3* handle) {
+  constexpr int kLongest = 72;  // What SQLite describes its list of tables with to itself.
   const int usual = sqlite3_limit(handle, SQLITE_LIMIT_SQL_LENGTH, kLongest);
   skipDamagedEntries(handle, true);
-  compiled(handle,
-           kEntries);  // Fails with the first entry that is not parsed; what is known then can be asked.
   bool isForged = false;
-  forEachRow(compiled(handle, kEntries), [&isForged](sqlite3_stmt* row) {
+  forEachRow(compiled(handle, "SELECT sql FROM sqlite_master"), [&isForged](sqlite3_stmt* row) {
     const auto* sql = reinterpret_cast<const char*>(sqlite3_column_text(row, 0));
     isForged = isForged || isForgedStatistics(sql);
   });
+  const bool isEndless = sqlite3_errcode(handle) == SQLITE_INTERRUPT;
   sqlite3_limit(handle, SQLITE_LIMIT_SQL_LENGTH, usual);
   forgetSchema(handle);
-  return isForged;
+  if (isEndless) return "the file is damaged: the list of its tables does not come to an end";
+  return isForged
+             ? "its tables of statistics are not those that SQLite makes and could compute for ever: it is "
+               "not read"
+             : "";
 }
 
 }  // namespace
@@ -104,10 +109,8 @@ bool PDXSQLiteGuard::Less::operator()(std::string_view a, std::string_view b) co
 
 PDXSQLiteGuard::PDXSQLiteGuard(sqlite3* handle, const std::string& path) : handle_(handle) {
   sqlite3_drop_modules(handle, nullptr);  // A virtual table would run code on the file's word.
-  if (hasForgedStatistics(handle)) {
-    refusesEverything_ = true;
-    return;
-  }
+  reasonAgainst_ = reasonAgainst(handle);
+  if (refusesEverything()) return;
   sqlite3_set_authorizer(handle, &PDXSQLiteGuard::authorize_, this);
   readSchema_(path);
 }
@@ -122,9 +125,8 @@ sqlite3_stmt* PDXSQLiteGuard::compileAny(sqlite3* handle, std::string_view sql, 
 
 sqlite3_stmt* PDXSQLiteGuard::compile(std::string_view sql, std::string_view* rest) {
   refusal_.clear();
-  if (refusesEverything_) {
-    refusal_ =
-        "its tables of statistics are not those that SQLite makes and could compute for ever: it is not read";
+  if (refusesEverything()) {
+    refusal_ = reasonAgainst_;
     return nullptr;
   }
   bool isSecondReading = false;

@@ -36,7 +36,7 @@ class PDXSQLiteGuard {
   const std::string& refusal() const { return refusal_; }
 
   /// Whether it compiles nothing at all; SQLite must not be asked past it then.
-  bool refusesEverything() const { return refusesEverything_; }
+  bool refusesEverything() const { return !reasonAgainst_.empty(); }
 
   /// What is wrong with the schema when only a part of it could be read; "" otherwise.
   const std::string& schemaDamage() const { return schemaDamage_; }
@@ -78,7 +78,7 @@ class PDXSQLiteGuard {
   bool refusesWrite_(const Written& written);
 
   sqlite3* handle_;
-  bool refusesEverything_ = false;
+  std::string reasonAgainst_;  ///< Asking SQLite for anything.
   std::string schemaDamage_;
   std::string refusal_;
 

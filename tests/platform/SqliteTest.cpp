@@ -163,6 +163,46 @@ TEST(Sqlite, DamageThatNobodyAsksAboutIsSaidOnce) {
   PDXLog::listen(before);
 }
 
+/// A page of a table's tree that has one child three hundred times.
+std::string pageOfOneChild(char child, std::size_t headerAt) {
+  constexpr std::size_t kPage = 4096;
+  constexpr std::size_t kCells = 300;
+  std::string page(kPage, '\0');
+  const auto put = [&page](std::size_t at, std::size_t number) {
+    page[at] = static_cast<char>(number >> 8);
+    page[at + 1] = static_cast<char>(number & 0xFF);
+  };
+  std::size_t cell = kPage;
+  for (std::size_t i = 0; i < kCells; ++i) {
+    cell -= 6;
+    page[cell + 3] = child;
+    page[cell + 4] = static_cast<char>(0x80 | i / 128);
+    page[cell + 5] = static_cast<char>(i % 128);
+    put(headerAt + 12 + 2 * i, cell);
+  }
+  page[headerAt] = 5;
+  put(headerAt + 3, kCells);
+  put(headerAt + 5, cell);
+  page[headerAt + 11] = child;
+  return page;
+}
+
+TEST(Sqlite, AListOfTablesWithoutEndIsRefused) {
+  constexpr std::size_t kPage = 4096;
+  const PDXTestFolder folder;
+  PDXSampleDatabase store;
+  for (int i = 0; i < 20; ++i) store = store.table("t" + std::to_string(i), "a");
+  std::string bytes = fileText(store.writeTo(folder / "a.db"));
+  const char pages = static_cast<char>(bytes.size() / kPage);
+  std::string leaf = bytes.substr(0, kPage);
+  leaf.erase(0, 100).insert(8 + 2 * 20, 100, '\0');  // Only the first page has a header of the file.
+  bytes.replace(100, kPage - 100, pageOfOneChild(static_cast<char>(pages + 2), 100), 100, kPage - 100);
+  bytes += leaf + pageOfOneChild(static_cast<char>(pages + 1), 0);
+  bytes[31] = static_cast<char>(pages + 2);
+  const PDXSQLiteDatabase database(folder.write("a.db", bytes), PDXSQLiteAccess::immutable);
+  EXPECT_EQ(database.whyUnreadable(), "the file is damaged: the list of its tables does not come to an end");
+}
+
 TEST(Sqlite, AForgedHeaderDoesNotBlowUpACutFile) {
   const PDXTestFolder folder;
   const std::string path = PDXSampleDatabase().table("t", "a").row("t", 7).writeTo(folder / "a.db");
@@ -257,6 +297,16 @@ TEST(Sqlite, StatisticsAreUsedUnlessTheyAreGenerated) {
     EXPECT_EQ(plan.text(3), std::string("SEARCH t USING INDEX ") + c.index + " (" + c.index[1] + "=?)")
         << c.fault;
   }
+  const PDXSQLiteDatabase forged(
+      store
+          .sql("PRAGMA writable_schema=ON; UPDATE sqlite_master SET sql = 'CREATE TABLE sqlite_stat1(tbl, "
+               "idx, "
+               "stat AS (upper(idx) || upper(idx) || upper(idx)))' WHERE name = 'sqlite_stat1'")
+          .writeTo(folder / "a.db"));
+  EXPECT_EQ(
+      forged.whyUnreadable(),
+      "its tables of statistics are not those that SQLite makes and could compute for ever: it is not read");
+  EXPECT_EQ(answer(forged, "SELECT a FROM t"), forged.whyUnreadable());
 }
 
 TEST(Sqlite, VirtualTablesAndComputingWritesAreRefused) {
