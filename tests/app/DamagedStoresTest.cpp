@@ -32,11 +32,12 @@ class DamagedStores : public testing::Test {
   PDXKindReport exported(const std::string& kind, bool& isComplete, std::string& said) const {
     PDXContactsDatabase::clear();
     PDXDeviceData device("phone");
+    const PDXBackupInformation information("phone");
     PDXExportOptions options;
     options.kinds = {kind};
     options.outputFolder = folder_ / "out";
     PDXFiles::makeFolders(options.outputFolder);
-    PDXExportJob job(device, PDXBackupInformation("phone"), options);
+    PDXExportJob job(device, information, options);
     EXPECT_FALSE(job.prepare());
     const PDXExportReport report = job.run({}, {});
     isComplete = report.isComplete();
