@@ -87,7 +87,7 @@ Why writeJpeg(const std::string& from, const std::string& to, int orientation = 
 /// Through pixels, for every other pair of formats.
 Why writeConverted(const std::string& from, PDXPictureFormat format, int orientation, const std::string& to) {
   auto converted = PDXImages::converted(from, format, orientation);
-  if (const Why why = failureOf(converted)) return why;
+  if (Why why = failureOf(converted)) return why;
   return format == PDXPictureFormat::jpeg ? writeUpright(std::move(converted.file), to)
                                           : writeBytes(converted.file, to);
 }
