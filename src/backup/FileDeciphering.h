@@ -17,7 +17,7 @@ enum class Tail {
   trimmed,  ///< It goes, where it is one (PKCS #7): for files that are handed to a person.
 };
 
-/// Writes the deciphered bytes of `source`, from its beginning on, to `destination`, whole or not at all, in
+/// Writes the decrypted bytes of `source`, from its beginning on, to `destination`, whole or not at all, in
 /// place of an older file.
 /// @param key  32 bytes.
 /// @return  a source whose size is no whole number of cipher blocks, or a key of another size, is

@@ -18,7 +18,7 @@ struct Parameters {
   std::int32_t secondRounds = 0;
 };
 
-/// More rounds in all are no device's, which takes ten million: a crafted key bag would keep us for years.
+/// More rounds in all are no device's, which takes ten million: a crafted keybag would keep us for years.
 constexpr std::int64_t kMostRounds = 100'000'000;
 
 /// The rounds of both stages together.
